@@ -1,0 +1,34 @@
+// A project's own scan settings, read from "vantrel.json" or ".vantrel/config.json" in
+// its root, and the merge of such a file over the user's global settings.
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace vantrel {
+
+struct VantrelConfig {
+    std::vector<std::string> exclude;                      // glob patterns, order as written
+    std::int64_t maxDepth = 3;                             // levels a blast radius goes
+    std::optional<std::vector<std::string>> enabledLanguages;  // plugin ids; absent or empty: all
+    bool operator==(const VantrelConfig&) const = default;
+
+    // The six default patterns, depth 3, no language list.
+    static const VantrelConfig& defaultConfig();
+
+    // The first of the two candidate files that exists, decoded strictly; nothing when
+    // neither exists or the first one is unusable (the second is then not tried).
+    static std::optional<VantrelConfig> loadIfPresent(std::string_view projectRoot);
+
+    // Strict decoding of the file format; nothing for anything unusable.
+    static std::optional<VantrelConfig> decode(std::string_view bytes);
+};
+
+// Lays a project's file over global settings: a non-empty project `exclude` replaces
+// the global one, the project's `maxDepth` always wins (unlimited), and its
+// `enabledLanguages` wins when present. Without a project file, the global settings.
+VantrelConfig mergeConfig(const VantrelConfig& global, const std::optional<VantrelConfig>& project);
+
+}  // namespace vantrel

@@ -1,0 +1,58 @@
+// What the system knows of a programming language sits behind this interface. The scan
+// picks a plugin by file extension, parses the file with the plugin's grammar, and the
+// plugin turns the parsed file into symbols, resolved imports, call sites and import
+// diagnostics. Plugins are immutable and shared by all concurrent analyses.
+#pragma once
+
+#include <tree_sitter/api.h>
+
+#include <map>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "model/ProjectIR.h"
+
+namespace vantrel {
+
+class TSConfigResolver;
+
+// One call found in a file: the enclosing declaration's id and the bare called name.
+struct CachedCallSite {
+    std::string callerId;
+    std::string calleeName;
+    bool operator==(const CachedCallSite&) const = default;
+};
+
+struct FileAnalysisResult {
+    std::vector<Symbol> symbols;                  // pass order, match order within a pass
+    std::map<std::string, std::string> imports;   // local name -> imported file's relative path
+    std::vector<CachedCallSite> calls;            // match order, repeats included
+    std::vector<ResolutionDiagnostic> diagnostics;
+};
+
+struct AnalysisInput {
+    std::string filePath;     // absolute path of the file
+    std::string fileRelPath;  // first piece of every id, importerPath of every diagnostic
+    std::string rootPath;     // the project root
+    std::u16string_view source;
+    TSNode root;                                // root node of the tree parsed from `source`
+    const TSConfigResolver* tsconfig = nullptr;  // the project's path mapping, if any
+};
+
+class LanguagePlugin {
+public:
+    virtual ~LanguagePlugin() = default;
+    virtual std::string id() const = 0;
+    // Lower case, without the dot.
+    virtual std::vector<std::string> fileExtensions() const = 0;
+    virtual const TSLanguage* language(std::string_view fileExtension) const = 0;
+    // Cannot fail: what goes wrong becomes a diagnostic or silence.
+    virtual FileAnalysisResult analyzeFile(const AnalysisInput& input) const = 0;
+};
+
+using PluginPtr = std::shared_ptr<const LanguagePlugin>;
+using PluginList = std::vector<PluginPtr>;
+
+}  // namespace vantrel

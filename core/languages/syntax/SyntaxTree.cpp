@@ -1,0 +1,107 @@
+#include "languages/syntax/SyntaxTree.h"
+
+#include <algorithm>
+#include <bit>
+#include <map>
+#include <mutex>
+
+#include "util/Text.h"
+
+namespace vantrel {
+
+std::optional<SyntaxTree> SyntaxTree::parse(const TSLanguage* language, std::u16string_view text) {
+    TSParser* parser = ts_parser_new();
+    if (!ts_parser_set_language(parser, language)) {
+        ts_parser_delete(parser);
+        throw LanguageSetupError("the grammar could not be loaded into the parser");
+    }
+    static_assert(std::endian::native == std::endian::little || std::endian::native == std::endian::big);
+    constexpr TSInputEncoding encoding =
+        std::endian::native == std::endian::little ? TSInputEncodingUTF16LE : TSInputEncodingUTF16BE;
+    TSTree* tree = ts_parser_parse_string_encoding(parser, nullptr, reinterpret_cast<const char*>(text.data()),
+                                                   static_cast<std::uint32_t>(text.size() * 2), encoding);
+    ts_parser_delete(parser);
+    if (!tree) return std::nullopt;
+    return SyntaxTree(tree);
+}
+
+std::string extractNodeText(TSNode node, std::u16string_view source) {
+    std::size_t n = source.size();
+    std::size_t start = std::min<std::size_t>(ts_node_start_byte(node) / 2, n);
+    std::size_t end = std::max(std::min<std::size_t>(ts_node_end_byte(node) / 2, n), start);
+    return utf16ToUtf8(source.substr(start, end - start));
+}
+
+TextRange textRangeOf(TSNode node) {
+    TSPoint s = ts_node_start_point(node);
+    TSPoint e = ts_node_end_point(node);
+    return TextRange{static_cast<std::int64_t>(s.row) + 1, static_cast<std::int64_t>(s.column) + 1,
+                     static_cast<std::int64_t>(e.row) + 1, static_cast<std::int64_t>(e.column) + 1};
+}
+
+std::optional<TSNode> nearestAncestorOfType(TSNode node, std::string_view type, bool includeSelf) {
+    TSNode current = includeSelf ? node : ts_node_parent(node);
+    while (!ts_node_is_null(current)) {
+        if (type == ts_node_type(current)) return current;
+        current = ts_node_parent(current);
+    }
+    return std::nullopt;
+}
+
+std::optional<std::string> nameFieldText(TSNode node, std::u16string_view source) {
+    TSNode name = ts_node_child_by_field_name(node, "name", 4);
+    if (ts_node_is_null(name)) return std::nullopt;
+    return extractNodeText(name, source);
+}
+
+SharedQuery::SharedQuery(TSQuery* query) : query_(query) {
+    std::uint32_t count = ts_query_capture_count(query);
+    for (std::uint32_t i = 0; i < count; ++i) {
+        std::uint32_t length = 0;
+        const char* name = ts_query_capture_name_for_id(query, i, &length);
+        captureNames_.emplace_back(name, length);
+    }
+}
+
+SharedQuery::~SharedQuery() { ts_query_delete(query_); }
+
+int SharedQuery::captureIndex(std::string_view name) const {
+    for (std::size_t i = 0; i < captureNames_.size(); ++i)
+        if (captureNames_[i] == name) return static_cast<int>(i);
+    return -1;
+}
+
+const SharedQuery* SharedQuery::get(const TSLanguage* language, std::string_view source) {
+    // Compiling is far costlier than analysing a typical file, so each query is compiled
+    // once; entries live until the process ends. A failed compile is remembered too.
+    static std::mutex mutex;
+    static std::map<std::pair<const TSLanguage*, std::string>, std::unique_ptr<SharedQuery>> cache;
+    std::lock_guard lock(mutex);
+    auto key = std::make_pair(language, std::string(source));
+    auto it = cache.find(key);
+    if (it != cache.end()) return it->second.get();
+    std::uint32_t errorOffset = 0;
+    TSQueryError error = TSQueryErrorNone;
+    TSQuery* query = ts_query_new(language, source.data(), static_cast<std::uint32_t>(source.size()), &errorOffset, &error);
+    std::unique_ptr<SharedQuery> entry = query ? std::unique_ptr<SharedQuery>(new SharedQuery(query)) : nullptr;
+    auto* raw = entry.get();
+    cache.emplace(std::move(key), std::move(entry));
+    return raw;
+}
+
+std::vector<TSNode> QueryMatch::captures(int captureIndex) const {
+    std::vector<TSNode> nodes;
+    if (captureIndex < 0) return nodes;
+    for (std::uint16_t i = 0; i < match_.capture_count; ++i)
+        if (match_.captures[i].index == static_cast<std::uint32_t>(captureIndex)) nodes.push_back(match_.captures[i].node);
+    return nodes;
+}
+
+std::optional<TSNode> QueryMatch::first(int captureIndex) const {
+    if (captureIndex < 0) return std::nullopt;
+    for (std::uint16_t i = 0; i < match_.capture_count; ++i)
+        if (match_.captures[i].index == static_cast<std::uint32_t>(captureIndex)) return match_.captures[i].node;
+    return std::nullopt;
+}
+
+}  // namespace vantrel

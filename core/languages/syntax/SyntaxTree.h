@@ -1,0 +1,98 @@
+// Syntax access shared by the language plugins: parsing UTF-16 text with tree-sitter,
+// node text and positions, and compiled queries run with a per-analysis cursor.
+#pragma once
+
+#include <tree_sitter/api.h>
+
+#include <memory>
+#include <optional>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "model/ProjectIR.h"
+
+namespace vantrel {
+
+class LanguageSetupError : public std::runtime_error {
+public:
+    using std::runtime_error::runtime_error;
+};
+
+// One parsed file. Owns the tree; the text it was parsed from must outlive it.
+class SyntaxTree {
+public:
+    // Parses `text` (UTF-16, machine byte order) with a new parser. Gives nothing when
+    // the parser yields no tree; throws LanguageSetupError when the grammar cannot be set.
+    static std::optional<SyntaxTree> parse(const TSLanguage* language, std::u16string_view text);
+
+    TSNode root() const { return ts_tree_root_node(tree_.get()); }
+
+private:
+    struct Deleter {
+        void operator()(TSTree* tree) const { ts_tree_delete(tree); }
+    };
+    explicit SyntaxTree(TSTree* tree) : tree_(tree) {}
+    std::unique_ptr<TSTree, Deleter> tree_;
+};
+
+// The node's text: its UTF-16 byte offsets halved, clamped to the text, as UTF-8.
+std::string extractNodeText(TSNode node, std::u16string_view source);
+
+// The node's start and end points plus 1 (columns count UTF-16 bytes).
+TextRange textRangeOf(TSNode node);
+
+// Climbs from `node` (itself included) to the first ancestor of the given type.
+std::optional<TSNode> nearestAncestorOfType(TSNode node, std::string_view type, bool includeSelf);
+
+// Text of the node's "name" field, if it has one.
+std::optional<std::string> nameFieldText(TSNode node, std::u16string_view source);
+
+// A query compiled once per grammar and query text for the whole process and shared
+// read-only by every analysis. A query that does not compile stays absent, and the
+// pass that needs it is left out.
+class SharedQuery {
+public:
+    static const SharedQuery* get(const TSLanguage* language, std::string_view source);
+
+    const TSQuery* query() const { return query_; }
+    // Index of a capture name, or -1 when the query has no such capture.
+    int captureIndex(std::string_view name) const;
+
+    SharedQuery(const SharedQuery&) = delete;
+    SharedQuery& operator=(const SharedQuery&) = delete;
+    ~SharedQuery();
+
+private:
+    explicit SharedQuery(TSQuery* query);
+    TSQuery* query_;
+    std::vector<std::string> captureNames_;
+};
+
+// One match as delivered by the cursor.
+class QueryMatch {
+public:
+    QueryMatch(const SharedQuery& query, const TSQueryMatch& match) : query_(query), match_(match) {}
+    std::uint16_t patternIndex() const { return match_.pattern_index; }
+    // Captures with that name, in the order of the match.
+    std::vector<TSNode> captures(int captureIndex) const;
+    std::optional<TSNode> first(int captureIndex) const;
+
+private:
+    const SharedQuery& query_;
+    const TSQueryMatch& match_;
+};
+
+// Runs the query over the whole tree with a cursor of its own and hands each match
+// to `visit` in the order the cursor delivers them.
+template <typename Visit>
+void forEachMatch(const SharedQuery& query, TSNode root, Visit&& visit) {
+    TSQueryCursor* cursor = ts_query_cursor_new();
+    ts_query_cursor_exec(cursor, query.query(), root);
+    TSQueryMatch match;
+    while (ts_query_cursor_next_match(cursor, &match)) visit(QueryMatch(query, match));
+    ts_query_cursor_delete(cursor);
+}
+
+}  // namespace vantrel

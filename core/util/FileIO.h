@@ -1,0 +1,27 @@
+// Whole-file reads and atomic whole-file writes.
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace vantrel {
+
+// The whole file, or nothing with `error` set to the system's reason.
+std::optional<std::string> readWholeFile(const std::string& path, std::string* error = nullptr);
+
+// Writes through a temporary file in the same folder that then replaces the target in
+// one step, so a reader sees the old bytes or the new ones, never a part.
+bool writeFileAtomically(const std::string& path, std::string_view bytes);
+
+// True when something (file or folder, links followed) is at the path.
+bool pathExists(const std::string& path);
+bool isDirectory(const std::string& path);
+
+// Creates the folder and its parents; true when it exists afterwards as a folder.
+bool createDirectories(const std::string& path);
+
+// Removes a file tree; errors are ignored.
+void removeTree(const std::string& path);
+
+}  // namespace vantrel

@@ -1,0 +1,106 @@
+#include "util/Paths.h"
+
+#include <unistd.h>
+
+#include <vector>
+
+namespace vantrel {
+
+namespace {
+std::string currentDirectory() {
+    std::vector<char> buffer(4096);
+    while (getcwd(buffer.data(), buffer.size()) == nullptr) {
+        if (buffer.size() > (1u << 20)) return "/";
+        buffer.resize(buffer.size() * 2);
+    }
+    return std::string(buffer.data());
+}
+}  // namespace
+
+std::string standardizePath(std::string_view path) {
+    std::string input;
+    if (path.empty() || path.front() != '/') {
+        input = currentDirectory();
+        input.push_back('/');
+    }
+    input.append(path);
+
+    std::vector<std::string_view> parts;
+    std::string_view view(input);
+    std::size_t i = 0;
+    while (i < view.size()) {
+        while (i < view.size() && view[i] == '/') ++i;
+        std::size_t start = i;
+        while (i < view.size() && view[i] != '/') ++i;
+        if (start == i) break;
+        auto part = view.substr(start, i - start);
+        if (part == ".") continue;
+        if (part == "..") {
+            if (!parts.empty()) parts.pop_back();
+            continue;
+        }
+        parts.push_back(part);
+    }
+    if (parts.empty()) return "/";
+    std::string out;
+    for (auto part : parts) {
+        out.push_back('/');
+        out.append(part);
+    }
+    return out;
+}
+
+std::string resolvePath(std::string_view base, std::string_view relative) {
+    if (!relative.empty() && relative.front() == '/') return standardizePath(relative);
+    std::string joined(base);
+    joined.push_back('/');
+    joined.append(relative);
+    return standardizePath(joined);
+}
+
+std::string relativePath(std::string_view file, std::string_view root) {
+    std::string filePath = standardizePath(file);
+    std::string rootPath = standardizePath(root);
+    if (filePath == rootPath) return lastPathComponent(filePath);
+    if (rootPath.back() != '/') rootPath.push_back('/');
+    if (filePath.compare(0, rootPath.size(), rootPath) == 0) return filePath.substr(rootPath.size());
+    return filePath;
+}
+
+std::string lastPathComponent(std::string_view path) {
+    while (path.size() > 1 && path.back() == '/') path.remove_suffix(1);
+    if (path == "/") return "/";
+    auto slash = path.rfind('/');
+    return std::string(slash == std::string_view::npos ? path : path.substr(slash + 1));
+}
+
+std::string deletingLastPathComponent(std::string_view path) {
+    while (path.size() > 1 && path.back() == '/') path.remove_suffix(1);
+    auto slash = path.rfind('/');
+    if (slash == std::string_view::npos) return "";
+    if (slash == 0) return "/";
+    return std::string(path.substr(0, slash));
+}
+
+std::string appendPathComponent(std::string_view path, std::string_view component) {
+    std::string out(path);
+    if (out.empty() || out.back() != '/') out.push_back('/');
+    out.append(component);
+    return out;
+}
+
+std::string pathExtension(std::string_view path) {
+    std::string last = lastPathComponent(path);
+    auto dot = last.rfind('.');
+    if (dot == std::string::npos || dot == 0 || dot + 1 == last.size()) return "";
+    return last.substr(dot + 1);
+}
+
+std::string lowercased(std::string_view text) {
+    std::string out(text);
+    for (auto& c : out)
+        if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
+    return out;
+}
+
+}  // namespace vantrel

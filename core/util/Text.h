@@ -1,0 +1,37 @@
+// Text encodings and small text helpers.
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace vantrel {
+
+// Strict UTF-8 to UTF-16 in the machine's byte order. Invalid UTF-8 (overlong forms,
+// surrogates, truncated sequences) gives nothing.
+std::optional<std::u16string> utf8ToUtf16(std::string_view text);
+
+// UTF-16 to UTF-8; a lone surrogate becomes U+FFFD.
+std::string utf16ToUtf8(std::u16string_view text);
+
+// The first Unicode scalar of UTF-8 text, if the text starts with a valid one.
+std::optional<char32_t> firstScalar(std::string_view text);
+
+// Unicode general categories Lu and Lt.
+bool isUppercaseOrTitlecaseLetter(char32_t scalar);
+
+// White space and line ends, as trimmed from user input and import texts.
+bool isWhitespaceOrNewline(char32_t scalar);
+std::string_view trimWhitespace(std::string_view text);
+
+bool startsWith(std::string_view text, std::string_view prefix);
+bool endsWith(std::string_view text, std::string_view suffix);
+
+// Splits at every occurrence of `separator`, keeping empty pieces.
+std::vector<std::string_view> splitKeepingEmpty(std::string_view text, std::string_view separator);
+
+// Replaces every occurrence of `from` (not empty) by `to`.
+std::string replaceAll(std::string_view text, std::string_view from, std::string_view to);
+
+}  // namespace vantrel
