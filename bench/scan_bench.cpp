@@ -1,0 +1,175 @@
+// Scan benchmark. Generates a deterministic synthetic project (or takes any folder) and
+// reports, for the same files: the single-thread parse-only time (the same parser, no
+// analysis: the floor), the cold scan (empty cache), the warm re-scan, a re-scan after
+// touching 1% of the files, files/s, MB/s and the peak memory of each phase.
+//
+//   vantrel_bench_scan [--files N] [--mix ts|py|mixed] [--dir DIR] [--jobs N] [--keep]
+//
+// Each phase runs in a child process so that its peak memory is its own.
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <string>
+#include <thread>
+
+#include "SyntheticProject.h"
+#include "config/GlobalDefaults.h"
+#include "languages/syntax/SyntaxTree.h"
+#include "scan/SymbolScanner.h"
+#include "util/FileIO.h"
+#include "util/Text.h"
+
+using namespace vantrel;
+namespace fs = std::filesystem;
+
+namespace {
+
+struct PhaseResult {
+    double seconds = 0;
+    long peakRssKB = 0;
+    bool ok = false;
+};
+
+// Runs `body` in a child; the child writes one line of extra figures to `note`.
+PhaseResult runPhase(const std::function<void()>& body) {
+    std::fflush(stdout);
+    auto start = std::chrono::steady_clock::now();
+    pid_t pid = fork();
+    if (pid == 0) {
+        try {
+            body();
+        } catch (const std::exception& e) {
+            std::fprintf(stderr, "phase failed: %s\n", e.what());
+            _exit(1);
+        }
+        std::fflush(stdout);
+        _exit(0);
+    }
+    int status = 0;
+    rusage usage{};
+    wait4(pid, &status, 0, &usage);
+    PhaseResult result;
+    result.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+    result.peakRssKB = usage.ru_maxrss;
+    result.ok = WIFEXITED(status) && WEXITSTATUS(status) == 0;
+    return result;
+}
+
+std::vector<EnumeratedFile> listFiles(const std::string& root, const PluginList& plugins) {
+    VantrelConfig config = defaultGlobalConfig();
+    PathGlobMatcher exclude(config.exclude);
+    Enumerator enumerator = makeEnumerator(root, activePlugins(plugins, config.enabledLanguages));
+    std::vector<EnumeratedFile> files;
+    if (!enumerator.walker) return files;
+    while (auto entry = enumerator.walker->next())
+        if (auto file = shouldInclude(*entry, root, exclude, enumerator.pluginByExt, *enumerator.walker))
+            files.push_back(std::move(*file));
+    return files;
+}
+
+void parseOnly(const std::vector<EnumeratedFile>& files, const PluginList& plugins) {
+    std::size_t nodes = 0;
+    for (const auto& file : files) {
+        auto bytes = readWholeFile(file.path);
+        if (!bytes) continue;
+        std::u16string text = utf8ToUtf16(*bytes).value_or(std::u16string());
+        for (const auto& plugin : plugins) {
+            auto exts = plugin->fileExtensions();
+            if (std::find(exts.begin(), exts.end(), file.ext) == exts.end()) continue;
+            auto tree = SyntaxTree::parse(plugin->language(file.ext), text);
+            if (tree) nodes += ts_node_child_count(tree->root());
+            break;
+        }
+    }
+    std::printf("    (parsed %zu files, %zu top-level nodes)\n", files.size(), nodes);
+}
+
+void scanOnce(const std::string& root, const std::string& support, std::int64_t jobs) {
+    SymbolScanner scanner(SymbolScanner::defaultPlugins(), ProjectCache(support));
+    ScanStats stats;
+    VantrelConfig config = defaultGlobalConfig();
+    ProjectIR ir = scanner.scanProject(root, config, 200, jobs, std::nullopt, {}, {}, &stats);
+    std::size_t edges = 0;
+    for (const auto& [id, symbol] : ir.symbols) edges += symbol.refsOut.size();
+    std::printf("    (%lld parsed, %lld from cache, %zu symbols, %zu edges, %zu diagnostics)\n",
+                static_cast<long long>(stats.parsed.load()), static_cast<long long>(stats.fromCache.load()),
+                ir.symbols.size(), edges, ir.diagnostics.size());
+}
+
+void printRow(const char* name, const PhaseResult& r, std::size_t files, std::uint64_t bytes, double reference) {
+    std::printf("%-26s %8.3f s %9.0f files/s %7.1f MB/s %8.1f MB peak", name, r.seconds, files / r.seconds,
+                bytes / 1e6 / r.seconds, r.peakRssKB / 1024.0);
+    if (reference > 0) std::printf("   %.2fx parse-only", r.seconds / reference);
+    std::printf("%s\n", r.ok ? "" : "   FAILED");
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    std::int64_t fileCount = 10000;
+    std::int64_t jobs = std::max(1u, std::thread::hardware_concurrency());
+    bench::Mix mix = bench::Mix::mixed;
+    std::string dir;
+    bool keep = false;
+    for (int i = 1; i < argc; ++i) {
+        std::string arg = argv[i];
+        auto next = [&]() -> std::string { return i + 1 < argc ? argv[++i] : ""; };
+        if (arg == "--files") fileCount = std::stoll(next());
+        else if (arg == "--jobs") jobs = std::stoll(next());
+        else if (arg == "--dir") dir = next();
+        else if (arg == "--keep") keep = true;
+        else if (arg == "--mix") {
+            std::string m = next();
+            mix = m == "ts" ? bench::Mix::typescript : m == "py" ? bench::Mix::python : bench::Mix::mixed;
+        } else {
+            std::fprintf(stderr, "usage: %s [--files N] [--mix ts|py|mixed] [--dir DIR] [--jobs N] [--keep]\n", argv[0]);
+            return 2;
+        }
+    }
+
+    fs::path work = fs::temp_directory_path() / ("vantrel-bench-" + std::to_string(getpid()));
+    fs::create_directories(work);
+    bool generated = dir.empty();
+    std::string root = generated ? (work / "project").string() : fs::absolute(dir).string();
+    if (generated) {
+        auto start = std::chrono::steady_clock::now();
+        bench::generateSyntheticProject(root, fileCount, mix);
+        std::printf("generated %lld files in %.2f s at %s\n", static_cast<long long>(fileCount),
+                    std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count(), root.c_str());
+    }
+    PluginList plugins = SymbolScanner::defaultPlugins();
+    auto files = listFiles(root, plugins);
+    std::uint64_t bytes = 0;
+    for (const auto& f : files) bytes += fs::file_size(f.path);
+    std::printf("%zu source files, %.1f MB, %lld parse jobs\n\n", files.size(), bytes / 1e6,
+                static_cast<long long>(jobs));
+
+    std::string support = (work / "support").string();
+    PhaseResult parse = runPhase([&] { parseOnly(files, plugins); });
+    PhaseResult cold = runPhase([&] { scanOnce(root, support, jobs); });
+    PhaseResult warm = runPhase([&] { scanOnce(root, support, jobs); });
+    PhaseResult touched;
+    if (generated) {
+        for (std::size_t i = 0; i < files.size(); i += 100) std::ofstream(files[i].path, std::ios::app) << "\n// touched\n";
+        touched = runPhase([&] { scanOnce(root, support, jobs); });
+    }
+
+    std::printf("\n");
+    printRow("parse only (1 thread)", parse, files.size(), bytes, 0);
+    printRow("cold scan", cold, files.size(), bytes, parse.seconds);
+    printRow("warm re-scan", warm, files.size(), bytes, parse.seconds);
+    if (generated) printRow("re-scan, 1% touched", touched, files.size(), bytes, parse.seconds);
+    std::printf("warm / cold: %.1f%%\n", 100.0 * warm.seconds / cold.seconds);
+
+    if (!keep) fs::remove_all(work);
+    else std::printf("kept %s\n", work.c_str());
+    return parse.ok && cold.ok && warm.ok ? 0 : 1;
+}

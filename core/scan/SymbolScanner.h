@@ -1,0 +1,59 @@
+// Turns a folder into a linked ProjectIR. Files are parsed in parallel in batches, or
+// taken from the on-disk cache when their bytes are unchanged; their call sites go to
+// the cache records and come back one file at a time in a second walk that wires the
+// edges. Memory stays bounded by the batch plus the project's symbols, and the result
+// does not depend on the order in which parallel work finishes.
+#pragma once
+
+#include <atomic>
+#include <functional>
+#include <optional>
+
+#include "cache/ProjectCache.h"
+#include "config/VantrelConfig.h"
+#include "languages/LanguagePlugin.h"
+#include "model/ProjectIR.h"
+#include "scan/Discovery.h"
+#include "scan/ScanProgress.h"
+
+namespace vantrel {
+
+using ProgressCallback = std::function<void(const ScanProgress&)>;
+
+// Counts of how files were handled, for summaries and benchmarks.
+struct ScanStats {
+    std::atomic<std::int64_t> parsed{0};
+    std::atomic<std::int64_t> fromCache{0};
+};
+
+class SymbolScanner {
+public:
+    SymbolScanner(PluginList plugins, ProjectCache cache);
+
+    // The JS family and Python plugins, in that order.
+    static PluginList defaultPlugins();
+
+    const PluginList& plugins() const { return plugins_; }
+    const ProjectCache& cache() const { return cache_; }
+
+    // Files a scan with this configuration would process (see countSourceFiles).
+    std::int64_t countSourceFiles(const std::string& root, const VantrelConfig& config,
+                                  const CancelCheck& isCancelled = {}) const;
+
+    // Blocks the calling thread until the scan ends. `progress` is called serially from
+    // this thread; `isCancelled` may be called from several threads at once. Throws
+    // ScanError (kind cancelled when `isCancelled` answered true at a poll).
+    ProjectIR scanProject(const std::string& root, const VantrelConfig& config, std::int64_t batchSize,
+                          std::int64_t maxConcurrentParses, std::optional<std::int64_t> knownFileCount,
+                          const ProgressCallback& progress, const CancelCheck& isCancelled,
+                          ScanStats* stats = nullptr) const;
+
+private:
+    PluginList plugins_;
+    ProjectCache cache_;
+};
+
+// Decimal text of a signed 64-bit hash of the root path: an opaque label.
+std::string projectIdForRoot(const std::string& root);
+
+}  // namespace vantrel

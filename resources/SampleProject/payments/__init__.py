@@ -1,0 +1,1 @@
+"""Card payments for the shop."""

@@ -1,0 +1,69 @@
+// Resolution of call names to symbols: unique names, imports (exact and suffix), the
+// caller's own file, and no edge whenever a step stays ambiguous.
+#include <gtest/gtest.h>
+
+#include "scan/Linker.h"
+
+namespace vantrel {
+namespace {
+
+ProjectIR graphOf(std::initializer_list<const char*> ids) {
+    ProjectIR ir;
+    for (const char* id : ids) ir.symbols[id] = Symbol{id, SymbolKind::function, {}, {}, {}};
+    return ir;
+}
+
+std::optional<std::string> resolve(const ProjectIR& ir, const std::string& name,
+                                   std::map<std::string, std::string> imports, const std::string& current) {
+    return resolveCalleeId(name, imports, current, symbolNameIndex(ir));
+}
+
+TEST(Linker, ResolvesInTheStatedOrderAndNeverGuesses) {
+    ProjectIR ir = graphOf({"a.ts:tidy:function", "a.ts:run:function", "b.ts:run:function", "src/util.ts:fmt:function",
+                            "lib/util.ts:fmt:function", "c.ts:fmt:function", "d.ts:go:function", "e.ts:go:function",
+                            "x.ts:Same:function", "x.ts:Same:class", "py/m.py:tidy2:function"});
+
+    // A unique name resolves anywhere, imported or not, across languages.
+    EXPECT_EQ(resolve(ir, "tidy", {}, "b.ts"), "a.ts:tidy:function");
+    EXPECT_EQ(resolve(ir, "tidy2", {}, "web/app.tsx"), "py/m.py:tidy2:function");
+    // The exact import path wins among same-named candidates.
+    EXPECT_EQ(resolve(ir, "run", {{"run", "a.ts"}}, "c.ts"), "a.ts:run:function");
+    // An import path without extension finds its file by suffix.
+    EXPECT_EQ(resolve(ir, "run", {{"run", "b"}}, "c.ts"), "b.ts:run:function");
+    // A suffix that ends two candidates' paths is ambiguous: the caller's file decides.
+    EXPECT_EQ(resolve(ir, "fmt", {{"fmt", "util"}}, "c.ts"), "c.ts:fmt:function");
+    EXPECT_EQ(resolve(ir, "fmt", {{"fmt", "util"}}, "z.ts"), std::nullopt);
+    // Two other files, not imported: no edge.
+    EXPECT_EQ(resolve(ir, "go", {}, "c.ts"), std::nullopt);
+    // Two same-file candidates (a function and a class of one name): no edge.
+    EXPECT_EQ(resolve(ir, "Same", {}, "x.ts"), std::nullopt);
+    EXPECT_EQ(resolve(ir, "unknown", {}, "x.ts"), std::nullopt);
+}
+
+TEST(Linker, ReadsIdsFromTheirEnd) {
+    EXPECT_EQ(symbolFilePath("src/app.ts:run:function"), "src/app.ts");
+    EXPECT_EQ(symbolFilePath("C:/work/a.ts:run:function"), "C:/work/a.ts");
+    EXPECT_EQ(symbolFilePath("src/a.ts::function"), "src/a.ts");
+    EXPECT_EQ(symbolFilePath("run:function"), std::nullopt);
+
+    // An empty name is a key of the index like any other.
+    ProjectIR ir = graphOf({"src/a.ts::function", "run:function"});
+    auto index = symbolNameIndex(ir);
+    ASSERT_EQ(index.count(""), 1u);
+    EXPECT_EQ(index.at("").front(), "src/a.ts::function");
+    EXPECT_EQ(index.count("run"), 0u);
+}
+
+TEST(Linker, LinkKeepsBothSetsAndDropsSelfEdges) {
+    ProjectIR ir = graphOf({"a.ts:a:function", "b.ts:b:function"});
+    for (int i = 0; i < 3; ++i) link("a.ts:a:function", "b.ts:b:function", ir);
+    link("a.ts:a:function", "a.ts:a:function", ir);
+    link("a.ts:a:function", "gone.ts:g:function", ir);
+
+    EXPECT_EQ(ir.symbols["a.ts:a:function"].refsOut, (IdSet{"b.ts:b:function", "gone.ts:g:function"}));
+    EXPECT_EQ(ir.symbols["b.ts:b:function"].refsIn, (IdSet{"a.ts:a:function"}));
+    EXPECT_TRUE(ir.symbols["a.ts:a:function"].refsIn.empty());
+}
+
+}  // namespace
+}  // namespace vantrel
