@@ -89,6 +89,9 @@ private:
 template <typename Visit>
 void forEachMatch(const SharedQuery& query, TSNode root, Visit&& visit) {
     TSQueryCursor* cursor = ts_query_cursor_new();
+    // The engine keeps a match's start depth in 16 bits: deeper starts never match and
+    // their stale states made deeply nested input take quadratic time.
+    ts_query_cursor_set_max_start_depth(cursor, UINT16_MAX);
     ts_query_cursor_exec(cursor, query.query(), root);
     TSQueryMatch match;
     while (ts_query_cursor_next_match(cursor, &match)) visit(QueryMatch(query, match));

@@ -1,0 +1,93 @@
+#include "languages/python/PythonPlugin.h"
+
+#include "languages/python/PythonScopes.h"
+#include "languages/syntax/Grammars.h"
+#include "languages/syntax/SyntaxTree.h"
+#include "languages/syntax/TreeWalk.h"
+#include "resolution/PythonImports.h"
+
+namespace vantrel {
+
+namespace {
+
+constexpr std::string_view kDeclarationQuery =
+    "(class_definition name: (identifier) @name) @decl\n(function_definition name: (identifier) @name) @decl";
+
+// A bare name, or the last attribute of a dotted call: `a.b.f()` calls `f`.
+constexpr std::string_view kCallQuery =
+    "(call\n  function: [\n\t(identifier) @callee\n\t(attribute attribute: (identifier) @callee)\n  ]) @call";
+
+void collectDeclarations(const SharedQuery& query, const AnalysisInput& input, const PythonScopeIndex& scopes,
+                         std::vector<Symbol>& symbols) {
+    int declIndex = query.captureIndex("decl");
+    int nameIndex = query.captureIndex("name");
+    forEachMatch(query, input.root, [&](const QueryMatch& match) {
+        auto decl = match.first(declIndex);
+        auto nameNode = match.first(nameIndex);
+        if (!decl || !nameNode) return;
+        std::string name = extractNodeText(*nameNode, input.source);
+        if (name.empty()) return;
+        SymbolKind kind = std::string_view(ts_node_type(*decl)) == "class_definition" ? SymbolKind::classType
+                          : scopes.isInsideClass(*decl)                                ? SymbolKind::method
+                                                                                       : SymbolKind::function;
+        symbols.push_back(Symbol{makeSymbolId(input.fileRelPath, name, kind), kind, textRangeOf(*decl), {}, {}});
+    });
+}
+
+void handleImportStatement(TSNode statement, const AnalysisInput& input, FileAnalysisResult& result) {
+    for (const ImportEntry& entry : parsePythonImportStatement(extractNodeText(statement, input.source))) {
+        PythonResolution resolution = resolvePythonModule(entry.moduleSpec, input.filePath, input.rootPath,
+                                                          entry.preferSubmodule, entry.submoduleName);
+        if (resolution.outcome == PythonResolution::Outcome::resolved) {
+            result.imports[entry.localName] = resolution.path;  // a later binding of the name wins
+        } else if (auto diagnostic = pythonImportDiagnostic(resolution, input.fileRelPath, entry.displayImportPath)) {
+            result.diagnostics.push_back(std::move(*diagnostic));
+        }
+    }
+}
+
+// Document order, at any depth: imports inside functions, classes and try blocks count.
+// `from __future__ import ...` has a node type of its own and is passed over.
+void collectImports(const AnalysisInput& input, FileAnalysisResult& result) {
+    walkPreOrder(input.root, 0, [&](TSNode node, int) {
+        std::string_view type = ts_node_type(node);
+        if (type == "import_statement" || type == "import_from_statement") handleImportStatement(node, input, result);
+        return 0;
+    });
+}
+
+void collectCalls(const SharedQuery& query, const AnalysisInput& input, const PythonScopeIndex& scopes,
+                  std::vector<CachedCallSite>& calls) {
+    int callIndex = query.captureIndex("call");
+    int calleeIndex = query.captureIndex("callee");
+    forEachMatch(query, input.root, [&](const QueryMatch& match) {
+        auto call = match.first(callIndex);
+        auto callee = match.first(calleeIndex);
+        if (!call || !callee) return;
+        std::string name = extractNodeText(*callee, input.source);
+        if (name.empty()) return;
+        // Calls outside any definition (module level, top-level decorators) are dropped.
+        auto caller = scopes.enclosingSymbolIdForPython(*call);
+        if (!caller) return;
+        calls.push_back(CachedCallSite{std::move(*caller), std::move(name)});
+    });
+}
+
+}  // namespace
+
+const TSLanguage* PythonPlugin::language(std::string_view) const { return tree_sitter_python(); }
+
+FileAnalysisResult PythonPlugin::analyzeFile(const AnalysisInput& input) const {
+    FileAnalysisResult result;
+    const SharedQuery* declarations = SharedQuery::get(tree_sitter_python(), kDeclarationQuery);
+    const SharedQuery* calls = SharedQuery::get(tree_sitter_python(), kCallQuery);
+    std::optional<PythonScopeIndex> scopes;
+    if (declarations || calls) scopes.emplace(input.root, input.source, input.fileRelPath);
+
+    if (declarations) collectDeclarations(*declarations, input, *scopes, result.symbols);
+    collectImports(input, result);
+    if (calls) collectCalls(*calls, input, *scopes, result.calls);
+    return result;
+}
+
+}  // namespace vantrel
