@@ -40,17 +40,6 @@ bool allWhite(const QImage& image) {
     return true;
 }
 
-TEST(GraphExportFormat, MenuOrderTitlesAndExtensions) {
-    std::vector<std::string> seen;
-    for (GraphExportFormat format : kAllGraphExportFormats) {
-        seen.push_back(std::string(menuTitle(format)) + "|" + std::string(fileExtension(format)));
-        EXPECT_EQ(graphExportFormatFromRaw(rawValue(format)), format);
-    }
-    EXPECT_EQ(seen, (std::vector<std::string>{"JSON (ProjectIR)|json", "Graphviz DOT|dot",
-                                              "SVG (current layout)|svg", "PNG (current layout)|png"}));
-    EXPECT_FALSE(graphExportFormatFromRaw("PNG").has_value());
-}
-
 TEST(GraphExport, TextFormatsComeFromTheirWriters) {
     const ProjectIR ir = exportGraph();
     EXPECT_EQ(GraphExport::makeData(GraphExportFormat::json, ir, kPositions), ProjectExport::projectIRJSON(ir, true));
