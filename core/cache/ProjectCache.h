@@ -4,6 +4,7 @@
 // raises an error: a load gives nothing, a save or removal does nothing.
 #pragma once
 
+#include <cstdint>
 #include <map>
 #include <optional>
 #include <string>
@@ -30,6 +31,7 @@ struct ProjectCacheMeta {
     double updatedAt = 0;  // seconds since 2001-01-01
     // schema 3, updatedAt now.
     static ProjectCacheMeta make(std::string keyHash);
+    bool operator==(const ProjectCacheMeta&) const = default;
 };
 
 // The scan settings whose change voids all of a project's records.

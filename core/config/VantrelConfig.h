@@ -2,6 +2,7 @@
 // its root, and the merge of such a file over the user's global settings.
 #pragma once
 
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <string_view>

@@ -1,0 +1,138 @@
+#include "cache/ProjectCache.h"
+
+#include <cstdlib>
+
+#include "cache/Hashing.h"
+#include "util/FileIO.h"
+#include "util/Paths.h"
+
+namespace vantrel {
+
+std::optional<std::string> defaultApplicationSupportDirectory() {
+    // A relative XDG_DATA_HOME is invalid and to be ignored.
+    const char* dataHome = std::getenv("XDG_DATA_HOME");
+    if (dataHome && dataHome[0] == '/') return standardizePath(dataHome);
+    const char* home = std::getenv("HOME");
+    if (home && home[0] == '/') return standardizePath(std::string(home) + "/.local/share");
+    return std::nullopt;
+}
+
+ProjectCache::ProjectCache() : supportDir_(defaultApplicationSupportDirectory()) {}
+
+ProjectCache::ProjectCache(std::optional<std::string> applicationSupportDir)
+    : supportDir_(std::move(applicationSupportDir)) {}
+
+// Every path function creates its folders on each call and remembers nothing, so a
+// folder removed behind the cache's back is simply made again.
+std::optional<std::string> ProjectCache::cacheRootURL() const {
+    try {
+        if (!supportDir_) return std::nullopt;
+        std::string root = appendPathComponent(*supportDir_, "Vantrel");
+        root = appendPathComponent(appendPathComponent(root, "cache"), "v2");
+        if (!createDirectories(root)) return std::nullopt;
+        return root;
+    } catch (...) {
+        return std::nullopt;
+    }
+}
+
+std::optional<std::string> ProjectCache::projectDirURL(std::string_view projectRoot) const {
+    try {
+        auto root = cacheRootURL();
+        if (!root) return std::nullopt;
+        // Standardised first, so "/p/", "/p/." and "/p" are one project.
+        std::string dir = appendPathComponent(*root, sha256Hex(standardizePath(projectRoot)));
+        if (!createDirectories(dir) || !createDirectories(appendPathComponent(dir, "files"))) return std::nullopt;
+        return dir;
+    } catch (...) {
+        return std::nullopt;
+    }
+}
+
+std::optional<std::string> ProjectCache::fileRecordURL(std::string_view projectRoot, std::string_view relPath) const {
+    try {
+        auto dir = projectDirURL(projectRoot);
+        if (!dir) return std::nullopt;
+        // The whole relPath is hashed, so equal names in different folders stay apart.
+        return appendPathComponent(appendPathComponent(*dir, "files"), sha256Hex(relPath) + ".json");
+    } catch (...) {
+        return std::nullopt;
+    }
+}
+
+namespace {
+
+std::optional<std::string> metaPath(const std::optional<std::string>& projectDir) {
+    if (!projectDir) return std::nullopt;
+    return appendPathComponent(*projectDir, "meta.json");
+}
+
+// Absent, unreadable or undecodable all read as none; a bad file stays until the next
+// write replaces it.
+template <typename Record, typename Decoder>
+std::optional<Record> loadRecord(const std::optional<std::string>& path, Decoder decode) {
+    if (!path || !pathExists(*path)) return std::nullopt;
+    auto bytes = readWholeFile(*path);
+    if (!bytes) return std::nullopt;
+    return decode(*bytes);
+}
+
+void saveRecord(const std::optional<std::string>& path, const std::string& bytes) {
+    if (!path) return;
+    writeFileAtomically(*path, bytes);
+}
+
+}  // namespace
+
+std::optional<ProjectCacheMeta> ProjectCache::loadMeta(std::string_view projectRoot) const {
+    try {
+        return loadRecord<ProjectCacheMeta>(metaPath(projectDirURL(projectRoot)), decodeMeta);
+    } catch (...) {
+        return std::nullopt;
+    }
+}
+
+void ProjectCache::saveMeta(const ProjectCacheMeta& meta, std::string_view projectRoot) const {
+    try {
+        saveRecord(metaPath(projectDirURL(projectRoot)), encodeMeta(meta));
+    } catch (...) {
+    }
+}
+
+std::optional<CachedFileResult> ProjectCache::loadFile(std::string_view projectRoot, std::string_view relPath) const {
+    try {
+        return loadRecord<CachedFileResult>(fileRecordURL(projectRoot, relPath), decodeFileRecord);
+    } catch (...) {
+        return std::nullopt;
+    }
+}
+
+void ProjectCache::saveFile(const CachedFileResult& record, std::string_view projectRoot,
+                            std::string_view relPath) const {
+    try {
+        saveRecord(fileRecordURL(projectRoot, relPath), encodeFileRecord(record));
+    } catch (...) {
+    }
+}
+
+void ProjectCache::invalidateProject(std::string_view projectRoot) const {
+    try {
+        auto dir = projectDirURL(projectRoot);
+        if (!dir) return;
+        removeTree(*dir);
+        projectDirURL(projectRoot);  // makes the empty folder and its "files" again
+    } catch (...) {
+    }
+}
+
+void ProjectCache::clearAll() const {
+    try {
+        auto root = cacheRootURL();
+        if (!root) return;
+        removeTree(*root);
+        cacheRootURL();  // the empty "v2" again; the rest of "cache" stays
+    } catch (...) {
+    }
+}
+
+}  // namespace vantrel
