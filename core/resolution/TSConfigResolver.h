@@ -21,18 +21,29 @@ public:
 
     explicit TSConfigResolver(Config config) : config_(std::move(config)) {}
 
-    // Nothing when neither file exists or the first that exists is unusable.
+    // Nothing when neither file exists or the first that exists is unusable (unreadable,
+    // not UTF-8, not a JSON object after sanitizing). "extends" is not followed.
     static std::optional<TSConfigResolver> loadIfPresent(std::string_view projectRoot);
 
-    // The absolute path of the file that `spec` maps to, if any.
+    // The absolute path of the file that `spec` maps to, if any. Tried in order: the
+    // `paths` key equal to spec; the wildcard keys (in key order, none ranked above
+    // another); spec itself below the base folder.
     std::optional<std::string> resolveNonRelative(std::string_view spec) const;
 
     const Config& config() const { return config_; }
 
     // The comment- and trailing-comma-stripping pass applied before strict JSON parsing.
+    // It knows nothing of JSON strings: a "//" inside a string cuts the rest of its line.
     static std::string sanitizeJSON5ish(std::string_view text);
 
+    // The first existing path among the module candidates of `base`: `base` alone when
+    // its last component has an extension, else base + .ts/.tsx/.js/.jsx, then
+    // base/index + the same four. Anything at the path counts, file or folder.
+    static std::optional<std::string> firstExistingFile(std::string_view base);
+
 private:
+    std::optional<std::string> resolveTarget(std::string_view target, std::string_view baseDir) const;
+
     Config config_;
 };
 

@@ -1,0 +1,126 @@
+#include "languages/js/JSFamilyPlugin.h"
+
+#include "languages/js/JSEnclosingScope.h"
+#include "languages/js/JSFamilyQueries.h"
+#include "languages/syntax/Grammars.h"
+#include "languages/syntax/SyntaxTree.h"
+#include "resolution/JSImportResolution.h"
+#include "util/Text.h"
+
+namespace vantrel {
+
+namespace {
+
+const SharedQuery* compiled(std::string_view source) { return SharedQuery::get(tree_sitter_tsx(), source); }
+
+// Passes 1 and 2: one symbol per match, ranged over the `decl` node. `kindOf` gets the
+// match's pattern index and the name.
+template <typename KindOf>
+void collectSymbols(const SharedQuery& query, const AnalysisInput& input, KindOf&& kindOf,
+                    std::vector<Symbol>& symbols) {
+    int nameIndex = query.captureIndex("name");
+    int declIndex = query.captureIndex("decl");
+    forEachMatch(query, input.root, [&](const QueryMatch& match) {
+        auto name = match.first(nameIndex);
+        auto decl = match.first(declIndex);
+        if (!name || !decl) return;
+        std::string text = extractNodeText(*name, input.source);
+        SymbolKind kind = kindOf(match.patternIndex(), text);
+        symbols.push_back(Symbol{makeSymbolId(input.fileRelPath, text, kind), kind, textRangeOf(*decl), {}, {}});
+    });
+}
+
+void collectImports(const SharedQuery& query, const AnalysisInput& input, FileAnalysisResult& result) {
+    int sourceIndex = query.captureIndex("import_source");
+    int nameIndex = query.captureIndex("import_name");
+    int aliasIndex = query.captureIndex("import_alias");
+    int defaultIndex = query.captureIndex("import_default");
+    // Each match resolves its statement anew: `import { a, b } from 'm'` is three matches
+    // and three lookups, and three diagnostics when 'm' does not resolve.
+    forEachMatch(query, input.root, [&](const QueryMatch& match) {
+        auto source = match.first(sourceIndex);
+        if (!source) return;
+        JSImportResolution resolution = resolveJSImportSource(extractNodeText(*source, input.source), input.filePath,
+                                                              input.rootPath, input.tsconfig, input.fileRelPath);
+        if (resolution.diagnostic) result.diagnostics.push_back(*resolution.diagnostic);
+        if (!resolution.resolved) return;
+        const std::string& path = *resolution.resolved;
+
+        std::vector<TSNode> names = match.captures(nameIndex);
+        std::vector<TSNode> aliases = match.captures(aliasIndex);
+        for (std::size_t i = 0; i < names.size(); ++i) {
+            std::string alias = i < aliases.size() ? extractNodeText(aliases[i], input.source) : std::string();
+            std::string key = alias.empty() ? extractNodeText(names[i], input.source) : alias;
+            if (!key.empty()) result.imports[key] = path;
+        }
+        if (auto defaultName = match.first(defaultIndex)) {
+            std::string key = extractNodeText(*defaultName, input.source);
+            if (!key.empty()) result.imports[key] = path;
+        }
+    });
+}
+
+void collectCalls(const SharedQuery& query, const AnalysisInput& input, std::vector<CachedCallSite>& calls) {
+    int callIndex = query.captureIndex("call");
+    int calleeIndex = query.captureIndex("callee");
+    JSEnclosingScope scope(input.root, input.source, input.fileRelPath);
+    forEachMatch(query, input.root, [&](const QueryMatch& match) {
+        auto call = match.first(callIndex);
+        auto callee = match.first(calleeIndex);
+        if (!call || !callee) return;
+        std::string calleeName = extractNodeText(*callee, input.source);
+        if (calleeName.empty()) return;
+        // A call outside every declaration (module top level, class field arrows) is dropped.
+        auto caller = scope.symbolIdFor(*call);
+        if (!caller) return;
+        calls.push_back(CachedCallSite{std::move(*caller), std::move(calleeName)});
+    });
+}
+
+}  // namespace
+
+std::string JSFamilyPlugin::id() const { return "js-family"; }
+
+std::vector<std::string> JSFamilyPlugin::fileExtensions() const { return {"js", "jsx", "ts", "tsx"}; }
+
+const TSLanguage* JSFamilyPlugin::language(std::string_view) const {
+    // Plain .ts goes through the tsx grammar too, so `<T>value` casts parse as JSX with
+    // errors; the analysis keeps what error recovery leaves intact.
+    return tree_sitter_tsx();
+}
+
+FileAnalysisResult JSFamilyPlugin::analyzeFile(const AnalysisInput& input) const {
+    FileAnalysisResult result;
+    if (auto* query = compiled(jsqueries::kDeclarations)) {
+        collectSymbols(*query, input,
+                       [](std::uint16_t pattern, const std::string& name) {
+                           return pattern != 0 ? SymbolKind::method : classifyFunction(name);
+                       },
+                       result.symbols);
+    }
+    if (auto* query = compiled(jsqueries::kArrowFunctions)) {
+        collectSymbols(*query, input, [](std::uint16_t, const std::string& name) { return classifyFunction(name); },
+                       result.symbols);
+    }
+    if (auto* query = compiled(jsqueries::kImports)) collectImports(*query, input, result);
+    if (auto* query = compiled(jsqueries::kCalls)) collectCalls(*query, input, result.calls);
+    return result;
+}
+
+SymbolKind classifyFunction(std::string_view name) {
+    auto first = firstScalar(name);
+    return first && isUppercaseOrTitlecaseLetter(*first) ? SymbolKind::component : SymbolKind::function;
+}
+
+std::optional<std::string> enclosingSymbolIdForJSFamily(TSNode node, std::u16string_view source,
+                                                        std::string_view fileRelPath) {
+    if (ts_node_is_null(node)) return std::nullopt;
+    return JSEnclosingScope(ts_tree_root_node(node.tree), source, fileRelPath).symbolIdFor(node);
+}
+
+std::optional<TSNode> enclosingArrowVarDeclarator(TSNode node) {
+    if (ts_node_is_null(node)) return std::nullopt;
+    return JSEnclosingScope(ts_tree_root_node(node.tree), {}, {}).variableDeclaratorAbove(node);
+}
+
+}  // namespace vantrel

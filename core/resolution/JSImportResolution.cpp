@@ -1,0 +1,48 @@
+#include "resolution/JSImportResolution.h"
+
+#include "resolution/TSConfigResolver.h"
+#include "util/Paths.h"
+#include "util/Text.h"
+
+namespace vantrel {
+
+namespace {
+ResolutionDiagnostic diagnostic(std::string_view importerRel, std::string_view spec,
+                                ResolutionDiagnostic::Reason reason, std::string suggestion) {
+    return ResolutionDiagnostic{std::string(importerRel), std::string(spec), reason, std::move(suggestion)};
+}
+}  // namespace
+
+std::string_view unquotedImportSpec(std::string_view rawText) {
+    constexpr std::string_view quotes = "\"'`";
+    auto begin = rawText.find_first_not_of(quotes);
+    if (begin == std::string_view::npos) return {};
+    auto end = rawText.find_last_not_of(quotes);
+    return rawText.substr(begin, end - begin + 1);
+}
+
+JSImportResolution resolveJSImportSource(std::string_view rawText, std::string_view filePath, std::string_view rootPath,
+                                         const TSConfigResolver* tsconfig, std::string_view importerRel) {
+    using Reason = ResolutionDiagnostic::Reason;
+    std::string_view spec = unquotedImportSpec(rawText);
+    std::string quoted = "'" + std::string(spec) + "'";
+
+    if (startsWith(spec, ".")) {
+        // Relative: beside the importer only; the path mapping plays no part.
+        std::string base = resolvePath(deletingLastPathComponent(standardizePath(filePath)), spec);
+        if (auto hit = TSConfigResolver::firstExistingFile(base)) return {relativePath(*hit, rootPath), std::nullopt};
+        return {std::nullopt,
+                diagnostic(importerRel, spec, Reason::fileNotFound, "File " + quoted + " does not exist")};
+    }
+    if (tsconfig) {
+        if (auto hit = tsconfig->resolveNonRelative(spec)) return {relativePath(*hit, rootPath), std::nullopt};
+    }
+    if (startsWith(spec, "@/")) {
+        std::string suggestion = "Could not resolve " + quoted + " \u2192 No paths mapping found in tsconfig.json";
+        return {std::nullopt, diagnostic(importerRel, spec, Reason::noTsConfig, std::move(suggestion))};
+    }
+    return {std::nullopt,
+            diagnostic(importerRel, spec, Reason::externalModule, "Module " + quoted + " is external (not scanned)")};
+}
+
+}  // namespace vantrel
