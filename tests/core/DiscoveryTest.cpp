@@ -3,7 +3,7 @@
 
 #include <set>
 
-#include "ScratchDir.h"
+#include "support/TempDir.h"
 #include "scan/Discovery.h"
 #include "util/Paths.h"
 
@@ -47,7 +47,7 @@ Walk walk(const std::string& root, const Strings& exclude) {
 
 // A project as found in the wild: dependencies, hidden tooling, generated output, odd
 // names and symbolic links, one of them a loop inside a folder that must stay unread.
-struct FixtureProject : vantrel::testing::ScratchDir {
+struct FixtureProject : vantrel::testing::TempDir {
     const Strings exclude{"**/generated", "src/skip.ts"};
     FixtureProject() {
         for (const char* file : {"src/App.TSX", "src/keep.ts", "src/skip.ts", "src/ts", "src/.eslintrc.js",
@@ -122,7 +122,7 @@ TEST(Discovery, CountFollowsLanguagesAndCancellation) {
 }
 
 TEST(Discovery, DeepTreesAndUnreadableFolders) {
-    vantrel::testing::ScratchDir dir;
+    vantrel::testing::TempDir dir;
     std::string deep;
     for (int level = 0; level < 300; ++level) deep += "d/";
     dir.write(deep + "leaf.py");

@@ -4,13 +4,13 @@
 #include <filesystem>
 #include <thread>
 
-#include "ScratchDir.h"
+#include "support/TempDir.h"
 #include "cache/Hashing.h"
 #include "cache/ProjectCache.h"
 #include "util/FileIO.h"
 
 using namespace vantrel;
-using vantrel::testing::ScratchDir;
+using vantrel::testing::TempDir;
 using Strings = std::vector<std::string>;
 namespace fs = std::filesystem;
 
@@ -40,7 +40,7 @@ Strings listing(const std::string& folder) {
 }  // namespace
 
 TEST(ProjectCache, RecordsRoundTripInTheDocumentedLayout) {
-    ScratchDir support;
+    TempDir support;
     ProjectCache cache(support.path());
     ProjectCacheMeta meta{3, std::string(64, 'b'), 12.5};
     cache.saveFile(sampleRecord(), kRoot, "src/a.ts");
@@ -70,7 +70,7 @@ TEST(ProjectCache, RecordsRoundTripInTheDocumentedLayout) {
 }
 
 TEST(ProjectCache, DamagedRecordsReadAsNone) {
-    ScratchDir support;
+    TempDir support;
     ProjectCache cache(support.path());
     cache.saveFile(sampleRecord(), kRoot, "src/a.ts");
     std::string path = *cache.projectDirURL(kRoot) + "/files/" + sha256Hex("src/a.ts") + ".json";
@@ -103,7 +103,7 @@ TEST(ProjectCache, DamagedRecordsReadAsNone) {
 }
 
 TEST(ProjectCache, InvalidateAndClearLeaveEmptyFolders) {
-    ScratchDir support;
+    TempDir support;
     ProjectCache cache(support.path());
     cache.saveMeta(ProjectCacheMeta::make("k"), kRoot);
     cache.saveFile(sampleRecord(), kRoot, "src/a.ts");
@@ -123,7 +123,7 @@ TEST(ProjectCache, InvalidateAndClearLeaveEmptyFolders) {
 }
 
 TEST(ProjectCache, UnusableSupportFolderMakesEverythingANoOp) {
-    ScratchDir scratch;
+    TempDir scratch;
     std::string blocker = scratch.write("support", "a file where a folder should be");
     for (const auto& cache : {ProjectCache(blocker), ProjectCache(std::nullopt)}) {
         EXPECT_FALSE(cache.cacheRootURL());
@@ -138,7 +138,7 @@ TEST(ProjectCache, UnusableSupportFolderMakesEverythingANoOp) {
 }
 
 TEST(ProjectCache, ConcurrentWritersOfAFreshProject) {
-    ScratchDir support;
+    TempDir support;
     ProjectCache cache(support.path());
     auto relPath = [](int t, int i) { return "src/" + std::to_string(t) + "/" + std::to_string(i) + ".ts"; };
     std::vector<std::thread> threads;
@@ -171,7 +171,7 @@ TEST(CacheKey, EncodingHashAndTsconfig) {
     EXPECT_NE(keyHash(emptyLanguages), keyHash(minimal));
 
     // Only the root files count; an unreadable tsconfig.json (here a folder) falls back.
-    ScratchDir root;
+    TempDir root;
     root.write("packages/app/tsconfig.json", "{}");
     EXPECT_FALSE(tsconfigHash(root.path()));
     root.write("jsconfig.json", "{ }");

@@ -2,7 +2,7 @@
 
 #include <filesystem>
 
-#include "ScratchDir.h"
+#include "support/TempDir.h"
 #include "config/VantrelConfig.h"
 
 using vantrel::mergeConfig;
@@ -40,7 +40,7 @@ TEST(VantrelConfig, DecodesStrictly) {
 }
 
 TEST(VantrelConfig, LoadsOnlyTheFirstFileThatExists) {
-    vantrel::testing::ScratchDir root;
+    vantrel::testing::TempDir root;
     EXPECT_FALSE(VantrelConfig::loadIfPresent(root.path()));
     root.write(".vantrel/config.json", R"({"exclude":["gen/**"],"maxDepth":7})");
     EXPECT_EQ(VantrelConfig::loadIfPresent(root.path())->exclude, Strings{"gen/**"});

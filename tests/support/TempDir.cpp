@@ -32,12 +32,19 @@ TempDir::~TempDir() {
     fs::remove_all(path_, ec);
 }
 
-void TempDir::write(std::string_view relative, std::string_view content) const {
+std::string TempDir::write(std::string_view relative, std::string_view content) const {
     fs::path target = fs::path(path_) / relative;
     fs::create_directories(target.parent_path());
     std::ofstream out(target, std::ios::binary | std::ios::trunc);
     out.write(content.data(), static_cast<std::streamsize>(content.size()));
     if (!out) throw std::runtime_error("cannot write " + target.string());
+    return target.string();
+}
+
+void TempDir::symlink(std::string_view target, std::string_view relative) const {
+    fs::path link = fs::path(path_) / relative;
+    fs::create_directories(link.parent_path());
+    if (::symlink(std::string(target).c_str(), link.c_str()) != 0) throw std::runtime_error("cannot link " + link.string());
 }
 
 std::string TempDir::copyFixture(std::string_view fixture, std::string_view relative) const {

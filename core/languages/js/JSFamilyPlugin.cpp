@@ -2,6 +2,7 @@
 
 #include "languages/js/JSEnclosingScope.h"
 #include "languages/js/JSFamilyQueries.h"
+#include "languages/syntax/CommonPasses.h"
 #include "languages/syntax/Grammars.h"
 #include "languages/syntax/SyntaxTree.h"
 #include "resolution/JSImportResolution.h"
@@ -12,23 +13,6 @@ namespace vantrel {
 namespace {
 
 const SharedQuery* compiled(std::string_view source) { return SharedQuery::get(tree_sitter_tsx(), source); }
-
-// Passes 1 and 2: one symbol per match, ranged over the `decl` node. `kindOf` gets the
-// match's pattern index and the name.
-template <typename KindOf>
-void collectSymbols(const SharedQuery& query, const AnalysisInput& input, KindOf&& kindOf,
-                    std::vector<Symbol>& symbols) {
-    int nameIndex = query.captureIndex("name");
-    int declIndex = query.captureIndex("decl");
-    forEachMatch(query, input.root, [&](const QueryMatch& match) {
-        auto name = match.first(nameIndex);
-        auto decl = match.first(declIndex);
-        if (!name || !decl) return;
-        std::string text = extractNodeText(*name, input.source);
-        SymbolKind kind = kindOf(match.patternIndex(), text);
-        symbols.push_back(Symbol{makeSymbolId(input.fileRelPath, text, kind), kind, textRangeOf(*decl), {}, {}});
-    });
-}
 
 void collectImports(const SharedQuery& query, const AnalysisInput& input, FileAnalysisResult& result) {
     int sourceIndex = query.captureIndex("import_source");
@@ -60,23 +44,6 @@ void collectImports(const SharedQuery& query, const AnalysisInput& input, FileAn
     });
 }
 
-void collectCalls(const SharedQuery& query, const AnalysisInput& input, std::vector<CachedCallSite>& calls) {
-    int callIndex = query.captureIndex("call");
-    int calleeIndex = query.captureIndex("callee");
-    JSEnclosingScope scope(input.root, input.source, input.fileRelPath);
-    forEachMatch(query, input.root, [&](const QueryMatch& match) {
-        auto call = match.first(callIndex);
-        auto callee = match.first(calleeIndex);
-        if (!call || !callee) return;
-        std::string calleeName = extractNodeText(*callee, input.source);
-        if (calleeName.empty()) return;
-        // A call outside every declaration (module top level, class field arrows) is dropped.
-        auto caller = scope.symbolIdFor(*call);
-        if (!caller) return;
-        calls.push_back(CachedCallSite{std::move(*caller), std::move(calleeName)});
-    });
-}
-
 }  // namespace
 
 std::string JSFamilyPlugin::id() const { return "js-family"; }
@@ -92,18 +59,26 @@ const TSLanguage* JSFamilyPlugin::language(std::string_view) const {
 FileAnalysisResult JSFamilyPlugin::analyzeFile(const AnalysisInput& input) const {
     FileAnalysisResult result;
     if (auto* query = compiled(jsqueries::kDeclarations)) {
-        collectSymbols(*query, input,
-                       [](std::uint16_t pattern, const std::string& name) {
-                           return pattern != 0 ? SymbolKind::method : classifyFunction(name);
-                       },
-                       result.symbols);
+        collectDeclarations(*query, input,
+                            [](std::uint16_t pattern, TSNode, const std::string& name) -> std::optional<SymbolKind> {
+                                return pattern != 0 ? SymbolKind::method : classifyFunction(name);
+                            },
+                            result.symbols);
     }
     if (auto* query = compiled(jsqueries::kArrowFunctions)) {
-        collectSymbols(*query, input, [](std::uint16_t, const std::string& name) { return classifyFunction(name); },
-                       result.symbols);
+        collectDeclarations(
+            *query, input,
+            [](std::uint16_t, TSNode, const std::string& name) -> std::optional<SymbolKind> {
+                return classifyFunction(name);
+            },
+            result.symbols);
     }
     if (auto* query = compiled(jsqueries::kImports)) collectImports(*query, input, result);
-    if (auto* query = compiled(jsqueries::kCalls)) collectCalls(*query, input, result.calls);
+    if (auto* query = compiled(jsqueries::kCalls)) {
+        // A call outside every declaration (module top level, class field arrows) is dropped.
+        JSEnclosingScope scope(input.root, input.source, input.fileRelPath);
+        collectCallSites(*query, input, [&](TSNode call) { return scope.symbolIdFor(call); }, result.calls);
+    }
     return result;
 }
 

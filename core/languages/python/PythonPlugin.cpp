@@ -1,6 +1,7 @@
 #include "languages/python/PythonPlugin.h"
 
 #include "languages/python/PythonScopes.h"
+#include "languages/syntax/CommonPasses.h"
 #include "languages/syntax/Grammars.h"
 #include "languages/syntax/SyntaxTree.h"
 #include "languages/syntax/TreeWalk.h"
@@ -16,23 +17,6 @@ constexpr std::string_view kDeclarationQuery =
 // A bare name, or the last attribute of a dotted call: `a.b.f()` calls `f`.
 constexpr std::string_view kCallQuery =
     "(call\n  function: [\n\t(identifier) @callee\n\t(attribute attribute: (identifier) @callee)\n  ]) @call";
-
-void collectDeclarations(const SharedQuery& query, const AnalysisInput& input, const PythonScopeIndex& scopes,
-                         std::vector<Symbol>& symbols) {
-    int declIndex = query.captureIndex("decl");
-    int nameIndex = query.captureIndex("name");
-    forEachMatch(query, input.root, [&](const QueryMatch& match) {
-        auto decl = match.first(declIndex);
-        auto nameNode = match.first(nameIndex);
-        if (!decl || !nameNode) return;
-        std::string name = extractNodeText(*nameNode, input.source);
-        if (name.empty()) return;
-        SymbolKind kind = std::string_view(ts_node_type(*decl)) == "class_definition" ? SymbolKind::classType
-                          : scopes.isInsideClass(*decl)                                ? SymbolKind::method
-                                                                                       : SymbolKind::function;
-        symbols.push_back(Symbol{makeSymbolId(input.fileRelPath, name, kind), kind, textRangeOf(*decl), {}, {}});
-    });
-}
 
 void handleImportStatement(TSNode statement, const AnalysisInput& input, FileAnalysisResult& result) {
     for (const ImportEntry& entry : parsePythonImportStatement(extractNodeText(statement, input.source))) {
@@ -56,23 +40,6 @@ void collectImports(const AnalysisInput& input, FileAnalysisResult& result) {
     });
 }
 
-void collectCalls(const SharedQuery& query, const AnalysisInput& input, const PythonScopeIndex& scopes,
-                  std::vector<CachedCallSite>& calls) {
-    int callIndex = query.captureIndex("call");
-    int calleeIndex = query.captureIndex("callee");
-    forEachMatch(query, input.root, [&](const QueryMatch& match) {
-        auto call = match.first(callIndex);
-        auto callee = match.first(calleeIndex);
-        if (!call || !callee) return;
-        std::string name = extractNodeText(*callee, input.source);
-        if (name.empty()) return;
-        // Calls outside any definition (module level, top-level decorators) are dropped.
-        auto caller = scopes.enclosingSymbolIdForPython(*call);
-        if (!caller) return;
-        calls.push_back(CachedCallSite{std::move(*caller), std::move(name)});
-    });
-}
-
 }  // namespace
 
 const TSLanguage* PythonPlugin::language(std::string_view) const { return tree_sitter_python(); }
@@ -84,9 +51,22 @@ FileAnalysisResult PythonPlugin::analyzeFile(const AnalysisInput& input) const {
     std::optional<PythonScopeIndex> scopes;
     if (declarations || calls) scopes.emplace(input.root, input.source, input.fileRelPath);
 
-    if (declarations) collectDeclarations(*declarations, input, *scopes, result.symbols);
+    if (declarations) {
+        collectDeclarations(
+            *declarations, input,
+            [&](std::uint16_t, TSNode decl, const std::string& name) -> std::optional<SymbolKind> {
+                if (name.empty()) return std::nullopt;
+                if (std::string_view(ts_node_type(decl)) == "class_definition") return SymbolKind::classType;
+                return scopes->isInsideClass(decl) ? SymbolKind::method : SymbolKind::function;
+            },
+            result.symbols);
+    }
     collectImports(input, result);
-    if (calls) collectCalls(*calls, input, *scopes, result.calls);
+    // Calls outside any definition (module level, top-level decorators) are dropped.
+    if (calls) {
+        collectCallSites(*calls, input, [&](TSNode call) { return scopes->enclosingSymbolIdForPython(call); },
+                         result.calls);
+    }
     return result;
 }
 
