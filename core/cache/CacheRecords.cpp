@@ -1,10 +1,13 @@
 // The JSON forms of the cache's records and key: compact, keys sorted at every level,
 // "/" written as "\/", absent optionals left out. Decoding is strict.
+#include <array>
 #include <nlohmann/json.hpp>
 
 #include "cache/Hashing.h"
 #include "cache/ProjectCache.h"
 #include "model/IRJson.h"
+#include "model/JsonReader.h"
+#include "model/JsonWriter.h"
 #include "util/FileIO.h"
 #include "util/Paths.h"
 #include "util/Text.h"
@@ -37,48 +40,240 @@ ProjectCacheMeta ProjectCacheMeta::make(std::string keyHash) {
     return meta;
 }
 
+// File records are written once per parsed file and read twice per file by every scan,
+// so they are encoded and decoded directly, without a document in between.
+namespace {
+
+void appendKey(std::string& out, std::string_view key) {
+    appendJsonString(out, key, true);
+    out.push_back(':');
+}
+
+void appendStringArray(std::string& out, const IdSet& values) {
+    out.push_back('[');
+    bool first = true;
+    for (const auto& value : values) {
+        if (!first) out.push_back(',');
+        first = false;
+        appendJsonString(out, value, true);
+    }
+    out.push_back(']');
+}
+
+void appendSymbol(std::string& out, const Symbol& symbol) {
+    out.append("{");
+    appendKey(out, "id");
+    appendJsonString(out, symbol.id, true);
+    out.push_back(',');
+    appendKey(out, "kind");
+    appendJsonString(out, rawValue(symbol.kind), true);
+    out.append(",\"range\":{\"endCol\":");
+    appendJsonInteger(out, symbol.range.endCol);
+    out.append(",\"endLine\":");
+    appendJsonInteger(out, symbol.range.endLine);
+    out.append(",\"startCol\":");
+    appendJsonInteger(out, symbol.range.startCol);
+    out.append(",\"startLine\":");
+    appendJsonInteger(out, symbol.range.startLine);
+    out.append("},\"refsIn\":");
+    appendStringArray(out, symbol.refsIn);
+    out.append(",\"refsOut\":");
+    appendStringArray(out, symbol.refsOut);
+    out.push_back('}');
+}
+
+void appendDiagnostic(std::string& out, const ResolutionDiagnostic& diagnostic) {
+    out.append("{\"importPath\":");
+    appendJsonString(out, diagnostic.importPath, true);
+    out.append(",\"importerPath\":");
+    appendJsonString(out, diagnostic.importerPath, true);
+    out.append(",\"reason\":");
+    appendJsonString(out, rawValue(diagnostic.reason), true);
+    if (diagnostic.suggestion) {
+        out.append(",\"suggestion\":");
+        appendJsonString(out, *diagnostic.suggestion, true);
+    }
+    out.push_back('}');
+}
+
+template <typename Items, typename Append>
+void appendArray(std::string& out, const Items& items, Append append) {
+    out.push_back('[');
+    bool first = true;
+    for (const auto& item : items) {
+        if (!first) out.push_back(',');
+        first = false;
+        append(out, item);
+    }
+    out.push_back(']');
+}
+
+// Reads one object, handing each key to `field`; unknown keys are skipped. Every name
+// in `required` must have been seen.
+template <std::size_t N, typename Field>
+void readObject(JsonReader& reader, const std::array<std::string_view, N>& required, Field field) {
+    if (reader.peek() != JsonReader::Type::object) throw DecodeError("expected an object");
+    std::array<bool, N> seen{};
+    std::string key;
+    reader.beginObject();
+    while (reader.nextKey(key)) {
+        for (std::size_t i = 0; i < N; ++i)
+            if (key == required[i]) seen[i] = true;
+        if (!field(key)) reader.skipValue();
+    }
+    for (std::size_t i = 0; i < N; ++i)
+        if (!seen[i]) throw DecodeError("missing key '" + std::string(required[i]) + "'");
+}
+
+std::string readStringValue(JsonReader& reader) {
+    if (reader.peek() != JsonReader::Type::string) throw DecodeError("expected a string");
+    return reader.readString();
+}
+
+template <typename Element>
+void readArray(JsonReader& reader, Element element) {
+    if (reader.peek() != JsonReader::Type::array) throw DecodeError("expected an array");
+    reader.beginArray();
+    while (reader.nextElement()) element();
+}
+
+IdSet readIdSet(JsonReader& reader) {
+    IdSet ids;
+    readArray(reader, [&] { ids.insert(readStringValue(reader)); });
+    return ids;
+}
+
+Symbol readSymbol(JsonReader& reader) {
+    Symbol symbol;
+    static constexpr std::array<std::string_view, 5> kKeys{"id", "kind", "range", "refsIn", "refsOut"};
+    readObject(reader, kKeys, [&](const std::string& key) {
+        if (key == "id") {
+            symbol.id = readStringValue(reader);
+        } else if (key == "kind") {
+            auto kind = symbolKindFromRaw(readStringValue(reader));
+            if (!kind) throw DecodeError("unknown kind");
+            symbol.kind = *kind;
+        } else if (key == "range") {
+            static constexpr std::array<std::string_view, 4> kRange{"startLine", "startCol", "endLine", "endCol"};
+            readObject(reader, kRange, [&](const std::string& field) {
+                std::int64_t* target = field == "startLine" ? &symbol.range.startLine
+                                       : field == "startCol" ? &symbol.range.startCol
+                                       : field == "endLine"  ? &symbol.range.endLine
+                                       : field == "endCol"   ? &symbol.range.endCol
+                                                             : nullptr;
+                if (!target) return false;
+                *target = reader.readInteger();
+                return true;
+            });
+        } else if (key == "refsIn") {
+            symbol.refsIn = readIdSet(reader);
+        } else if (key == "refsOut") {
+            symbol.refsOut = readIdSet(reader);
+        } else {
+            return false;
+        }
+        return true;
+    });
+    return symbol;
+}
+
+ResolutionDiagnostic readDiagnostic(JsonReader& reader) {
+    ResolutionDiagnostic diagnostic;
+    static constexpr std::array<std::string_view, 3> kKeys{"importerPath", "importPath", "reason"};
+    readObject(reader, kKeys, [&](const std::string& key) {
+        if (key == "importerPath") {
+            diagnostic.importerPath = readStringValue(reader);
+        } else if (key == "importPath") {
+            diagnostic.importPath = readStringValue(reader);
+        } else if (key == "reason") {
+            auto reason = reasonFromRaw(readStringValue(reader));
+            if (!reason) throw DecodeError("unknown reason");
+            diagnostic.reason = *reason;
+        } else if (key == "suggestion") {
+            if (reader.peekNull()) {
+                reader.readNull();
+                diagnostic.suggestion.reset();
+            } else {
+                diagnostic.suggestion = readStringValue(reader);
+            }
+        } else {
+            return false;
+        }
+        return true;
+    });
+    return diagnostic;
+}
+
+}  // namespace
+
 std::string encodeFileRecord(const CachedFileResult& record) {
-    json calls = json::array();
-    for (const auto& call : record.calls)
-        calls.push_back(json{{"calleeName", call.calleeName}, {"callerId", call.callerId}});
-    json diagnostics = json::array();
-    for (const auto& diagnostic : record.diagnostics) diagnostics.push_back(diagnosticToJson(diagnostic));
-    json imports = json::object();
-    for (const auto& [name, path] : record.imports) imports[name] = path;
-    json symbols = json::array();
-    for (const auto& symbol : record.symbols) symbols.push_back(symbolToJson(symbol));
-    return encodeCompact(json{{"calls", std::move(calls)},
-                              {"diagnostics", std::move(diagnostics)},
-                              {"fileHash", record.fileHash},
-                              {"imports", std::move(imports)},
-                              {"symbols", std::move(symbols)}});
+    std::string out;
+    out.reserve(256 + record.symbols.size() * 160 + record.calls.size() * 96);
+    out.append("{\"calls\":");
+    appendArray(out, record.calls, [](std::string& o, const CachedCallSite& call) {
+        o.append("{\"calleeName\":");
+        appendJsonString(o, call.calleeName, true);
+        o.append(",\"callerId\":");
+        appendJsonString(o, call.callerId, true);
+        o.push_back('}');
+    });
+    out.append(",\"diagnostics\":");
+    appendArray(out, record.diagnostics, appendDiagnostic);
+    out.append(",\"fileHash\":");
+    appendJsonString(out, record.fileHash, true);
+    out.append(",\"imports\":{");
+    bool first = true;
+    for (const auto& [name, path] : record.imports) {
+        if (!first) out.push_back(',');
+        first = false;
+        appendKey(out, name);
+        appendJsonString(out, path, true);
+    }
+    out.append("},\"symbols\":");
+    appendArray(out, record.symbols, appendSymbol);
+    out.push_back('}');
+    return out;
 }
 
 std::optional<CachedFileResult> decodeFileRecord(std::string_view bytes) {
     try {
-        json root = parseJsonOrThrow(bytes);
-        expectObject(root, "");
+        JsonReader reader(bytes);
         CachedFileResult record;
-        record.fileHash = requireString(root, "fileHash", "");
-        std::size_t index = 0;
-        for (const auto& symbol : requireArray(root, "symbols", ""))
-            record.symbols.push_back(symbolFromJson(symbol, "symbols[" + std::to_string(index++) + "]"));
-        for (const auto& [name, path] : requireObject(root, "imports", "").items()) {
-            if (!path.is_string()) return std::nullopt;
-            record.imports.emplace(name, path.get<std::string>());
-        }
-        index = 0;
-        for (const auto& call : requireArray(root, "calls", "")) {
-            std::string where = "calls[" + std::to_string(index++) + "]";
-            expectObject(call, where);
-            record.calls.push_back(
-                CachedCallSite{requireString(call, "callerId", where), requireString(call, "calleeName", where)});
-        }
-        index = 0;
-        for (const auto& diagnostic : requireArray(root, "diagnostics", "")) {
-            std::string where = "diagnostics[" + std::to_string(index++) + "]";
-            record.diagnostics.push_back(diagnosticFromJson(diagnostic, where));
-        }
+        static constexpr std::array<std::string_view, 5> kKeys{"calls", "diagnostics", "fileHash", "imports", "symbols"};
+        readObject(reader, kKeys, [&](const std::string& key) {
+            if (key == "fileHash") {
+                record.fileHash = readStringValue(reader);
+            } else if (key == "symbols") {
+                record.symbols.clear();
+                readArray(reader, [&] { record.symbols.push_back(readSymbol(reader)); });
+            } else if (key == "imports") {
+                record.imports.clear();
+                std::string name;
+                if (reader.peek() != JsonReader::Type::object) throw DecodeError("expected an object");
+                reader.beginObject();
+                while (reader.nextKey(name)) record.imports.insert_or_assign(name, readStringValue(reader));
+            } else if (key == "calls") {
+                record.calls.clear();
+                readArray(reader, [&] {
+                    CachedCallSite call;
+                    static constexpr std::array<std::string_view, 2> kCall{"callerId", "calleeName"};
+                    readObject(reader, kCall, [&](const std::string& field) {
+                        if (field == "callerId") call.callerId = readStringValue(reader);
+                        else if (field == "calleeName") call.calleeName = readStringValue(reader);
+                        else return false;
+                        return true;
+                    });
+                    record.calls.push_back(std::move(call));
+                });
+            } else if (key == "diagnostics") {
+                record.diagnostics.clear();
+                readArray(reader, [&] { record.diagnostics.push_back(readDiagnostic(reader)); });
+            } else {
+                return false;
+            }
+            return true;
+        });
+        reader.finish();
         return record;
     } catch (...) {
         return std::nullopt;

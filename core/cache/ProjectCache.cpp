@@ -38,10 +38,13 @@ std::optional<std::string> ProjectCache::cacheRootURL() const {
 
 std::optional<std::string> ProjectCache::projectDirURL(std::string_view projectRoot) const {
     try {
-        auto root = cacheRootURL();
-        if (!root) return std::nullopt;
+        if (!supportDir_) return std::nullopt;
         // Standardised first, so "/p/", "/p/." and "/p" are one project.
-        std::string dir = appendPathComponent(*root, sha256Hex(standardizePath(projectRoot)));
+        std::string dir = appendPathComponent(*supportDir_, "Vantrel/cache/v2/" + sha256Hex(standardizePath(projectRoot)));
+        // Every record access comes through here: when "files" exists, so does the rest,
+        // and one stat is all it costs.
+        if (isDirectory(appendPathComponent(dir, "files"))) return dir;
+        if (!cacheRootURL()) return std::nullopt;
         if (!createDirectories(dir) || !createDirectories(appendPathComponent(dir, "files"))) return std::nullopt;
         return dir;
     } catch (...) {
@@ -71,8 +74,8 @@ std::optional<std::string> metaPath(const std::optional<std::string>& projectDir
 // write replaces it.
 template <typename Record, typename Decoder>
 std::optional<Record> loadRecord(const std::optional<std::string>& path, Decoder decode) {
-    if (!path || !pathExists(*path)) return std::nullopt;
-    auto bytes = readWholeFile(*path);
+    if (!path) return std::nullopt;
+    auto bytes = readWholeFile(*path);  // a missing file fails the open: no separate test
     if (!bytes) return std::nullopt;
     return decode(*bytes);
 }

@@ -1,37 +1,53 @@
 #include "scan/Linker.h"
 
+#include <algorithm>
+
 #include "util/Text.h"
 
 namespace vantrel {
 
+namespace {
+// The name and the file part of an id, read from its end; nothing below three pieces.
+std::optional<std::pair<std::string_view, std::size_t>> nameAndFileLength(std::string_view id) {
+    auto kindColon = id.rfind(':');
+    if (kindColon == std::string_view::npos || kindColon == 0) return std::nullopt;
+    auto nameColon = id.rfind(':', kindColon - 1);
+    if (nameColon == std::string_view::npos) return std::nullopt;
+    return std::make_pair(id.substr(nameColon + 1, kindColon - nameColon - 1), nameColon);
+}
+
+bool byFile(const NameCandidate& a, const NameCandidate& b) {
+    return a.filePath() != b.filePath() ? a.filePath() < b.filePath() : a.id < b.id;
+}
+}  // namespace
+
 SymbolNameIndex symbolNameIndex(const ProjectIR& ir) {
     SymbolNameIndex index;
     for (const auto& [id, symbol] : ir.symbols) {
-        auto pieces = splitId(id);
-        if (pieces.size() < 3) continue;
-        index[std::string(pieces[pieces.size() - 2])].push_back(id);
+        auto parts = nameAndFileLength(id);
+        if (!parts) continue;
+        index[std::string(parts->first)].push_back(NameCandidate{id, parts->second});
     }
+    for (auto& [name, candidates] : index) std::sort(candidates.begin(), candidates.end(), byFile);
     return index;
 }
 
 std::optional<std::string> symbolFilePath(std::string_view id) {
-    auto pieces = splitId(id);
-    if (pieces.size() < 3) return std::nullopt;
     // The file part runs up to the second-to-last ':', so a path holding ':' survives.
-    std::size_t end = pieces[pieces.size() - 2].data() - id.data() - 1;
-    return std::string(id.substr(0, end));
+    auto parts = nameAndFileLength(id);
+    if (!parts) return std::nullopt;
+    return std::string(id.substr(0, parts->second));
 }
 
 namespace {
-template <typename Keep>
-std::optional<std::string> singleMatch(const std::vector<std::string>& candidates, Keep keep) {
-    const std::string* found = nullptr;
-    for (const auto& candidate : candidates) {
-        if (!keep(candidate)) continue;
-        if (found) return std::nullopt;
-        found = &candidate;
-    }
-    return found ? std::optional<std::string>(*found) : std::nullopt;
+// The one candidate whose file is exactly `file`, if there is exactly one.
+std::optional<std::string> singleInFile(const std::vector<NameCandidate>& candidates, std::string_view file) {
+    auto first = std::partition_point(candidates.begin(), candidates.end(),
+                                      [&](const NameCandidate& c) { return c.filePath() < file; });
+    if (first == candidates.end() || first->filePath() != file) return std::nullopt;
+    auto next = first + 1;
+    if (next != candidates.end() && next->filePath() == file) return std::nullopt;
+    return first->id;
 }
 }  // namespace
 
@@ -41,28 +57,29 @@ std::optional<std::string> resolveCalleeId(const std::string& calleeName,
     auto entry = nameIndex.find(calleeName);
     if (entry == nameIndex.end() || entry->second.empty()) return std::nullopt;
     const auto& candidates = entry->second;
-    if (candidates.size() == 1) return candidates.front();
+    if (candidates.size() == 1) return candidates.front().id;
 
     auto imported = imports.find(calleeName);
     if (imported != imports.end()) {
         const std::string& importPath = imported->second;
-        if (auto exact = singleMatch(candidates, [&](const std::string& id) { return symbolFilePath(id) == importPath; }))
-            return exact;
+        if (auto exact = singleInFile(candidates, importPath)) return exact;
         const std::string variants[] = {importPath, importPath + ".ts", importPath + ".tsx", importPath + "/index.ts",
                                         importPath + "/index.tsx"};
-        auto bySuffix = singleMatch(candidates, [&](const std::string& id) {
-            auto file = symbolFilePath(id);
-            if (!file) return false;
-            for (const auto& variant : variants)
-                if (endsWith(*file, variant)) return true;
-            return false;
-        });
-        if (bySuffix) return bySuffix;
+        const NameCandidate* found = nullptr;
+        bool ambiguous = false;
+        for (const auto& candidate : candidates) {
+            bool matches = std::any_of(std::begin(variants), std::end(variants),
+                                       [&](const std::string& v) { return endsWith(candidate.filePath(), v); });
+            if (!matches) continue;
+            if (found) {
+                ambiguous = true;
+                break;
+            }
+            found = &candidate;
+        }
+        if (found && !ambiguous) return found->id;
     }
-    return singleMatch(candidates, [&](const std::string& id) {
-        auto file = symbolFilePath(id);
-        return file && *file == currentFileRelPath;
-    });
+    return singleInFile(candidates, currentFileRelPath);
 }
 
 void link(const std::string& callerId, const std::string& calleeId, ProjectIR& ir) {

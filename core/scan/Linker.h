@@ -14,8 +14,17 @@
 
 namespace vantrel {
 
-// Symbol name -> every id with that name, across files and languages.
-using SymbolNameIndex = std::unordered_map<std::string, std::vector<std::string>>;
+// One symbol a name may stand for: its id and the length of the id's file part.
+struct NameCandidate {
+    std::string id;
+    std::size_t fileLength = 0;
+    std::string_view filePath() const { return std::string_view(id).substr(0, fileLength); }
+};
+
+// Symbol name -> every symbol with that name, across files and languages, ordered by
+// file path so that a file's candidates are found by binary search: common names
+// (`get`, `save`, `__init__`) have thousands of candidates in a large project.
+using SymbolNameIndex = std::unordered_map<std::string, std::vector<NameCandidate>>;
 
 SymbolNameIndex symbolNameIndex(const ProjectIR& ir);
 

@@ -73,6 +73,8 @@ bool isDirectory(const std::string& path) {
 }
 
 bool createDirectories(const std::string& path) {
+    // The common case on hot paths: the folder is there already, one stat.
+    if (isDirectory(path)) return true;
     std::error_code ec;
     std::filesystem::create_directories(path, ec);
     return isDirectory(path);

@@ -12,16 +12,14 @@ namespace vantrel {
 
 namespace {
 
-const SharedQuery* compiled(std::string_view source) { return SharedQuery::get(tree_sitter_tsx(), source); }
-
-void collectImports(const SharedQuery& query, const AnalysisInput& input, FileAnalysisResult& result) {
-    int sourceIndex = query.captureIndex("import_source");
-    int nameIndex = query.captureIndex("import_name");
-    int aliasIndex = query.captureIndex("import_alias");
-    int defaultIndex = query.captureIndex("import_default");
+void collectImports(const PassMatches::Feed& feed, const AnalysisInput& input, FileAnalysisResult& result) {
+    int sourceIndex = feed.captureIndex("import_source");
+    int nameIndex = feed.captureIndex("import_name");
+    int aliasIndex = feed.captureIndex("import_alias");
+    int defaultIndex = feed.captureIndex("import_default");
     // Each match resolves its statement anew: `import { a, b } from 'm'` is three matches
     // and three lookups, and three diagnostics when 'm' does not resolve.
-    forEachMatch(query, input.root, [&](const QueryMatch& match) {
+    feed.forEach([&](const QueryMatch& match) {
         auto source = match.first(sourceIndex);
         if (!source) return;
         JSImportResolution resolution = resolveJSImportSource(extractNodeText(*source, input.source), input.filePath,
@@ -58,26 +56,29 @@ const TSLanguage* JSFamilyPlugin::language(std::string_view) const {
 
 FileAnalysisResult JSFamilyPlugin::analyzeFile(const AnalysisInput& input) const {
     FileAnalysisResult result;
-    if (auto* query = compiled(jsqueries::kDeclarations)) {
-        collectDeclarations(*query, input,
+    PassMatches matches(tree_sitter_tsx(),
+                        {jsqueries::kDeclarations, jsqueries::kArrowFunctions, jsqueries::kImports, jsqueries::kCalls},
+                        input.root);
+    if (auto feed = matches.feed(0)) {
+        collectDeclarations(*feed, input,
                             [](std::uint16_t pattern, TSNode, const std::string& name) -> std::optional<SymbolKind> {
                                 return pattern != 0 ? SymbolKind::method : classifyFunction(name);
                             },
                             result.symbols);
     }
-    if (auto* query = compiled(jsqueries::kArrowFunctions)) {
+    if (auto feed = matches.feed(1)) {
         collectDeclarations(
-            *query, input,
+            *feed, input,
             [](std::uint16_t, TSNode, const std::string& name) -> std::optional<SymbolKind> {
                 return classifyFunction(name);
             },
             result.symbols);
     }
-    if (auto* query = compiled(jsqueries::kImports)) collectImports(*query, input, result);
-    if (auto* query = compiled(jsqueries::kCalls)) {
+    if (auto feed = matches.feed(2)) collectImports(*feed, input, result);
+    if (auto feed = matches.feed(3)) {
         // A call outside every declaration (module top level, class field arrows) is dropped.
         JSEnclosingScope scope(input.root, input.source, input.fileRelPath);
-        collectCallSites(*query, input, [&](TSNode call) { return scope.symbolIdFor(call); }, result.calls);
+        collectCallSites(*feed, input, [&](TSNode call) { return scope.symbolIdFor(call); }, result.calls);
     }
     return result;
 }

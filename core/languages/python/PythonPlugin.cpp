@@ -46,8 +46,9 @@ const TSLanguage* PythonPlugin::language(std::string_view) const { return tree_s
 
 FileAnalysisResult PythonPlugin::analyzeFile(const AnalysisInput& input) const {
     FileAnalysisResult result;
-    const SharedQuery* declarations = SharedQuery::get(tree_sitter_python(), kDeclarationQuery);
-    const SharedQuery* calls = SharedQuery::get(tree_sitter_python(), kCallQuery);
+    PassMatches matches(tree_sitter_python(), {kDeclarationQuery, kCallQuery}, input.root);
+    auto declarations = matches.feed(0);
+    auto calls = matches.feed(1);
     std::optional<PythonScopeIndex> scopes;
     if (declarations || calls) scopes.emplace(input.root, input.source, input.fileRelPath);
 

@@ -1,4 +1,5 @@
-// The two query passes that every language plugin runs the same way: declarations (a
+// The two query passes that every language plugin runs the same way, over a feed of
+// matches (see QueryGroup.h): declarations (a
 // `decl` node named by a `name` node) and calls (a `call` node naming a `callee`).
 // What differs per language (the kind of a declaration, the enclosing caller of a call,
 // whether an empty name counts) is handed in.
@@ -9,18 +10,18 @@
 #include <vector>
 
 #include "languages/LanguagePlugin.h"
+#include "languages/syntax/QueryGroup.h"
 #include "languages/syntax/SyntaxTree.h"
 
 namespace vantrel {
 
 // One symbol per match with both captures, ranged over the `decl` node.
 // `kindOf(patternIndex, declNode, name)` gives the kind, or nothing to skip the match.
-template <typename KindOf>
-void collectDeclarations(const SharedQuery& query, const AnalysisInput& input, KindOf&& kindOf,
-                         std::vector<Symbol>& symbols) {
-    int nameIndex = query.captureIndex("name");
-    int declIndex = query.captureIndex("decl");
-    forEachMatch(query, input.root, [&](const QueryMatch& match) {
+template <typename Feed, typename KindOf>
+void collectDeclarations(const Feed& feed, const AnalysisInput& input, KindOf&& kindOf, std::vector<Symbol>& symbols) {
+    int nameIndex = feed.captureIndex("name");
+    int declIndex = feed.captureIndex("decl");
+    feed.forEach([&](const QueryMatch& match) {
         auto name = match.first(nameIndex);
         auto decl = match.first(declIndex);
         if (!name || !decl) return;
@@ -33,12 +34,12 @@ void collectDeclarations(const SharedQuery& query, const AnalysisInput& input, K
 
 // One call site per match whose callee text is not empty and whose `call` node has an
 // enclosing declaration (`callerOf(callNode)`); other calls are dropped.
-template <typename CallerOf>
-void collectCallSites(const SharedQuery& query, const AnalysisInput& input, CallerOf&& callerOf,
+template <typename Feed, typename CallerOf>
+void collectCallSites(const Feed& feed, const AnalysisInput& input, CallerOf&& callerOf,
                       std::vector<CachedCallSite>& calls) {
-    int callIndex = query.captureIndex("call");
-    int calleeIndex = query.captureIndex("callee");
-    forEachMatch(query, input.root, [&](const QueryMatch& match) {
+    int callIndex = feed.captureIndex("call");
+    int calleeIndex = feed.captureIndex("callee");
+    feed.forEach([&](const QueryMatch& match) {
         auto call = match.first(callIndex);
         auto callee = match.first(calleeIndex);
         if (!call || !callee) return;

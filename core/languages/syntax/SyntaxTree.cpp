@@ -92,15 +92,15 @@ const SharedQuery* SharedQuery::get(const TSLanguage* language, std::string_view
 std::vector<TSNode> QueryMatch::captures(int captureIndex) const {
     std::vector<TSNode> nodes;
     if (captureIndex < 0) return nodes;
-    for (std::uint16_t i = 0; i < match_.capture_count; ++i)
-        if (match_.captures[i].index == static_cast<std::uint32_t>(captureIndex)) nodes.push_back(match_.captures[i].node);
+    for (std::uint16_t i = 0; i < count_; ++i)
+        if (captures_[i].index == static_cast<std::uint32_t>(captureIndex)) nodes.push_back(captures_[i].node);
     return nodes;
 }
 
 std::optional<TSNode> QueryMatch::first(int captureIndex) const {
     if (captureIndex < 0) return std::nullopt;
-    for (std::uint16_t i = 0; i < match_.capture_count; ++i)
-        if (match_.captures[i].index == static_cast<std::uint32_t>(captureIndex)) return match_.captures[i].node;
+    for (std::uint16_t i = 0; i < count_; ++i)
+        if (captures_[i].index == static_cast<std::uint32_t>(captureIndex)) return captures_[i].node;
     return std::nullopt;
 }
 

@@ -73,29 +73,40 @@ private:
 // One match as delivered by the cursor.
 class QueryMatch {
 public:
-    QueryMatch(const SharedQuery& query, const TSQueryMatch& match) : query_(query), match_(match) {}
-    std::uint16_t patternIndex() const { return match_.pattern_index; }
+    QueryMatch(const TSQueryMatch& match)
+        : pattern_(match.pattern_index), captures_(match.captures), count_(match.capture_count) {}
+    QueryMatch(std::uint16_t pattern, const TSQueryCapture* captures, std::uint16_t count)
+        : pattern_(pattern), captures_(captures), count_(count) {}
+    // Index of the pattern within the query that the pass wrote.
+    std::uint16_t patternIndex() const { return pattern_; }
     // Captures with that name, in the order of the match.
     std::vector<TSNode> captures(int captureIndex) const;
     std::optional<TSNode> first(int captureIndex) const;
 
 private:
-    const SharedQuery& query_;
-    const TSQueryMatch& match_;
+    std::uint16_t pattern_;
+    const TSQueryCapture* captures_;
+    std::uint16_t count_;
 };
 
-// Runs the query over the whole tree with a cursor of its own and hands each match
-// to `visit` in the order the cursor delivers them.
+// Runs the query over the whole tree with a cursor of its own and hands each raw match
+// to `visit` in the order the cursor delivers them; a match's captures live until the
+// next one arrives.
 template <typename Visit>
-void forEachMatch(const SharedQuery& query, TSNode root, Visit&& visit) {
+void forEachRawMatch(const SharedQuery& query, TSNode root, Visit&& visit) {
     TSQueryCursor* cursor = ts_query_cursor_new();
     // The engine keeps a match's start depth in 16 bits: deeper starts never match and
     // their stale states made deeply nested input take quadratic time.
     ts_query_cursor_set_max_start_depth(cursor, UINT16_MAX);
     ts_query_cursor_exec(cursor, query.query(), root);
     TSQueryMatch match;
-    while (ts_query_cursor_next_match(cursor, &match)) visit(QueryMatch(query, match));
+    while (ts_query_cursor_next_match(cursor, &match)) visit(static_cast<const TSQueryMatch&>(match));
     ts_query_cursor_delete(cursor);
+}
+
+template <typename Visit>
+void forEachMatch(const SharedQuery& query, TSNode root, Visit&& visit) {
+    forEachRawMatch(query, root, [&](const TSQueryMatch& match) { visit(QueryMatch(match)); });
 }
 
 }  // namespace vantrel

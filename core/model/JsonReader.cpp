@@ -1,0 +1,246 @@
+#include "model/JsonReader.h"
+
+#include <charconv>
+#include <cmath>
+#include <cstdlib>
+
+namespace vantrel {
+
+void JsonReader::fail(const std::string& what) const {
+    throw DecodeError("not valid JSON: " + what + " at offset " + std::to_string(pos_));
+}
+
+void JsonReader::skipWhitespace() {
+    while (pos_ < text_.size()) {
+        char c = text_[pos_];
+        if (c != ' ' && c != '\t' && c != '\n' && c != '\r') return;
+        ++pos_;
+    }
+}
+
+char JsonReader::next() {
+    skipWhitespace();
+    if (pos_ >= text_.size()) fail("unexpected end");
+    return text_[pos_];
+}
+
+void JsonReader::expect(char c) {
+    if (next() != c) fail(std::string("expected '") + c + "'");
+    ++pos_;
+}
+
+JsonReader::Type JsonReader::peek() {
+    switch (next()) {
+        case '{': return Type::object;
+        case '[': return Type::array;
+        case '"': return Type::string;
+        case 't': case 'f': return Type::boolean;
+        case 'n': return Type::null;
+        default: return Type::number;
+    }
+}
+
+void JsonReader::beginObject() {
+    expect('{');
+    first_ = true;
+}
+
+bool JsonReader::nextKey(std::string& key) {
+    if (next() == '}') {
+        ++pos_;
+        first_ = false;
+        return false;
+    }
+    if (!first_) expect(',');
+    first_ = false;
+    readString(key);
+    expect(':');
+    return true;
+}
+
+void JsonReader::beginArray() {
+    expect('[');
+    first_ = true;
+}
+
+bool JsonReader::nextElement() {
+    if (next() == ']') {
+        ++pos_;
+        first_ = false;
+        return false;
+    }
+    if (!first_) expect(',');
+    first_ = false;
+    return true;
+}
+
+namespace {
+void appendUtf8(std::string& out, std::uint32_t c) {
+    if (c < 0x80) {
+        out.push_back(static_cast<char>(c));
+    } else if (c < 0x800) {
+        out.push_back(static_cast<char>(0xC0 | (c >> 6)));
+        out.push_back(static_cast<char>(0x80 | (c & 0x3F)));
+    } else if (c < 0x10000) {
+        out.push_back(static_cast<char>(0xE0 | (c >> 12)));
+        out.push_back(static_cast<char>(0x80 | ((c >> 6) & 0x3F)));
+        out.push_back(static_cast<char>(0x80 | (c & 0x3F)));
+    } else {
+        out.push_back(static_cast<char>(0xF0 | (c >> 18)));
+        out.push_back(static_cast<char>(0x80 | ((c >> 12) & 0x3F)));
+        out.push_back(static_cast<char>(0x80 | ((c >> 6) & 0x3F)));
+        out.push_back(static_cast<char>(0x80 | (c & 0x3F)));
+    }
+}
+
+int hexValue(char c) {
+    if (c >= '0' && c <= '9') return c - '0';
+    if (c >= 'a' && c <= 'f') return c - 'a' + 10;
+    if (c >= 'A' && c <= 'F') return c - 'A' + 10;
+    return -1;
+}
+}  // namespace
+
+std::string JsonReader::readString() {
+    std::string out;
+    readString(out);
+    return out;
+}
+
+void JsonReader::readString(std::string& out) {
+    expect('"');
+    out.clear();
+    while (true) {
+        // Copy the plain run up to the next quote, backslash or control character.
+        std::size_t start = pos_;
+        while (pos_ < text_.size()) {
+            unsigned char c = static_cast<unsigned char>(text_[pos_]);
+            if (c == '"' || c == '\\' || c < 0x20) break;
+            ++pos_;
+        }
+        out.append(text_.substr(start, pos_ - start));
+        if (pos_ >= text_.size()) fail("unterminated string");
+        char c = text_[pos_++];
+        if (c == '"') break;
+        if (c != '\\') fail("control character in string");
+        if (pos_ >= text_.size()) fail("unterminated string");
+        char e = text_[pos_++];
+        switch (e) {
+            case '"': out.push_back('"'); break;
+            case '\\': out.push_back('\\'); break;
+            case '/': out.push_back('/'); break;
+            case 'b': out.push_back('\b'); break;
+            case 'f': out.push_back('\f'); break;
+            case 'n': out.push_back('\n'); break;
+            case 'r': out.push_back('\r'); break;
+            case 't': out.push_back('\t'); break;
+            case 'u': {
+                auto hex4 = [&]() -> std::uint32_t {
+                    if (pos_ + 4 > text_.size()) fail("short \\u escape");
+                    std::uint32_t v = 0;
+                    for (int i = 0; i < 4; ++i) {
+                        int h = hexValue(text_[pos_++]);
+                        if (h < 0) fail("bad \\u escape");
+                        v = (v << 4) | static_cast<std::uint32_t>(h);
+                    }
+                    return v;
+                };
+                std::uint32_t code = hex4();
+                if (code >= 0xD800 && code <= 0xDBFF) {
+                    if (pos_ + 2 > text_.size() || text_[pos_] != '\\' || text_[pos_ + 1] != 'u')
+                        fail("lone surrogate");
+                    pos_ += 2;
+                    std::uint32_t low = hex4();
+                    if (low < 0xDC00 || low > 0xDFFF) fail("lone surrogate");
+                    code = 0x10000 + ((code - 0xD800) << 10) + (low - 0xDC00);
+                } else if (code >= 0xDC00 && code <= 0xDFFF) {
+                    fail("lone surrogate");
+                }
+                appendUtf8(out, code);
+                break;
+            }
+            default: fail("bad escape");
+        }
+    }
+}
+
+std::string_view JsonReader::numberText() {
+    skipWhitespace();
+    std::size_t start = pos_;
+    auto digits = [&] {
+        std::size_t from = pos_;
+        while (pos_ < text_.size() && text_[pos_] >= '0' && text_[pos_] <= '9') ++pos_;
+        return pos_ - from;
+    };
+    if (pos_ < text_.size() && text_[pos_] == '-') ++pos_;
+    std::size_t intStart = pos_;
+    std::size_t intDigits = digits();
+    if (intDigits == 0) fail("expected a value");
+    if (intDigits > 1 && text_[intStart] == '0') fail("leading zero");
+    if (pos_ < text_.size() && text_[pos_] == '.') {
+        ++pos_;
+        if (digits() == 0) fail("bad number");
+    }
+    if (pos_ < text_.size() && (text_[pos_] == 'e' || text_[pos_] == 'E')) {
+        ++pos_;
+        if (pos_ < text_.size() && (text_[pos_] == '+' || text_[pos_] == '-')) ++pos_;
+        if (digits() == 0) fail("bad number");
+    }
+    return text_.substr(start, pos_ - start);
+}
+
+std::int64_t JsonReader::readInteger() {
+    if (peek() != Type::number) fail("expected an integer");
+    std::string_view number = numberText();
+    std::int64_t value = 0;
+    auto [end, error] = std::from_chars(number.data(), number.data() + number.size(), value);
+    if (error == std::errc() && end == number.data() + number.size()) return value;
+    double d = std::strtod(std::string(number).c_str(), nullptr);
+    if (std::isfinite(d) && std::floor(d) == d && std::fabs(d) < 9.2e18) return static_cast<std::int64_t>(d);
+    throw DecodeError("expected an integer, found " + std::string(number));
+}
+
+double JsonReader::readNumber() {
+    if (peek() != Type::number) fail("expected a number");
+    std::string_view number = numberText();
+    return std::strtod(std::string(number).c_str(), nullptr);
+}
+
+void JsonReader::expectLiteral(std::string_view literal) {
+    skipWhitespace();
+    if (text_.substr(pos_, literal.size()) != literal) fail("bad literal");
+    pos_ += literal.size();
+}
+
+void JsonReader::readNull() { expectLiteral("null"); }
+
+void JsonReader::skipValue() {
+    // An explicit stack of container kinds: deep nesting cannot exhaust the native stack.
+    std::string open;
+    std::string scratch;
+    do {
+        if (!open.empty()) {
+            bool more = open.back() == '{' ? nextKey(scratch) : nextElement();
+            if (!more) {
+                open.pop_back();
+                first_ = false;
+                continue;
+            }
+        }
+        switch (peek()) {
+            case Type::object: beginObject(); open.push_back('{'); break;
+            case Type::array: beginArray(); open.push_back('['); break;
+            case Type::string: readString(scratch); break;
+            case Type::number: numberText(); break;
+            case Type::boolean: next() == 't' ? expectLiteral("true") : expectLiteral("false"); break;
+            case Type::null: readNull(); break;
+        }
+    } while (!open.empty());
+}
+
+void JsonReader::finish() {
+    skipWhitespace();
+    if (pos_ != text_.size()) fail("trailing characters");
+}
+
+}  // namespace vantrel

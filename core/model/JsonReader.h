@@ -1,0 +1,57 @@
+// A strict pull reader over JSON text, for decoding this system's own records without
+// building a document first. Every malformed input throws DecodeError; nothing is
+// read past the end. Values are consumed in document order by the caller.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+#include "model/IRJson.h"
+
+namespace vantrel {
+
+class JsonReader {
+public:
+    enum class Type { object, array, string, number, boolean, null };
+
+    explicit JsonReader(std::string_view text) : text_(text) {}
+
+    Type peek();
+    bool peekNull() { return peek() == Type::null; }
+
+    // Objects: beginObject, then nextKey until it gives false (the closing brace is
+    // consumed); after each key the caller reads or skips exactly one value.
+    void beginObject();
+    bool nextKey(std::string& key);
+    // Arrays: beginArray, then nextElement until false; one value per element.
+    void beginArray();
+    bool nextElement();
+
+    std::string readString();
+    void readString(std::string& out);
+    // An integer, also written as an integral number such as 2.0.
+    std::int64_t readInteger();
+    double readNumber();
+    void readNull();
+    void skipValue();
+
+    // Only white space may follow the top-level value.
+    void finish();
+
+private:
+    [[noreturn]] void fail(const std::string& what) const;
+    void skipWhitespace();
+    char next();
+    void expect(char c);
+    std::string_view numberText();
+    void expectLiteral(std::string_view literal);
+    void afterValue();
+
+    std::string_view text_;
+    std::size_t pos_ = 0;
+    // Whether the next element or key of the innermost container is its first.
+    bool first_ = false;
+};
+
+}  // namespace vantrel

@@ -1,0 +1,76 @@
+// The direct record codec against the document writer: the same bytes for the same
+// record, whatever the strings hold, and a strict read of anything else.
+#include <gtest/gtest.h>
+
+#include "cache/ProjectCache.h"
+#include "model/IRJson.h"
+#include "util/Text.h"
+
+namespace vantrel {
+namespace {
+
+CachedFileResult trickyRecord() {
+    CachedFileResult record;
+    record.fileHash = std::string(64, 'a');
+    record.symbols.push_back(Symbol{"src/ä/\"q\".ts:f\\g:function", SymbolKind::function, {1, 9, 3, 2}, {}, {}});
+    record.symbols.push_back(Symbol{"x.py:C:class", SymbolKind::classType, {10, 1, 12, 17}, {}, {}});
+    record.imports = {{"a", "src/a.ts"}, {"\t\x01z", "/abs/😀.ts"}};
+    record.calls = {{"x.py:C:class", "run"}, {"x.py:C:class", "run"}, {"src/ä/\"q\".ts:f\\g:function", "<\x7f>"}};
+    record.diagnostics.push_back({"x.py", "os", ResolutionDiagnostic::Reason::externalModule,
+                                  "Module 'os' is external (not scanned) \u2192 ok"});
+    record.diagnostics.push_back({"x.py", "./a/b", ResolutionDiagnostic::Reason::fileNotFound, std::nullopt});
+    return record;
+}
+
+std::string viaDocument(const CachedFileResult& r) {
+    nlohmann::json calls = nlohmann::json::array();
+    for (const auto& c : r.calls) calls.push_back({{"calleeName", c.calleeName}, {"callerId", c.callerId}});
+    nlohmann::json diagnostics = nlohmann::json::array();
+    for (const auto& d : r.diagnostics) diagnostics.push_back(diagnosticToJson(d));
+    nlohmann::json symbols = nlohmann::json::array();
+    for (const auto& s : r.symbols) symbols.push_back(symbolToJson(s));
+    nlohmann::json imports(r.imports);
+    nlohmann::json root{{"calls", calls}, {"diagnostics", diagnostics}, {"fileHash", r.fileHash},
+                        {"imports", imports}, {"symbols", symbols}};
+    return replaceAll(dumpJson(root, false), "/", "\\/");
+}
+
+TEST(CacheRecordCodec, MatchesTheDocumentWriterAndRoundTrips) {
+    CachedFileResult record = trickyRecord();
+    std::string encoded = encodeFileRecord(record);
+    EXPECT_EQ(encoded, viaDocument(record));
+    auto decoded = decodeFileRecord(encoded);
+    ASSERT_TRUE(decoded);
+    EXPECT_EQ(*decoded, record);
+
+    // White space, unknown keys, a null suggestion and \u escapes are read like the
+    // document reader reads them.
+    auto spaced = decodeFileRecord(R"( { "symbols" : [ ] , "extra": {"deep": [1, {"x": null}]},
+        "imports": {"k": "p\u00e4\/q"}, "fileHash": "h", "calls": [],
+        "diagnostics": [{"importerPath": "a", "importPath": "b", "reason": "noTsConfig", "suggestion": null}] } )");
+    ASSERT_TRUE(spaced);
+    EXPECT_EQ(spaced->imports.at("k"), "p\u00e4/q");
+    EXPECT_FALSE(spaced->diagnostics.at(0).suggestion);
+}
+
+TEST(CacheRecordCodec, RefusesAnythingElse) {
+    std::string good = encodeFileRecord(trickyRecord());
+    const std::string refused[] = {
+        good.substr(0, good.size() - 1),                                   // truncated
+        good + "x",                                                        // trailing bytes
+        replaceAll(good, "\"calls\":", "\"callz\":"),                     // missing key
+        replaceAll(good, "\"startLine\":10", "\"startLine\":1.5"),        // not an integer
+        replaceAll(good, "\"kind\":\"class\"", "\"kind\":\"classType\""),  // unknown kind
+        replaceAll(good, "\"fileHash\":\"", "\"fileHash\":[\""),          // wrong type
+        R"({"calls": [], "diagnostics": [], "fileHash": "h", "imports": {}, "symbols": null})",
+        R"({"calls": [], "diagnostics": [], "fileHash": "h\ud800", "imports": {}, "symbols": []})",
+        "",
+        "[]",
+    };
+    for (const auto& text : refused) EXPECT_FALSE(decodeFileRecord(text)) << text;
+    // Integral numbers count as integers, as for the document reader.
+    EXPECT_TRUE(decodeFileRecord(replaceAll(good, "\"startLine\":10", "\"startLine\":10.0")));
+}
+
+}  // namespace
+}  // namespace vantrel
