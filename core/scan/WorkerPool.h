@@ -34,10 +34,10 @@ template <typename T>
 class Channel {
 public:
     void push(T value) {
-        {
-            std::lock_guard lock(mutex_);
-            items_.push_back(std::move(value));
-        }
+        // Notified under the lock: the consumer may destroy the channel as soon as it has
+        // taken the last value, so nothing may touch it after the lock is released.
+        std::lock_guard lock(mutex_);
+        items_.push_back(std::move(value));
         ready_.notify_one();
     }
     T pop() {
