@@ -1,5 +1,6 @@
 #include "cli/CliSupport.h"
 
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <atomic>
@@ -183,6 +184,16 @@ void writeOutput(const std::optional<std::string>& outFile, const std::string& b
         std::fwrite(bytes.data(), 1, bytes.size(), stdout);
         if (!bytes.empty() && bytes.back() != '\n') std::fputc('\n', stdout);
         std::fflush(stdout);
+        return;
+    }
+    // A device or pipe (/dev/null, /dev/stdout, a fifo) is written as it is: replacing it
+    // through a temporary file would put a regular file in its place.
+    struct stat st {};
+    if (::stat(outFile->c_str(), &st) == 0 && !S_ISREG(st.st_mode)) {
+        std::FILE* out = std::fopen(outFile->c_str(), "wb");
+        bool ok = out && std::fwrite(bytes.data(), 1, bytes.size(), out) == bytes.size();
+        if (out && std::fclose(out) != 0) ok = false;
+        if (!ok) throw CommandError("cannot write " + *outFile);
         return;
     }
     if (!writeFileAtomically(*outFile, bytes)) throw CommandError("cannot write " + *outFile);

@@ -1,7 +1,12 @@
 // The headless tool's scan command end to end: output, summary, exit codes and messages.
 #include <gtest/gtest.h>
 
+#include <sys/stat.h>
+
 #include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <thread>
 
 #include "model/IRJson.h"
 #include "support/RunCommand.h"
@@ -42,6 +47,25 @@ TEST(CliScan, WritesTheGraphAndASummary) {
     auto quiet = runCommand({VANTREL_CLI_PATH, "scan", root, "--cache-dir", dir / "cache", "--quiet"});
     EXPECT_EQ(quiet.exitCode, 0);
     EXPECT_TRUE(quiet.err.empty()) << quiet.err;
+}
+
+TEST(CliScan, OutputToAPipeLeavesThePipeInPlace) {
+    TempDir dir;
+    std::string root = dir.copyFixture("scan-project");
+    std::string fifo = dir / "out.fifo";
+    ASSERT_EQ(::mkfifo(fifo.c_str(), 0600), 0);
+    std::string received;
+    std::thread reader([&] {
+        std::ifstream in(fifo, std::ios::binary);
+        received.assign(std::istreambuf_iterator<char>(in), {});
+    });
+    auto result = runCommand({VANTREL_CLI_PATH, "scan", root, "--cache-dir", dir / "cache", "--quiet", "--out", fifo});
+    reader.join();
+    EXPECT_EQ(result.exitCode, 0) << result.err;
+    EXPECT_EQ(decodeProjectIR(received).symbols.size(), 14u);
+    struct stat st {};
+    ASSERT_EQ(::stat(fifo.c_str(), &st), 0);
+    EXPECT_TRUE(S_ISFIFO(st.st_mode));
 }
 
 TEST(CliScan, ProjectFileAndExplicitConfig) {
