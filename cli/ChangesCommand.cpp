@@ -14,6 +14,7 @@
 #include "config/GlobalDefaults.h"
 #include "util/FileIO.h"
 #include "util/Paths.h"
+#include "util/Text.h"
 
 namespace vantrel::cli {
 
@@ -41,6 +42,17 @@ std::string supportDirFor(const std::optional<std::string>& cacheDir) {
     throw CommandError("no place for the base tree: set HOME or XDG_DATA_HOME, or pass --cache-dir");
 }
 
+// The base tree inside the scanned folder would be scanned as part of the working tree,
+// unless a hidden folder (which scans pass over) holds it.
+void requireOutsideScan(const std::string& baseTree, const std::string& root) {
+    std::string relative = relativePath(baseTree, root);
+    if (startsWith(relative, "/")) return;
+    for (auto component : splitKeepingEmpty(relative, "/"))
+        if (startsWith(component, ".")) return;
+    throw CommandError("the cache folder lies inside " + root + ", where the base tree would be scanned with it; "
+                       "pass a --cache-dir outside it");
+}
+
 struct BaseGraph {
     ProjectIR ir;
     std::string origin;  // how it was obtained, for the summary
@@ -48,11 +60,11 @@ struct BaseGraph {
 
 // The folder's graph at `commit`: the stored one when the same tree was scanned with the
 // same settings before, else a scan of a checkout of that tree.
-BaseGraph loadBaseGraph(const git::WorkTree& tree, const std::string& commit, const ScanRequest& scanTemplate) {
+BaseGraph loadBaseGraph(const git::WorkTree& tree, const std::string& commit, const BaseWorkspace& workspace,
+                        const ScanRequest& scanTemplate) {
     const std::string& root = scanTemplate.root;
     auto treeId = withGit([&] { return git::subtreeId(root, commit, tree.prefix); });
     if (!treeId) return {ProjectIR{}, "the folder did not exist then"};
-    BaseWorkspace workspace(supportDirFor(scanTemplate.cacheDir), root);
     BaseWorkspace::Lock lock(workspace);
     std::string key = baseGraphKey(*treeId, scanTemplate.config, SymbolScanner::defaultPlugins());
     if (auto stored = workspace.loadGraph(key)) {
@@ -99,13 +111,15 @@ int runChangesCommand(int argc, char** argv) {
     auto tree = withGit([&] { return git::locateWorkTree(request.root); });
     std::string commit = withGit([&] { return git::resolveCommit(request.root, revision); });
     request.config = resolveConfig(request.root, args.value("--config"));
+    BaseWorkspace workspace(supportDirFor(request.cacheDir), request.root);
+    requireOutsideScan(workspace.treeDir(), request.root);
 
     auto changes = withGit([&] {
         return changesBelowFolder(parseUnifiedDiff(git::diffAgainst(request.root, commit)),
                                   git::untrackedFiles(request.root), tree.prefix);
     });
     ScanOutcome current = runScan(request);
-    BaseGraph base = loadBaseGraph(tree, commit, request);
+    BaseGraph base = loadBaseGraph(tree, commit, workspace, request);
 
     auto changed = changedSymbols(changes, current.ir, base.ir);
     auto reached = reachOfChanges(changed, current.ir, base.ir, depth);
@@ -119,8 +133,8 @@ int runChangesCommand(int argc, char** argv) {
                      report.changed.size(), report.reachedCount(), static_cast<long long>(depth));
     }
     if (failOver && static_cast<std::int64_t>(report.reachedCount()) > *failOver) {
-        std::fprintf(stderr, "vantrel-cli changes: %zu symbols reached, more than --fail-over %lld\n",
-                     report.reachedCount(), static_cast<long long>(*failOver));
+        std::fprintf(stderr, "vantrel-cli changes: %zu symbol%s reached, more than --fail-over %lld\n",
+                     report.reachedCount(), report.reachedCount() == 1 ? "" : "s", static_cast<long long>(*failOver));
         return kExitGate;
     }
     return kExitOk;
