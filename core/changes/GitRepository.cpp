@@ -152,8 +152,8 @@ std::string resolveCommit(const std::string& folder, const std::string& revision
 }
 
 std::optional<std::string> subtreeId(const std::string& folder, const std::string& commit, const std::string& prefix) {
-    std::string spec = prefix.empty() ? commit + "^{tree}" : commit + ":" + prefix.substr(0, prefix.size() - 1);
-    GitRun run = runGit({"-C", folder, "rev-parse", "--verify", "--quiet", "--end-of-options", spec});
+    std::string treeish = prefix.empty() ? commit + "^{tree}" : commit + ":" + prefix.substr(0, prefix.size() - 1);
+    GitRun run = runGit({"-C", folder, "rev-parse", "--verify", "--quiet", "--end-of-options", treeish});
     if (run.exitCode != 0) return std::nullopt;
     return firstLine(run.out);
 }
