@@ -14,5 +14,7 @@ extern const char* const kDiffUsage;
 int runDiffCommand(int argc, char** argv);
 extern const char* const kExportUsage;
 int runExportCommand(int argc, char** argv);
+extern const char* const kChangesUsage;
+int runChangesCommand(int argc, char** argv);
 
 }  // namespace vantrel::cli

@@ -20,6 +20,7 @@ const Command kCommands[] = {
     {"impact", &kImpactUsage, runImpactCommand},
     {"diff", &kDiffUsage, runDiffCommand},
     {"export", &kExportUsage, runExportCommand},
+    {"changes", &kChangesUsage, runChangesCommand},
 };
 
 void printHelp(std::FILE* out) {
@@ -28,7 +29,8 @@ void printHelp(std::FILE* out) {
                  "Commands:\n",
                  VANTREL_VERSION);
     for (const auto& command : kCommands) std::fprintf(out, "  %s\n", *command.usage + std::strlen("usage: "));
-    std::fprintf(out, "\nExit codes: 0 success, 1 failure, 2 usage error, 130 interrupted.\n");
+    std::fprintf(out, "\nExit codes: 0 success, 1 failure, 2 usage error, 3 over the --fail-over gate of changes,\n"
+                      "130 interrupted.\n");
 }
 
 }  // namespace
