@@ -48,13 +48,19 @@ ProjectStore::~ProjectStore() {
     pool_.waitForDone();
 }
 
-void ProjectStore::setDiffModeEnabled(bool enabled) { write(diffModeEnabled_, enabled, &ProjectStore::diffModeEnabledChanged); }
+void ProjectStore::setDiffModeEnabled(bool enabled) {
+    write(diffModeEnabled_, enabled, &ProjectStore::diffModeEnabledChanged);
+}
 
 void ProjectStore::setSearchText(const QString& text) { write(searchText_, text, &ProjectStore::searchTextChanged); }
 
-void ProjectStore::setKindFilter(const OptionalSymbolKind& kind) { write(kindFilter_, kind, &ProjectStore::kindFilterChanged); }
+void ProjectStore::setKindFilter(const OptionalSymbolKind& kind) {
+    write(kindFilter_, kind, &ProjectStore::kindFilterChanged);
+}
 
-void ProjectStore::clearLastExportError() { write(lastExportError_, std::nullopt, &ProjectStore::lastExportErrorChanged); }
+void ProjectStore::clearLastExportError() {
+    write(lastExportError_, std::nullopt, &ProjectStore::lastExportErrorChanged);
+}
 
 void ProjectStore::reset() {
     if (scanJob_) scanJob_->cancel();

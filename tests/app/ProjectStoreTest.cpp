@@ -85,7 +85,8 @@ private slots:
         const QString large = QStringLiteral(" source files. Scanning may take a while. You can exclude folders (e.g. "
                                              "build outputs) to speed it up.");
         QTest::newRow("9999: no question") << qint64(9999) << -1 << QString() << QString();
-        QTest::newRow("10000: cancel") << qint64(10000) << 1 << "Large project" << "This project contains 10000" + large;
+        QTest::newRow("10000: cancel") << qint64(10000) << 1 << "Large project"
+                                       << "This project contains 10000" + large;
         QTest::newRow("49999: exclude more") << qint64(49999) << 2 << "Large project"
                                              << "This project contains 49999" + large;
         QTest::newRow("50000: continue")
