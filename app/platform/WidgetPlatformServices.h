@@ -1,0 +1,28 @@
+// The store's platform services as Qt Widgets dialogs: QFileDialog panels opened
+// window-modal without blocking, and a QMessageBox alert.
+#pragma once
+
+#include <QPointer>
+#include <QWidget>
+#include <functional>
+
+#include "state/PlatformServices.h"
+
+namespace vantrel {
+
+class WidgetPlatformServices : public PlatformServices {
+public:
+    // `parent` hosts the dialogs; `showSettings` brings up the application's settings window.
+    WidgetPlatformServices(QWidget* parent, std::function<void()> showSettings);
+
+    void showOpenPanel(const OpenPanelRequest& request, PathChosen chosen) override;
+    void showSavePanel(const SavePanelRequest& request, PathChosen chosen) override;
+    int runModalAlert(const AlertRequest& request) override;
+    void showSettingsWindow() override;
+
+private:
+    QPointer<QWidget> parent_;
+    std::function<void()> showSettings_;
+};
+
+}  // namespace vantrel

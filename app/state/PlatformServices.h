@@ -1,0 +1,52 @@
+// What the store needs from the windowing layer: open and save panels, a modal alert
+// and the settings window. The application supplies dialogs; tests supply scripted
+// answers, so no test needs a display.
+#pragma once
+
+#include <QString>
+#include <QStringList>
+#include <functional>
+
+namespace vantrel {
+
+struct OpenPanelRequest {
+    QString title;
+    QString prompt;           // the confirm button's text; empty for the toolkit's own
+    bool chooseFolders = false;  // folders only, else files only; always one selection
+    QStringList nameFilters;  // file filters such as "JSON (*.json)"; empty for all files
+};
+
+struct SavePanelRequest {
+    QString title;
+    QString proposedName;
+    QStringList nameFilters;
+    bool canCreateFolders = true;
+};
+
+struct AlertRequest {
+    QString title;
+    QString text;
+    QStringList buttons;   // in display order; the first is the default button
+    int escapeButton = -1;  // the button that Escape presses, if any
+};
+
+// Called on the main thread with the chosen absolute path.
+using PathChosen = std::function<void(const QString& path)>;
+
+class PlatformServices {
+public:
+    virtual ~PlatformServices() = default;
+
+    // Shows a panel without blocking the caller. `chosen` is called later on the main
+    // thread on confirmation, and never when the panel is dismissed.
+    virtual void showOpenPanel(const OpenPanelRequest& request, PathChosen chosen) = 0;
+    virtual void showSavePanel(const SavePanelRequest& request, PathChosen chosen) = 0;
+
+    // Shows a modal alert and returns the index of the button pressed, -1 for none.
+    virtual int runModalAlert(const AlertRequest& request) = 0;
+
+    // Brings up the settings window on the tab stored under `preferencesSelectedTab`.
+    virtual void showSettingsWindow() = 0;
+};
+
+}  // namespace vantrel

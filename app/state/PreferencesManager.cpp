@@ -1,0 +1,51 @@
+#include "state/PreferencesManager.h"
+
+#include <algorithm>
+
+#include "config/GlobalDefaults.h"
+#include "state/Preferences.h"
+
+namespace vantrel {
+
+namespace {
+constexpr std::int64_t kMinUserDepth = 1;
+constexpr std::int64_t kMaxUserDepth = 12;
+}  // namespace
+
+std::vector<std::string> PreferencesManager::globalExcludePatterns() {
+    return decodeJSONArray(Preferences::dataValue(prefkeys::kGlobalExcludePatternsJSON))
+        .value_or(defaultGlobalExcludePatterns());
+}
+
+std::optional<std::vector<std::string>> PreferencesManager::enabledLanguageIds() {
+    auto ids = decodeJSONArray(Preferences::dataValue(prefkeys::kEnabledLanguageIdsJSON));
+    if (!ids || ids->empty()) return std::nullopt;
+    return ids;
+}
+
+std::int64_t PreferencesManager::defaultMaxDepth() {
+    // A value that is no integer reads as 0, like a missing one without a default.
+    std::int64_t depth = Preferences::integerValue(prefkeys::kDefaultMaxDepth).value_or(0);
+    if (depth == 0) depth = kDefaultMaxDepth;
+    return limitUserDepth(depth);
+}
+
+std::int64_t PreferencesManager::limitUserDepth(std::int64_t depth) {
+    return std::clamp(depth, kMinUserDepth, kMaxUserDepth);
+}
+
+VantrelConfig PreferencesManager::globalConfig() {
+    return VantrelConfig{globalExcludePatterns(), defaultMaxDepth(), enabledLanguageIds()};
+}
+
+VantrelConfig PreferencesManager::mergedConfig(const QString& projectRoot) {
+    return mergeConfig(globalConfig(), VantrelConfig::loadIfPresent(projectRoot.toStdString()));
+}
+
+bool PreferencesManager::wantsOnboardingAtLaunch() {
+    bool completed = Preferences::boolValue(prefkeys::kHasCompletedOnboarding).value_or(false);
+    bool showOnLaunch = Preferences::boolValue(prefkeys::kShowOnboardingOnLaunch).value_or(true);
+    return !completed && showOnLaunch;
+}
+
+}  // namespace vantrel

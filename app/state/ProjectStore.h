@@ -1,0 +1,231 @@
+// The application's one state object. It lives on the main thread; every view reads it
+// and changes the project only through its operations. Each published field is a
+// property whose change signal fires on every write (also when the value is the same).
+//
+// A project gets in through scan(): the store resets, merges the configuration, records
+// the folder as recent and runs the count and the scan off the main thread, asking
+// the user first when the project is large. Progress and the result come back through
+// the event loop. Every scan has a generation number: reports and results of a scan
+// that reset() or a newer scan() superseded are dropped on arrival, so they never touch
+// the newer scan's state.
+#pragma once
+
+#include <QObject>
+#include <QString>
+#include <QStringList>
+#include <QThreadPool>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "GraphExportFormat.h"
+#include "cache/ProjectCache.h"
+#include "config/VantrelConfig.h"
+#include "impact/BlastRadius.h"
+#include "impact/ProjectDiff.h"
+#include "layout/GraphLayout.h"
+#include "model/ProjectIR.h"
+#include "scan/ScanProgress.h"
+#include "scan/SymbolScanner.h"
+#include "state/AppLocations.h"
+#include "state/PlatformServices.h"
+#include "state/ScanJob.h"
+#include "state/StoreTypes.h"
+
+class QMimeData;
+
+namespace vantrel {
+
+using OptionalProjectIR = std::optional<ProjectIR>;
+using OptionalDiffResult = std::optional<ProjectDiffResult>;
+using OptionalScanProgress = std::optional<ScanProgress>;
+using OptionalText = std::optional<QString>;
+using OptionalSymbolId = std::optional<std::string>;
+using OptionalSymbolKind = std::optional<SymbolKind>;
+using SymbolIdList = std::vector<std::string>;
+
+// What the store needs from its surroundings; tests replace each part.
+struct ProjectStoreEnvironment {
+    PlatformServices* platform = nullptr;  // not owned; must outlive the store
+    ProjectCache cache;                    // the user's cache unless replaced
+    AppLocations locations;                // resources and the application's own folders
+    FileCounter countFiles;                // empty: the scanner's own count
+};
+
+class ProjectStore : public QObject {
+    Q_OBJECT
+    Q_PROPERTY(vantrel::ScanState scanState READ scanState NOTIFY scanStateChanged)
+    Q_PROPERTY(vantrel::OptionalProjectIR ir READ ir NOTIFY irChanged)
+    Q_PROPERTY(vantrel::OptionalScanProgress scanProgress READ scanProgress NOTIFY scanProgressChanged)
+    Q_PROPERTY(vantrel::OptionalText lastExportError READ lastExportError NOTIFY lastExportErrorChanged)
+    Q_PROPERTY(vantrel::OptionalProjectIR baselineIR READ baselineIR NOTIFY baselineIRChanged)
+    Q_PROPERTY(vantrel::OptionalDiffResult diffResult READ diffResult NOTIFY diffResultChanged)
+    Q_PROPERTY(bool diffModeEnabled READ diffModeEnabled WRITE setDiffModeEnabled NOTIFY diffModeEnabledChanged)
+    Q_PROPERTY(vantrel::EdgeSet diffAddedEdges READ diffAddedEdges NOTIFY diffAddedEdgesChanged)
+    Q_PROPERTY(QStringList recentProjects READ recentProjects NOTIFY recentProjectsChanged)
+    Q_PROPERTY(QString searchText READ searchText WRITE setSearchText NOTIFY searchTextChanged)
+    Q_PROPERTY(vantrel::OptionalSymbolKind kindFilter READ kindFilter WRITE setKindFilter NOTIFY kindFilterChanged)
+    Q_PROPERTY(vantrel::VantrelConfig config READ config NOTIFY configChanged)
+    Q_PROPERTY(bool showOnboardingOverlay READ showOnboardingOverlay NOTIFY showOnboardingOverlayChanged)
+    Q_PROPERTY(vantrel::OptionalSymbolId selectedSymbolId READ selectedSymbolId NOTIFY selectedSymbolIdChanged)
+    Q_PROPERTY(vantrel::ImpactLevels impactLevels READ impactLevels NOTIFY impactLevelsChanged)
+    Q_PROPERTY(vantrel::IdSet downstreamContext READ downstreamContext NOTIFY downstreamContextChanged)
+    Q_PROPERTY(vantrel::NodePositions nodePositions READ nodePositions NOTIFY nodePositionsChanged)
+    Q_PROPERTY(vantrel::IdSet collapsedNodes READ collapsedNodes NOTIFY collapsedNodesChanged)
+    Q_PROPERTY(vantrel::SymbolIdList allSymbolIdsSorted READ allSymbolIdsSorted NOTIFY allSymbolIdsSortedChanged)
+
+public:
+    explicit ProjectStore(ProjectStoreEnvironment environment, QObject* parent = nullptr);
+    // Cancels a running scan and waits for its thread to end.
+    ~ProjectStore() override;
+
+    // Published fields.
+    const ScanState& scanState() const { return scanState_; }
+    const OptionalProjectIR& ir() const { return ir_; }
+    const OptionalScanProgress& scanProgress() const { return scanProgress_; }
+    const OptionalText& lastExportError() const { return lastExportError_; }
+    const OptionalProjectIR& baselineIR() const { return baselineIR_; }
+    const OptionalDiffResult& diffResult() const { return diffResult_; }
+    bool diffModeEnabled() const { return diffModeEnabled_; }
+    const EdgeSet& diffAddedEdges() const { return diffAddedEdges_; }
+    const QStringList& recentProjects() const { return recentProjects_; }
+    const QString& searchText() const { return searchText_; }
+    const OptionalSymbolKind& kindFilter() const { return kindFilter_; }
+    const VantrelConfig& config() const { return config_; }
+    bool showOnboardingOverlay() const { return showOnboardingOverlay_; }
+    const OptionalSymbolId& selectedSymbolId() const { return selectedSymbolId_; }
+    const ImpactLevels& impactLevels() const { return impactLevels_; }
+    const IdSet& downstreamContext() const { return downstreamContext_; }
+    const NodePositions& nodePositions() const { return nodePositions_; }
+    const IdSet& collapsedNodes() const { return collapsedNodes_; }
+    const SymbolIdList& allSymbolIdsSorted() const { return allSymbolIdsSorted_; }
+
+    // Fields bound to view controls.
+    void setDiffModeEnabled(bool enabled);
+    void setSearchText(const QString& text);
+    void setKindFilter(const OptionalSymbolKind& kind);
+    // The export failure alert was dismissed.
+    void clearLastExportError();
+
+    // Scan lifecycle. All on the main thread; each returns at once.
+    void scan(const QString& rootPath);
+    // Stops any scan and forgets the project; the baseline, diff mode, filters, the
+    // configuration and the recent list stay.
+    void reset();
+    // Stops the running scan, if any; the store then goes idle.
+    void cancelScan();
+    bool isScanRunning() const { return static_cast<bool>(scanJob_); }
+    // Acts once per run: scans the bundled sample project and raises the onboarding
+    // overlay unless onboarding was completed or turned off.
+    void performFirstLaunchIfNeeded();
+    // From 10000 files on, asks whether to go on ("Exclude More…" opens the scanning
+    // preferences and answers no).
+    bool confirmLargeProjectScanIfNeeded(std::int64_t fileCount);
+    void openScanningPreferences();
+    void refreshRecents();
+    void clearRecents();
+    void presentOnboarding();
+    void completeOnboarding();
+
+    // Panels.
+    void chooseProjectFolder();
+    // Loads a ProjectIR JSON file as the baseline; a failure goes to lastExportError and
+    // keeps the earlier baseline.
+    void chooseBaselineSnapshot();
+    // Exports the graph as it is now; a failure goes to lastExportError.
+    void exportGraph(GraphExportFormat format);
+    // For drops: calls `completion` with the first local file among the dropped URLs,
+    // and not at all when there is none.
+    static void extractFirstFileURL(const QMimeData& data, const std::function<void(const QString&)>& completion);
+
+    // Selection, impact and filtering.
+    // Both take effect on a later turn of the event loop, never before they return.
+    void select(const std::string& symbolId);
+    void clearSelection();
+    // The level whose set holds the id; nothing for the selection itself and ids beyond
+    // the depth.
+    std::optional<int> impactLevel(std::string_view symbolId) const;
+    void toggleCollapsedSelected();
+    // Limits the depth to 1 to 12 for this session (nothing is stored) and recomputes
+    // the impact of the selection.
+    void updateMaxDepth(std::int64_t value);
+    // The ids that pass the search text and kind filter, in ascending order.
+    SymbolIdList filteredSymbolIds() const;
+    // One record per level from 1 to the depth while diff mode is on with a baseline, a
+    // graph and a selection; otherwise empty.
+    std::vector<LevelDeltaCount> blastRadiusDeltaCountsForSelection() const;
+
+signals:
+    void scanStateChanged();
+    void irChanged();
+    void scanProgressChanged();
+    void lastExportErrorChanged();
+    void baselineIRChanged();
+    void diffResultChanged();
+    void diffModeEnabledChanged();
+    void diffAddedEdgesChanged();
+    void recentProjectsChanged();
+    void searchTextChanged();
+    void kindFilterChanged();
+    void configChanged();
+    void showOnboardingOverlayChanged();
+    void selectedSymbolIdChanged();
+    void impactLevelsChanged();
+    void downstreamContextChanged();
+    void nodePositionsChanged();
+    void collapsedNodesChanged();
+    void allSymbolIdsSortedChanged();
+
+private:
+    template <typename T, typename V>
+    void write(T& field, V&& value, void (ProjectStore::*changed)()) {
+        field = std::forward<V>(value);
+        emit(this->*changed)();
+    }
+
+    void startScanJob(const std::string& root);
+    void onCounted(std::uint64_t generation, std::int64_t fileCount);
+    void applyScanResult(ProjectIR ir);
+    void applyScanFailure(const ScanFailure& failure);
+    void forgetScanJob();
+    void addRecentIfAppropriate(const QString& path);
+    void recomputeDiffIfPossible();
+    void applySelection(const std::string& symbolId);
+    void applyClearSelection();
+    void loadBaseline(const QString& path);
+    void writeExport(GraphExportFormat format, const ProjectIR& ir, const QString& path);
+
+    ProjectStoreEnvironment environment_;
+    SymbolScanner scanner_;
+
+    ScanState scanState_;
+    OptionalProjectIR ir_;
+    OptionalScanProgress scanProgress_;
+    OptionalText lastExportError_;
+    OptionalProjectIR baselineIR_;
+    OptionalDiffResult diffResult_;
+    bool diffModeEnabled_ = false;
+    EdgeSet diffAddedEdges_;
+    QStringList recentProjects_;
+    QString searchText_;
+    OptionalSymbolKind kindFilter_;
+    VantrelConfig config_ = VantrelConfig::defaultConfig();
+    bool showOnboardingOverlay_ = false;
+    OptionalSymbolId selectedSymbolId_;
+    ImpactLevels impactLevels_;
+    IdSet downstreamContext_;
+    NodePositions nodePositions_;
+    IdSet collapsedNodes_;
+    SymbolIdList allSymbolIdsSorted_;
+
+    std::shared_ptr<ScanJob> scanJob_;
+    std::uint64_t scanGeneration_ = 0;  // raised by every reset; a job's reports carry its own
+    bool didAttemptFirstLaunch_ = false;
+    QThreadPool pool_;  // last: destroyed first, after the destructor has cancelled and waited
+};
+
+}  // namespace vantrel

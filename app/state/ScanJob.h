@@ -1,0 +1,74 @@
+// One scan run off the main thread, in two legs: the count, and after the main
+// thread's go-ahead the scan itself. Every report is posted to the receiver's thread in
+// the order it was made, none merged or dropped. Cancellation is a flag that the
+// scanner polls; a cancelled scan ends with a cancelled failure, never a partial graph.
+#pragma once
+
+#include <QObject>
+#include <QString>
+#include <QThreadPool>
+#include <atomic>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <string>
+
+#include "config/VantrelConfig.h"
+#include "model/ProjectIR.h"
+#include "scan/ScanProgress.h"
+#include "scan/SymbolScanner.h"
+
+namespace vantrel {
+
+// Counts the files of a scan; the scanner's own count unless replaced.
+using FileCounter =
+    std::function<std::int64_t(const std::string& root, const VantrelConfig& config, const CancelCheck& isCancelled)>;
+
+struct ScanFailure {
+    bool cancelled = false;
+    QString message;  // the error's text; empty when cancelled
+};
+
+class ScanJob : public std::enable_shared_from_this<ScanJob> {
+public:
+    // All run on the receiver's thread.
+    struct Handlers {
+        std::function<void(const ScanProgress&)> progress;
+        std::function<void(std::int64_t fileCount)> counted;
+        std::function<void(std::shared_ptr<ProjectIR>)> finished;
+        std::function<void(const ScanFailure&)> failed;
+    };
+
+    // The batch size and parse concurrency of every scan the application runs.
+    static constexpr std::int64_t kBatchSize = 200;
+    static constexpr std::int64_t kMaxConcurrentParses = 4;
+
+    ScanJob(SymbolScanner scanner, std::string root, VantrelConfig config, FileCounter counter, QObject* receiver,
+            Handlers handlers);
+
+    // Reports "Counting files…", counts, and reports `counted` (or `failed`).
+    void startCount(QThreadPool& pool);
+    // Scans with the count as the known file count; reports each progress step, then
+    // `finished` or `failed`.
+    void startScan(QThreadPool& pool, std::int64_t fileCount);
+
+    // Safe from any thread; the running leg notices at its next poll.
+    void cancel() { cancelled_.store(true); }
+    bool isCancelled() const { return cancelled_.load(); }
+
+private:
+    template <typename Report>
+    void post(Report report);
+    CancelCheck cancelCheck();
+    void runGuarded(const std::function<void()>& body);
+
+    SymbolScanner scanner_;
+    std::string root_;
+    VantrelConfig config_;
+    FileCounter counter_;
+    QObject* receiver_;
+    Handlers handlers_;
+    std::atomic<bool> cancelled_{false};
+};
+
+}  // namespace vantrel

@@ -1,0 +1,34 @@
+// Value types published by the project store.
+#pragma once
+
+#include <QString>
+#include <cstdint>
+#include <set>
+
+#include "impact/ProjectDiff.h"
+
+namespace vantrel {
+
+struct ScanState {
+    enum class Kind { idle, indexing, ready, failed };
+    Kind kind = Kind::idle;
+    QString message;  // the text shown to the user; set for `failed` only
+
+    static ScanState idle() { return {}; }
+    static ScanState indexing() { return {Kind::indexing, {}}; }
+    static ScanState ready() { return {Kind::ready, {}}; }
+    static ScanState failed(QString message) { return {Kind::failed, std::move(message)}; }
+    bool operator==(const ScanState&) const = default;
+};
+
+using EdgeSet = std::set<ProjectDiffResult::Edge>;
+
+// How many ids one impact level gained and lost against the baseline.
+struct LevelDeltaCount {
+    int level = 0;
+    std::int64_t added = 0;
+    std::int64_t removed = 0;
+    bool operator==(const LevelDeltaCount&) const = default;
+};
+
+}  // namespace vantrel

@@ -1,0 +1,62 @@
+// Shared pieces of the application-state tests: scripted platform answers, a store
+// whose cache, resources and settings live in temporary folders, and waiting helpers.
+#pragma once
+
+#include <QString>
+#include <QTest>
+#include <functional>
+#include <optional>
+#include <vector>
+
+#include "state/ProjectStore.h"
+#include "support/TempDir.h"
+
+namespace vantrel::testing {
+
+// Answers every panel with `nextPath` a turn later (nothing: dismissed) and every alert
+// with `alertAnswer`, recording what was asked.
+class ScriptedPlatform : public PlatformServices {
+public:
+    std::optional<QString> nextPath;
+    int alertAnswer = 1;
+    std::vector<SavePanelRequest> savePanels;
+    std::vector<AlertRequest> alerts;
+    int settingsShown = 0;
+
+    void showOpenPanel(const OpenPanelRequest&, PathChosen chosen) override { answer(std::move(chosen)); }
+    void showSavePanel(const SavePanelRequest& request, PathChosen chosen) override;
+    int runModalAlert(const AlertRequest& request) override;
+    void showSettingsWindow() override { ++settingsShown; }
+
+private:
+    void answer(PathChosen chosen);
+};
+
+// A store with its cache below dir/"support" and its resources below dir/"app".
+struct StoreFixture {
+    explicit StoreFixture(FileCounter countFiles = {});
+    TempDir dir;
+    ScriptedPlatform platform;
+    ProjectStore store;
+};
+
+QString copyScanProject(const TempDir& dir, const char* name = "project");
+// Runs the event loop until the store rests in `kind` (false after 30 s).
+bool waitForScanState(const ProjectStore& store, ScanState::Kind kind);
+// Runs the event loop until posted work (deferred selection, panel answers) is done.
+void settle();
+void clearSettings();
+
+// Each test class registers itself; main runs them all in one application.
+std::vector<std::function<int(int, char**)>>& registeredTestClasses();
+
+}  // namespace vantrel::testing
+
+#define VANTREL_REGISTER_TEST_CLASS(Class)                                         \
+    static const bool registered##Class = [] {                                      \
+        ::vantrel::testing::registeredTestClasses().push_back([](int argc, char** argv) { \
+            Class test;                                                             \
+            return QTest::qExec(&test, argc, argv);                                 \
+        });                                                                         \
+        return true;                                                                \
+    }()
