@@ -9,7 +9,7 @@ namespace vantrel {
 std::string ProjectExport::projectIRJSON(const ProjectIR& ir, bool pretty) {
     // The JSON writer would put null here, which the strict decoder then rejects.
     if (!std::isfinite(ir.lastScan)) throw EncodeError("lastScan is not a finite number");
-    return dumpJson(projectIRToJson(ir), pretty);
+    return writeProjectIRJson(ir, pretty);
 }
 
 std::string ProjectExport::escapeDOT(const std::string& text) {

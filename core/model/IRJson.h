@@ -37,6 +37,11 @@ nlohmann::json parseJsonOrThrow(std::string_view bytes);
 // Serialises with sorted keys. Invalid UTF-8 in strings is replaced, never an error.
 std::string dumpJson(const nlohmann::json& value, bool pretty);
 
+// The graph's JSON form written straight to text, byte for byte what
+// dumpJson(projectIRToJson(ir), pretty) gives, without building a document first: a
+// large project's document takes several times the memory of the graph itself.
+std::string writeProjectIRJson(const ProjectIR& ir, bool pretty);
+
 // Strict field access shared by every decoder of this system's own records.
 namespace jsonfield {
 const nlohmann::json& require(const nlohmann::json& object, const char* key, const std::string& where);

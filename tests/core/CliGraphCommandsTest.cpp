@@ -103,10 +103,15 @@ TEST_F(CliGraph, ExportWritesEachFormat) {
         ASSERT_EQ(result.exitCode, 0) << format << ": " << result.err;
         auto bytes = readWholeFile(out);
         ASSERT_TRUE(bytes && !bytes->empty()) << format;
-        if (format == "json") EXPECT_EQ(decodeProjectIR(*bytes).symbols.size(), 14u);
-        if (format == "dot") EXPECT_EQ(bytes->rfind("digraph Vantrel {\n", 0), 0u);
-        if (format == "svg") EXPECT_NE(bytes->find("<circle"), std::string::npos);
-        if (format == "png") EXPECT_EQ(bytes->substr(0, 8), std::string("\x89PNG\r\n\x1a\n", 8));
+        if (format == "json") {
+            EXPECT_EQ(decodeProjectIR(*bytes).symbols.size(), 14u);
+        } else if (format == "dot") {
+            EXPECT_EQ(bytes->rfind("digraph Vantrel {\n", 0), 0u);
+        } else if (format == "svg") {
+            EXPECT_NE(bytes->find("<circle"), std::string::npos);
+        } else {
+            EXPECT_EQ(bytes->substr(0, 8), std::string("\x89PNG\r\n\x1a\n", 8));
+        }
     }
     // The same graph gives the same bytes, also when scanned from the folder.
     auto again = runCommand({VANTREL_CLI_PATH, "export", root, "--format", "svg", "--out", dir / "again.svg",

@@ -51,6 +51,18 @@ TEST(ModelJson, RoundTripsWithSortedKeysAndTheStatedForms) {
     expectSameGraph(decodeProjectIR(emptyText), empty);
 }
 
+TEST(ModelJson, StreamingWriterMatchesTheDocumentWriter) {
+    ProjectIR withEmptySets = sampleGraph();
+    withEmptySets.symbols["z.ts:\"q\\:function"] = Symbol{"z.ts:\"q\\:function", SymbolKind::component, {1, 1, 1, 1}, {}, {}};
+    withEmptySets.lastScan = 785000000.123456;
+    ProjectIR noDiagnostics = sampleGraph();
+    noDiagnostics.diagnostics.clear();
+    for (const ProjectIR& ir : {sampleGraph(), withEmptySets, noDiagnostics, ProjectIR{}}) {
+        for (bool pretty : {true, false})
+            EXPECT_EQ(writeProjectIRJson(ir, pretty), dumpJson(projectIRToJson(ir), pretty)) << pretty;
+    }
+}
+
 TEST(ModelJson, DecoderAcceptsOnlyItsTwoLeniencies) {
     const std::string head = R"({"projectId": "1", "lastScan": 0, "symbols": {)";
     const std::string symbol =
