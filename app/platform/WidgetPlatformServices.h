@@ -15,6 +15,9 @@ public:
     // `parent` hosts the dialogs; `showSettings` brings up the application's settings window.
     WidgetPlatformServices(QWidget* parent, std::function<void()> showSettings);
 
+    // The window that hosts the dialogs from now on; the store exists before it does.
+    void setDialogParent(QWidget* parent) { parent_ = parent; }
+
     void showOpenPanel(const OpenPanelRequest& request, PathChosen chosen) override;
     void showSavePanel(const SavePanelRequest& request, PathChosen chosen) override;
     int runModalAlert(const AlertRequest& request) override;

@@ -77,12 +77,14 @@ void ProjectStore::reset() {
     write(collapsedNodes_, IdSet{}, &ProjectStore::collapsedNodesChanged);
     write(diffResult_, std::nullopt, &ProjectStore::diffResultChanged);
     write(diffAddedEdges_, EdgeSet{}, &ProjectStore::diffAddedEdgesChanged);
+    write(projectRoot_, QString{}, &ProjectStore::projectRootChanged);
 }
 
 void ProjectStore::scan(const QString& rootPath) {
     reset();
     write(scanState_, ScanState::indexing(), &ProjectStore::scanStateChanged);
     std::string root = standardizePath(rootPath.toStdString());
+    write(projectRoot_, QString::fromStdString(root), &ProjectStore::projectRootChanged);
     write(config_, PreferencesManager::mergedConfig(QString::fromStdString(root)), &ProjectStore::configChanged);
     addRecentIfAppropriate(rootPath);
     refreshRecents();

@@ -77,6 +77,7 @@ class ProjectStore : public QObject {
     Q_PROPERTY(vantrel::NodePositions nodePositions READ nodePositions NOTIFY nodePositionsChanged)
     Q_PROPERTY(vantrel::IdSet collapsedNodes READ collapsedNodes NOTIFY collapsedNodesChanged)
     Q_PROPERTY(vantrel::SymbolIdList allSymbolIdsSorted READ allSymbolIdsSorted NOTIFY allSymbolIdsSortedChanged)
+    Q_PROPERTY(QString projectRoot READ projectRoot NOTIFY projectRootChanged)
 
 public:
     explicit ProjectStore(ProjectStoreEnvironment environment, QObject* parent = nullptr);
@@ -103,6 +104,9 @@ public:
     const NodePositions& nodePositions() const { return nodePositions_; }
     const IdSet& collapsedNodes() const { return collapsedNodes_; }
     const SymbolIdList& allSymbolIdsSorted() const { return allSymbolIdsSorted_; }
+    // The standardised folder of the last scan() (the window's title names it); empty
+    // after reset().
+    const QString& projectRoot() const { return projectRoot_; }
 
     // Fields bound to view controls.
     void setDiffModeEnabled(bool enabled);
@@ -179,6 +183,7 @@ signals:
     void nodePositionsChanged();
     void collapsedNodesChanged();
     void allSymbolIdsSortedChanged();
+    void projectRootChanged();
 
 private:
     template <typename T, typename V>
@@ -221,6 +226,7 @@ private:
     NodePositions nodePositions_;
     IdSet collapsedNodes_;
     SymbolIdList allSymbolIdsSorted_;
+    QString projectRoot_;
 
     std::shared_ptr<ScanJob> scanJob_;
     std::uint64_t scanGeneration_ = 0;  // raised by every reset; a job's reports carry its own
