@@ -1,0 +1,190 @@
+#include "views/MainWindow.h"
+
+#include <QAction>
+#include <QDir>
+#include <QDragEnterEvent>
+#include <QListView>
+#include <QMessageBox>
+#include <QMimeData>
+#include <QPushButton>
+#include <QSplitter>
+#include <QToolButton>
+
+#include "state/ProjectStore.h"
+#include "views/DeferredCall.h"
+#include "views/DropOverlayView.h"
+#include "views/FailurePanel.h"
+#include "views/GraphViewFactory.h"
+#include "views/OnboardingView.h"
+#include "views/OverlayHost.h"
+#include "views/ProgressPanel.h"
+#include "views/SidebarView.h"
+
+namespace vantrel {
+
+namespace {
+
+constexpr int kSidebarWidth = 340;
+
+bool holdsLocalFile(const QMimeData* data) {
+    if (!data) return false;
+    for (const QUrl& url : data->urls())
+        if (url.isLocalFile()) return true;
+    return false;
+}
+
+}  // namespace
+
+MainWindow::MainWindow(ProjectStore& store, QWidget* parent) : QMainWindow(parent), store_(store) {
+    setAcceptDrops(true);
+    resize(1200, 760);
+
+    auto* split = new QSplitter(Qt::Horizontal, this);
+    split->setChildrenCollapsible(false);
+    sidebar_ = new SidebarView(store_, split);
+    sidebar_->setMinimumWidth(240);
+    split->addWidget(sidebar_);
+    buildDetail();
+    split->addWidget(detail_);
+    split->setStretchFactor(0, 0);
+    split->setStretchFactor(1, 1);
+    split->setSizes({kSidebarWidth, width() - kSidebarWidth});
+    setCentralWidget(split);
+
+    sidebar_->symbolList()->setFocus();  // the list, not the search field, has the keys at start
+
+    onboarding_ = new OnboardingView([this] { store_.completeOnboarding(); }, this);
+    onboarding_->hide();
+
+    buildCommands();
+    buildToolbar();
+    connectStore();
+    refreshPanel();
+    refreshTitle();
+    refreshExportEnabled();
+    rebuildRecentMenu();
+    refreshOnboarding();
+}
+
+void MainWindow::buildDetail() {
+    graph_ = makeGraphView(store_, nullptr);
+    detail_ = new OverlayHost(graph_, this);
+    dropOverlay_ = new DropOverlayView(detail_);
+    progressPanel_ = new ProgressPanel(detail_);
+    failurePanel_ = new FailurePanel(detail_);
+    for (QWidget* panel : std::initializer_list<QWidget*>{dropOverlay_, progressPanel_, failurePanel_}) panel->hide();
+    connect(dropOverlay_, &DropOverlayView::appeared, this, [this] { store_.refreshRecents(); });
+    connect(dropOverlay_, &DropOverlayView::recentChosen, this, [this](const QString& folder) { store_.scan(folder); });
+    connect(progressPanel_, &ProgressPanel::cancelRequested, this, [this] { store_.cancelScan(); });
+    connect(failurePanel_, &FailurePanel::resetRequested, this, [this] { store_.reset(); });
+}
+
+void MainWindow::connectStore() {
+    connect(&store_, &ProjectStore::scanStateChanged, this, [this] {
+        refreshPanel();
+        refreshTitle();
+    });
+    connect(&store_, &ProjectStore::projectRootChanged, this, &MainWindow::refreshTitle);
+    connect(&store_, &ProjectStore::scanProgressChanged, this,
+            [this] { progressPanel_->setProgress(store_.scanProgress()); });
+    connect(&store_, &ProjectStore::irChanged, this, &MainWindow::refreshExportEnabled);
+    connect(&store_, &ProjectStore::recentProjectsChanged, this, [this] {
+        dropOverlay_->setRecents(store_.recentProjects());
+        rebuildRecentMenu();
+    });
+    connect(&store_, &ProjectStore::showOnboardingOverlayChanged, this, &MainWindow::refreshOnboarding);
+    connect(&store_, &ProjectStore::lastExportErrorChanged, this, &MainWindow::scheduleExportAlert);
+}
+
+QWidget* MainWindow::currentPanel() const { return detail_->overlay(); }
+
+void MainWindow::preferencesChanged() { graph_->update(); }
+
+void MainWindow::refreshPanel() {
+    const ScanState& state = store_.scanState();
+    switch (state.kind) {
+        case ScanState::Kind::idle: detail_->setOverlay(dropOverlay_); break;
+        case ScanState::Kind::indexing:
+            progressPanel_->setProgress(store_.scanProgress());
+            detail_->setOverlay(progressPanel_);
+            break;
+        case ScanState::Kind::failed:
+            failurePanel_->setMessage(state.message);
+            detail_->setOverlay(failurePanel_);
+            break;
+        case ScanState::Kind::ready: detail_->setOverlay(nullptr); break;
+    }
+}
+
+void MainWindow::refreshTitle() {
+    // A project is open from its scan's start until reset, cancellation or a declined scan.
+    const bool open = store_.scanState().kind != ScanState::Kind::idle && !store_.projectRoot().isEmpty();
+    setWindowTitle(open ? QStringLiteral("Vantrel \u2014 ") + QDir(store_.projectRoot()).dirName()
+                        : QStringLiteral("Vantrel"));
+}
+
+void MainWindow::refreshOnboarding() {
+    const bool shown = store_.showOnboardingOverlay();
+    if (shown == onboarding_->isVisible()) return;
+    onboarding_->setGeometry(rect());
+    onboarding_->setVisible(shown);
+    if (shown) onboarding_->raise();
+}
+
+void MainWindow::resizeEvent(QResizeEvent* event) {
+    QMainWindow::resizeEvent(event);
+    onboarding_->setGeometry(rect());
+}
+
+// The alert comes up on the next turn, so that it reads the error as it stands then.
+void MainWindow::scheduleExportAlert() {
+    if (exportAlertShown_ || !store_.lastExportError()) return;
+    exportAlertShown_ = true;
+    postToNextTurn(this, [this] { showExportAlert(); });
+}
+
+void MainWindow::showExportAlert() {
+    auto* alert = new QMessageBox(this);
+    alert->setAttribute(Qt::WA_DeleteOnClose);
+    alert->setIcon(QMessageBox::Warning);
+    alert->setWindowTitle(QStringLiteral("Export failed"));
+    alert->setText(QStringLiteral("Export failed"));
+    alert->setInformativeText(store_.lastExportError().value_or(QStringLiteral("Unknown error")));
+    alert->addButton(QStringLiteral("OK"), QMessageBox::RejectRole);
+    alert->setWindowModality(Qt::WindowModal);
+    // However it is dismissed, the error is cleared.
+    connect(alert, &QMessageBox::finished, this, [this] {
+        exportAlertShown_ = false;
+        store_.clearLastExportError();
+    });
+    alert->open();
+}
+
+void MainWindow::setDropTargeted(bool targeted) {
+    dropTargeted_ = targeted;
+    dropOverlay_->setTargeted(targeted);
+}
+
+void MainWindow::dragEnterEvent(QDragEnterEvent* event) {
+    if (!holdsLocalFile(event->mimeData())) return event->ignore();
+    event->acceptProposedAction();
+    setDropTargeted(true);
+}
+
+void MainWindow::dragMoveEvent(QDragMoveEvent* event) {
+    if (holdsLocalFile(event->mimeData())) event->acceptProposedAction();
+}
+
+void MainWindow::dragLeaveEvent(QDragLeaveEvent* event) {
+    setDropTargeted(false);
+    event->accept();
+}
+
+void MainWindow::dropEvent(QDropEvent* event) {
+    setDropTargeted(false);
+    if (!event->mimeData()) return;
+    ProjectStore::extractFirstFileURL(*event->mimeData(), [this](const QString& path) { store_.scan(path); });
+    event->acceptProposedAction();
+}
+
+}  // namespace vantrel

@@ -1,0 +1,91 @@
+// The main window: the sidebar and the graph side by side in a splitter, over the graph
+// the panel that fits the scan state (the drop target, the progress or the failure),
+// and over everything the onboarding card while the store raises it. A folder dropped
+// anywhere on the window is scanned, in every state. The menus and the toolbar carry
+// the commands; an export or baseline failure shows as an alert.
+#pragma once
+
+#include <QMainWindow>
+
+class QAction;
+class QMenu;
+class QToolButton;
+
+namespace vantrel {
+
+class DropOverlayView;
+class FailurePanel;
+class OnboardingView;
+class OverlayHost;
+class ProgressPanel;
+class ProjectStore;
+class SidebarView;
+
+class MainWindow : public QMainWindow {
+    Q_OBJECT
+
+public:
+    explicit MainWindow(ProjectStore& store, QWidget* parent = nullptr);
+
+    SidebarView* sidebar() const { return sidebar_; }
+    QWidget* graphView() const { return graph_; }
+    // The panel over the graph; nullptr while a graph is ready.
+    QWidget* currentPanel() const;
+    DropOverlayView* dropOverlay() const { return dropOverlay_; }
+    ProgressPanel* progressPanel() const { return progressPanel_; }
+    FailurePanel* failurePanel() const { return failurePanel_; }
+    OnboardingView* onboarding() const { return onboarding_; }
+    QAction* exportAction() const { return exportAction_; }
+    QMenu* exportMenu() const { return exportMenu_; }
+    QMenu* recentMenu() const { return recentMenu_; }
+    QAction* clearRecentsAction() const { return clearRecents_; }
+
+public slots:
+    // A preference changed: the graph reads its appearance preferences anew.
+    void preferencesChanged();
+
+signals:
+    void preferencesRequested();
+
+protected:
+    void dragEnterEvent(QDragEnterEvent* event) override;
+    void dragMoveEvent(QDragMoveEvent* event) override;
+    void dragLeaveEvent(QDragLeaveEvent* event) override;
+    void dropEvent(QDropEvent* event) override;
+    void resizeEvent(QResizeEvent* event) override;
+
+private:
+    void buildDetail();
+    void buildCommands();
+    void buildToolbar();
+    void connectStore();
+    void rebuildRecentMenu();
+    void refreshPanel();
+    void refreshTitle();
+    void refreshExportEnabled();
+    void refreshOnboarding();
+    void scheduleExportAlert();
+    void showExportAlert();
+    void setDropTargeted(bool targeted);
+
+    ProjectStore& store_;
+    bool dropTargeted_ = false;
+    bool exportAlertShown_ = false;
+
+    SidebarView* sidebar_ = nullptr;
+    QWidget* graph_ = nullptr;
+    OverlayHost* detail_ = nullptr;
+    DropOverlayView* dropOverlay_ = nullptr;
+    ProgressPanel* progressPanel_ = nullptr;
+    FailurePanel* failurePanel_ = nullptr;
+    OnboardingView* onboarding_ = nullptr;
+
+    QAction* openProject_ = nullptr;
+    QAction* exportAction_ = nullptr;
+    QToolButton* exportButton_ = nullptr;
+    QMenu* exportMenu_ = nullptr;
+    QMenu* recentMenu_ = nullptr;
+    QAction* clearRecents_ = nullptr;
+};
+
+}  // namespace vantrel

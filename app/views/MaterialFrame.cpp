@@ -1,0 +1,59 @@
+#include "views/MaterialFrame.h"
+
+#include <QPainter>
+#include <QPainterPath>
+
+#include "views/Appearance.h"
+
+namespace vantrel {
+
+namespace {
+
+double opacityOf(Material material) {
+    switch (material) {
+        case Material::thin: return 0.07;
+        case Material::regular: return 0.86;
+        case Material::thick: return 0.96;
+    }
+    return 1.0;
+}
+
+}  // namespace
+
+MaterialFrame::MaterialFrame(Material material, double cornerRadius, QWidget* parent)
+    : QFrame(parent), material_(material), cornerRadius_(cornerRadius) {
+    setAttribute(Qt::WA_TranslucentBackground);
+}
+
+void MaterialFrame::setMaterial(Material material) {
+    material_ = material;
+    update();
+}
+
+void MaterialFrame::setBorder(std::optional<Border> border) {
+    border_ = std::move(border);
+    update();
+}
+
+void MaterialFrame::paintEvent(QPaintEvent*) {
+    QPainter painter(this);
+    painter.setRenderHint(QPainter::Antialiasing);
+    QPainterPath outline;
+    outline.addRoundedRect(QRectF(rect()), cornerRadius_, cornerRadius_);
+    // A thin material sits on other panels; it darkens or lightens them a little.
+    QColor fill = palette().color(material_ == Material::thin ? QPalette::Text : QPalette::Window);
+    painter.fillPath(outline, withOpacity(fill, opacityOf(material_)));
+    if (!border_) return;
+    QPen pen(withOpacity(palette().color(border_->role), border_->opacity), border_->width);
+    if (border_->dashed) {
+        // Dash lengths of a QPen count in line widths.
+        pen.setDashPattern({8.0 / border_->width, 6.0 / border_->width});
+        pen.setMiterLimit(10);
+    }
+    painter.setPen(pen);
+    const double inset = border_->width / 2;
+    painter.drawRoundedRect(QRectF(rect()).adjusted(inset, inset, -inset, -inset), cornerRadius_ - inset,
+                            cornerRadius_ - inset);
+}
+
+}  // namespace vantrel

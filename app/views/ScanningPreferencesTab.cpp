@@ -1,0 +1,162 @@
+#include "views/ScanningPreferencesTab.h"
+
+#include <QCheckBox>
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QLineEdit>
+#include <QListWidget>
+#include <QPushButton>
+#include <QStyle>
+#include <QToolButton>
+#include <QVBoxLayout>
+#include <algorithm>
+
+#include "state/Preferences.h"
+#include "views/DeferredCall.h"
+#include "views/Divider.h"
+#include "views/PreferenceLists.h"
+#include "views/TextStyles.h"
+
+namespace vantrel {
+
+namespace {
+
+struct LanguageRow {
+    const char* id;
+    const char* name;
+};
+constexpr LanguageRow kJavaScript{"js-family", "JS/TS (TS/TSX/JS/JSX)"};
+constexpr LanguageRow kPython{"python", "Python (.py)"};
+
+}  // namespace
+
+ScanningPreferencesTab::ScanningPreferencesTab(ProjectCache cache, QWidget* parent)
+    : QWidget(parent), cache_(std::move(cache)) {
+    auto* column = new QVBoxLayout(this);
+    column->setSpacing(12);
+
+    column->addWidget(makeLabel(QStringLiteral("Global exclude patterns"), TextStyle::headline, false, this));
+    auto* addRow = new QHBoxLayout;
+    addRow->setSpacing(10);
+    newExclude_ = new QLineEdit(this);
+    newExclude_->setPlaceholderText(QStringLiteral("Add pattern (e.g. **/dist/**)"));
+    add_ = new QPushButton(QStringLiteral("Add"), this);
+    addRow->addWidget(newExclude_, 1);
+    addRow->addWidget(add_);
+    column->addLayout(addRow);
+    connect(newExclude_, &QLineEdit::textChanged, this, [this](const QString& text) {
+        add_->setEnabled(!text.trimmed().isEmpty());
+    });
+    connect(newExclude_, &QLineEdit::returnPressed, this, &ScanningPreferencesTab::addExclude);
+    connect(add_, &QPushButton::clicked, this, &ScanningPreferencesTab::addExclude);
+    add_->setEnabled(false);
+
+    patterns_ = new QListWidget(this);
+    patterns_->setSelectionMode(QAbstractItemView::NoSelection);
+    patterns_->setFocusPolicy(Qt::NoFocus);
+    column->addWidget(patterns_, 1);
+
+    column->addWidget(makeDivider(Qt::Horizontal, this));
+    column->addWidget(makeLabel(QStringLiteral("Enabled languages"), TextStyle::headline, false, this));
+    auto* languages = new QVBoxLayout;
+    languages->setSpacing(8);
+    javascript_ = new QCheckBox(QString::fromUtf8(kJavaScript.name), this);
+    python_ = new QCheckBox(QString::fromUtf8(kPython.name), this);
+    for (auto [box, id] : {std::pair{javascript_, kJavaScript.id}, std::pair{python_, kPython.id}}) {
+        languages->addWidget(box);
+        connect(box, &QCheckBox::clicked, this, [this, id = std::string(id)](bool on) {
+            setLanguageEnabled(id, on);
+            reloadLanguages();
+            emit preferenceChanged(QString::fromUtf8(prefkeys::kEnabledLanguageIdsJSON));
+        });
+    }
+    column->addLayout(languages);
+
+    column->addWidget(makeDivider(Qt::Horizontal, this));
+    auto* cacheRow = new QHBoxLayout;
+    auto* cacheText = new QVBoxLayout;
+    cacheText->setSpacing(4);
+    cacheText->addWidget(makeLabel(QStringLiteral("Cache location"), TextStyle::headline, false, this));
+    cacheLocation_ = makeLabel({}, TextStyle::caption, true, this);
+    cacheLocation_->setTextInteractionFlags(Qt::TextSelectableByMouse);
+    cacheText->addWidget(cacheLocation_);
+    cacheRow->addLayout(cacheText, 1);
+    auto* clear = new QPushButton(QStringLiteral("Clear Cache"), this);
+    cacheRow->addWidget(clear, 0, Qt::AlignVCenter);
+    column->addLayout(cacheRow);
+    // No confirmation and no report: the next scan simply parses everything again.
+    connect(clear, &QPushButton::clicked, this, [this] { cache_.clearAll(); });
+
+    reload();
+}
+
+void ScanningPreferencesTab::reload() {
+    reloadPatterns();
+    reloadLanguages();
+    std::optional<std::string> root = cache_.cacheRootURL();
+    cacheLocation_->setText(root ? QString::fromStdString(*root) : QStringLiteral("Unavailable"));
+}
+
+void ScanningPreferencesTab::addExclude() {
+    if (!addExcludePattern(newExclude_->text().toStdString())) return;
+    newExclude_->clear();
+    reloadPatterns();
+    emit preferenceChanged(QString::fromUtf8(prefkeys::kGlobalExcludePatternsJSON));
+}
+
+void ScanningPreferencesTab::removeExclude(const QString& pattern) {
+    removeExcludePattern(pattern.toStdString());
+    reloadPatterns();
+    emit preferenceChanged(QString::fromUtf8(prefkeys::kGlobalExcludePatternsJSON));
+}
+
+void ScanningPreferencesTab::reloadPatterns() {
+    std::vector<std::string> stored = storedJSONList(prefkeys::kGlobalExcludePatternsJSON);
+    std::sort(stored.begin(), stored.end());
+    patterns_->clear();
+    for (const std::string& pattern : stored) {
+        const QString text = QString::fromStdString(pattern);
+        auto* item = new QListWidgetItem(patterns_);
+        item->setData(Qt::UserRole, text);
+        auto* row = new QWidget(patterns_);
+        auto* layout = new QHBoxLayout(row);
+        layout->setContentsMargins(6, 0, 2, 0);
+        layout->addWidget(new QLabel(text, row), 1);
+        auto* trash = new QToolButton(row);
+        trash->setIcon(style()->standardIcon(QStyle::SP_TrashIcon));
+        trash->setAutoRaise(true);
+        trash->setToolTip(QStringLiteral("Remove"));
+        layout->addWidget(trash);
+        // The row goes away with the list; it must not be deleted inside its own click.
+        connect(trash, &QToolButton::clicked, this,
+                [this, text] { postToNextTurn(this, [this, text] { removeExclude(text); }); });
+        item->setSizeHint(row->sizeHint());
+        patterns_->setItemWidget(item, row);
+    }
+}
+
+void ScanningPreferencesTab::reloadLanguages() {
+    std::vector<std::string> enabled = storedJSONList(prefkeys::kEnabledLanguageIdsJSON);
+    auto contains = [&enabled](const char* id) { return std::find(enabled.begin(), enabled.end(), id) != enabled.end(); };
+    javascript_->setChecked(contains(kJavaScript.id));
+    python_->setChecked(contains(kPython.id));
+}
+
+QStringList ScanningPreferencesTab::listedPatterns() const {
+    QStringList listed;
+    for (int i = 0; i < patterns_->count(); ++i) listed.append(patterns_->item(i)->data(Qt::UserRole).toString());
+    return listed;
+}
+
+bool ScanningPreferencesTab::removeListed(const QString& pattern) {
+    for (int i = 0; i < patterns_->count(); ++i) {
+        if (patterns_->item(i)->data(Qt::UserRole).toString() != pattern) continue;
+        if (auto* trash = patterns_->itemWidget(patterns_->item(i))->findChild<QToolButton*>()) {
+            trash->click();
+            return true;
+        }
+    }
+    return false;
+}
+
+}  // namespace vantrel

@@ -1,0 +1,52 @@
+// The "Scanning" tab of the preferences: the global exclude patterns with add and
+// remove, the language switches, and the cache's location with "Clear Cache". Each
+// change is stored at once and counts from the next scan.
+#pragma once
+
+#include <QWidget>
+
+#include "cache/ProjectCache.h"
+
+class QCheckBox;
+class QLabel;
+class QLineEdit;
+class QListWidget;
+class QPushButton;
+
+namespace vantrel {
+
+class ScanningPreferencesTab : public QWidget {
+    Q_OBJECT
+
+public:
+    explicit ScanningPreferencesTab(ProjectCache cache, QWidget* parent = nullptr);
+
+    // Controls from the stored values.
+    void reload();
+
+    // The patterns as listed, in order.
+    QStringList listedPatterns() const;
+    QLineEdit* patternField() const { return newExclude_; }
+    QPushButton* addButton() const { return add_; }
+    // Presses the trash button of a listed pattern; false when it is not listed.
+    bool removeListed(const QString& pattern);
+
+signals:
+    void preferenceChanged(const QString& key);
+
+private:
+    void addExclude();
+    void removeExclude(const QString& pattern);
+    void reloadPatterns();
+    void reloadLanguages();
+
+    ProjectCache cache_;
+    QLineEdit* newExclude_;
+    QPushButton* add_;
+    QListWidget* patterns_;
+    QCheckBox* javascript_;
+    QCheckBox* python_;
+    QLabel* cacheLocation_;
+};
+
+}  // namespace vantrel

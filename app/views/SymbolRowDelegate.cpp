@@ -1,0 +1,61 @@
+#include "views/SymbolRowDelegate.h"
+
+#include <QPainter>
+#include <QPainterPath>
+
+#include "views/Appearance.h"
+#include "views/SymbolListModel.h"
+#include "views/SymbolRows.h"
+#include "views/TextStyles.h"
+
+namespace vantrel {
+
+namespace {
+
+constexpr int kInset = 8;
+constexpr int kKindWidth = 78;
+constexpr int kSpacing = 8;
+constexpr int kDot = 8;
+
+}  // namespace
+
+void SymbolRowDelegate::paint(QPainter* painter, const QStyleOptionViewItem& option, const QModelIndex& index) const {
+    painter->save();
+    painter->setRenderHint(QPainter::Antialiasing);
+    const QPalette& palette = option.palette;
+    QRect row = option.rect;
+    if (option.state & QStyle::State_Selected) {
+        // A soft highlight keeps the row's own colour readable on it.
+        QPainterPath highlight;
+        highlight.addRoundedRect(QRectF(row).adjusted(4, 1, -4, -1), 5, 5);
+        painter->fillPath(highlight, withOpacity(namedColor(NamedColor::accent, palette), 0.22));
+    }
+    const auto tone = static_cast<RowTone>(index.data(SymbolListModel::ToneRole).toInt());
+    const QColor color = toneColor(tone, palette);
+
+    QRect kindRect(row.left() + kInset, row.top(), kKindWidth, row.height());
+    painter->setFont(textStyleFont(TextStyle::caption2));
+    painter->setPen(palette.color(QPalette::PlaceholderText));
+    painter->drawText(kindRect, Qt::AlignLeft | Qt::AlignVCenter,
+                      index.data(SymbolListModel::KindTextRole).toString());
+
+    const int dotLeft = kindRect.right() + 1 + kSpacing;
+    painter->setPen(Qt::NoPen);
+    painter->setBrush(color);
+    painter->drawEllipse(QRectF(dotLeft, row.center().y() - kDot / 2.0 + 0.5, kDot, kDot));
+
+    QRect idRect(dotLeft + kDot + kSpacing, row.top(), 0, row.height());
+    idRect.setRight(row.right() - kInset);
+    painter->setFont(option.font);
+    painter->setPen(color);
+    const QString id = painter->fontMetrics().elidedText(index.data(Qt::DisplayRole).toString(), Qt::ElideMiddle,
+                                                         idRect.width());
+    painter->drawText(idRect, Qt::AlignLeft | Qt::AlignVCenter, id);
+    painter->restore();
+}
+
+QSize SymbolRowDelegate::sizeHint(const QStyleOptionViewItem& option, const QModelIndex&) const {
+    return {kInset * 2 + kKindWidth + kSpacing * 2 + kDot + 120, option.fontMetrics.height() + 10};
+}
+
+}  // namespace vantrel
