@@ -1,0 +1,103 @@
+#include "AppOptions.h"
+
+#include <QRegularExpression>
+
+namespace vantrel {
+
+namespace {
+
+AppOptions usageError(const QString& message) {
+    AppOptions options;
+    options.action = AppOptions::Action::usageError;
+    options.error = message;
+    return options;
+}
+
+std::optional<QSize> parseSize(const QString& text) {
+    static const QRegularExpression pattern(QStringLiteral("^(\\d{1,5})x(\\d{1,5})$"));
+    QRegularExpressionMatch match = pattern.match(text);
+    if (!match.hasMatch()) return std::nullopt;
+    QSize size(match.captured(1).toInt(), match.captured(2).toInt());
+    if (size.width() < 320 || size.height() < 240 || size.width() > 8192 || size.height() > 8192) return std::nullopt;
+    return size;
+}
+
+}  // namespace
+
+AppOptions parseAppOptions(const QStringList& arguments) {
+    AppOptions options;
+    std::optional<QString> screenshot, select, size, scheme;
+    for (int i = 0; i < arguments.size(); ++i) {
+        QString argument = arguments[i];
+        if (argument == QLatin1String("--help") || argument == QLatin1String("-h")) {
+            options.action = AppOptions::Action::help;
+            return options;
+        }
+        if (argument == QLatin1String("--version")) {
+            options.action = AppOptions::Action::version;
+            return options;
+        }
+        if (!argument.startsWith(u'-') || argument == QLatin1String("-")) {
+            if (options.projectDir) return usageError(QStringLiteral("only one project folder may be given"));
+            options.projectDir = argument;
+            continue;
+        }
+        // "--name value" or "--name=value".
+        QString value;
+        const qsizetype equals = argument.indexOf(u'=');
+        if (equals > 0) {
+            value = argument.mid(equals + 1);
+            argument.truncate(equals);
+        }
+        std::optional<QString>* target = argument == QLatin1String("--screenshot") ? &screenshot
+                                         : argument == QLatin1String("--select")   ? &select
+                                         : argument == QLatin1String("--size")     ? &size
+                                         : argument == QLatin1String("--scheme")   ? &scheme
+                                                                                   : nullptr;
+        if (!target) return usageError(QStringLiteral("unknown option '%1'").arg(argument));
+        if (equals <= 0) {
+            if (i + 1 >= arguments.size()) return usageError(QStringLiteral("%1 needs a value").arg(argument));
+            value = arguments[++i];
+        }
+        *target = value;
+    }
+    if (!screenshot) {
+        if (select || size || scheme) return usageError(QStringLiteral("--select, --size and --scheme need --screenshot"));
+        return options;
+    }
+    ScreenshotRequest request;
+    request.output = *screenshot;
+    if (request.output.isEmpty()) return usageError(QStringLiteral("--screenshot needs a file name"));
+    if (select) request.select = select->toStdString();
+    if (size) {
+        std::optional<QSize> parsed = parseSize(*size);
+        if (!parsed) return usageError(QStringLiteral("--size takes WxH, from 320x240 to 8192x8192"));
+        request.size = *parsed;
+    }
+    if (scheme) {
+        request.scheme = resolvedColorScheme(*scheme);
+        if (!request.scheme) return usageError(QStringLiteral("--scheme takes light or dark"));
+    }
+    options.screenshot = request;
+    return options;
+}
+
+QString appUsage() {
+    return QStringLiteral(
+        "usage: vantrel [DIR] [--screenshot FILE.png [--select ID] [--size WxH] [--scheme light|dark]]\n"
+        "\n"
+        "Opens the Vantrel window. With DIR, scans DIR at start; without it, the first launch\n"
+        "scans the bundled sample project and shows the welcome card.\n"
+        "\n"
+        "  --screenshot FILE.png  render the window offscreen (no display needed) once the scan\n"
+        "                         and the selection have settled, write it as PNG and exit:\n"
+        "                         0, or 1 with a one-line message when the scan fails (the\n"
+        "                         PNG then shows the failure). Settings are read, never written.\n"
+        "  --select ID            select the symbol ID before the picture is taken\n"
+        "  --size WxH             the window's size (default 1280x800)\n"
+        "  --scheme light|dark    the appearance (default: the colorScheme preference)\n"
+        "  --help                 show this text\n"
+        "  --version              show the version\n");
+}
+
+}  // namespace vantrel

@@ -1,0 +1,36 @@
+// The command line of `vantrel`:
+//   vantrel [DIR] [--screenshot FILE.png [--select ID] [--size WxH] [--scheme light|dark]]
+//   vantrel --help | --version
+#pragma once
+
+#include <QSize>
+#include <QString>
+#include <QStringList>
+#include <optional>
+#include <string>
+
+#include "views/Appearance.h"
+
+namespace vantrel {
+
+struct ScreenshotRequest {
+    QString output;
+    std::optional<std::string> select;
+    QSize size{1280, 800};
+    std::optional<Appearance> scheme;
+};
+
+struct AppOptions {
+    enum class Action { run, help, version, usageError };
+    Action action = Action::run;
+    QString error;  // for usageError: one line
+    std::optional<QString> projectDir;
+    std::optional<ScreenshotRequest> screenshot;
+};
+
+// `arguments` without the program name.
+AppOptions parseAppOptions(const QStringList& arguments);
+
+QString appUsage();
+
+}  // namespace vantrel

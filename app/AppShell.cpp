@@ -1,0 +1,52 @@
+#include "AppShell.h"
+
+#include <QCoreApplication>
+#include <functional>
+
+#include "platform/WidgetPlatformServices.h"
+#include "state/Preferences.h"
+
+namespace vantrel {
+
+namespace {
+
+class UnattendedPlatform : public PlatformServices {
+public:
+    void showOpenPanel(const OpenPanelRequest&, PathChosen) override {}
+    void showSavePanel(const SavePanelRequest&, PathChosen) override {}
+    int runModalAlert(const AlertRequest& request) override { return request.buttons.isEmpty() ? -1 : 0; }
+    void showSettingsWindow() override {}
+};
+
+std::unique_ptr<PlatformServices> makePlatform(AppShell::Mode mode, std::function<void()> showSettings) {
+    if (mode == AppShell::Mode::unattended) return std::make_unique<UnattendedPlatform>();
+    return std::make_unique<WidgetPlatformServices>(nullptr, std::move(showSettings));
+}
+
+}  // namespace
+
+AppShell::AppShell(Mode mode)
+    // The preferences window is built after the platform; the platform calls it later.
+    : platform_(makePlatform(mode, [this] { preferences_.showWindow(); })),
+      store_(ProjectStoreEnvironment{platform_.get(), ProjectCache(),
+                                     AppLocations::forApplicationDir(QCoreApplication::applicationDirPath()), {}}),
+      preferences_(ProjectCache()),
+      window_(store_) {
+    if (auto* widgets = dynamic_cast<WidgetPlatformServices*>(platform_.get())) widgets->setDialogParent(&window_);
+    QObject::connect(&window_, &MainWindow::preferencesRequested, &preferences_, &PreferencesView::showWindow);
+    QObject::connect(&preferences_, &PreferencesView::preferenceChanged, &window_, [this](const QString& key) {
+        if (key == QLatin1String(prefkeys::kColorScheme)) colorScheme_.apply();
+        window_.preferencesChanged();
+    });
+    colorScheme_.apply();
+}
+
+void AppShell::start(const std::optional<QString>& projectDir) {
+    window_.show();
+    // A folder named on the command line is what the user asked for; the sample
+    // project and the welcome card wait for a launch without one.
+    if (projectDir) store_.scan(*projectDir);
+    else store_.performFirstLaunchIfNeeded();
+}
+
+}  // namespace vantrel
