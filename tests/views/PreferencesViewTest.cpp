@@ -1,0 +1,156 @@
+// The preferences window over settings and a cache in temporary folders: each control
+// stores its key at once, in the form the preferences layer reads back.
+#include <QCheckBox>
+#include <QDir>
+#include <QLabel>
+#include <QLineEdit>
+#include <QPushButton>
+#include <QSignalSpy>
+#include <QSlider>
+#include <QTabWidget>
+#include <QTest>
+#include <memory>
+
+#include "AppTestSupport.h"
+#include "state/Preferences.h"
+#include "state/PreferencesManager.h"
+#include "views/PreferencesView.h"
+#include "views/ScanningPreferencesTab.h"
+#include "views/SegmentedPicker.h"
+#include "views/Stepper.h"
+
+using namespace vantrel;
+using namespace vantrel::testing;
+
+namespace {
+
+QByteArray storedData(const char* key) { return Preferences::dataValue(key).value_or(QByteArray("<none>")); }
+
+bool hasLabel(const QWidget* parent, const QString& text) {
+    for (const QLabel* label : parent->findChildren<QLabel*>())
+        if (label->text() == text) return true;
+    return false;
+}
+
+}  // namespace
+
+class PreferencesViewTest : public QObject {
+    Q_OBJECT
+
+private slots:
+    void init() {
+        clearSettings();
+        dir_ = std::make_unique<TempDir>();
+        view_ = std::make_unique<PreferencesView>(ProjectCache(dir_->path()));
+    }
+
+    void cleanup() {
+        view_.reset();
+        dir_.reset();
+    }
+
+    void excludePatternsAreTrimmedSortedAndUnique() {
+        ScanningPreferencesTab* tab = view_->scanningTab();
+        QLineEdit* field = tab->patternField();
+        QTest::keyClicks(field, "   ");
+        QVERIFY(!tab->addButton()->isEnabled());
+
+        field->setText(QStringLiteral("  **/dist/**\t"));
+        QVERIFY(tab->addButton()->isEnabled());
+        tab->addButton()->click();
+        QVERIFY(field->text().isEmpty());
+        QCOMPARE(storedData(prefkeys::kGlobalExcludePatternsJSON),
+                 QByteArray("[\"**/.git/**\",\"**/__pycache__/**\",\"**/dist/**\",\"**/node_modules/**\"]"));
+        QCOMPARE(tab->listedPatterns(),
+                 (QStringList{"**/.git/**", "**/__pycache__/**", "**/dist/**", "**/node_modules/**"}));
+
+        field->setText(QStringLiteral("**/dist/**"));
+        QTest::keyClick(field, Qt::Key_Return);
+        QVERIFY(field->text().isEmpty());
+        QCOMPARE(tab->listedPatterns().count(QStringLiteral("**/dist/**")), 1);
+
+        // Removing every pattern leaves an empty list, and no default comes back.
+        field->setText(QStringLiteral("kept in the field"));
+        for (const QString& pattern : tab->listedPatterns()) {
+            QVERIFY(tab->removeListed(pattern));
+            settle();
+        }
+        QCOMPARE(field->text(), QStringLiteral("kept in the field"));
+        QCOMPARE(storedData(prefkeys::kGlobalExcludePatternsJSON), QByteArray("[]"));
+        QVERIFY(tab->listedPatterns().isEmpty());
+        QVERIFY(PreferencesManager::globalExcludePatterns().empty());
+    }
+
+    void bothLanguagesOffStoresAnEmptyList() {
+        QList<QCheckBox*> switches = view_->scanningTab()->findChildren<QCheckBox*>();
+        QCOMPARE(switches.size(), 2);
+        QVERIFY(switches[0]->isChecked() && switches[1]->isChecked());
+        switches[0]->click();
+        QCOMPARE(storedData(prefkeys::kEnabledLanguageIdsJSON), QByteArray("[\"python\"]"));
+        switches[1]->click();
+        QCOMPARE(storedData(prefkeys::kEnabledLanguageIdsJSON), QByteArray("[]"));
+        QVERIFY(!switches[0]->isChecked() && !switches[1]->isChecked());
+        QVERIFY(!PreferencesManager::enabledLanguageIds());  // the next scan takes every language
+        switches[1]->click();
+        QCOMPARE(storedData(prefkeys::kEnabledLanguageIdsJSON), QByteArray("[\"python\"]"));
+
+        // Data that is not an array shows both languages off here.
+        Preferences::setValue(prefkeys::kEnabledLanguageIdsJSON, QByteArray("{\"python\": 1}"));
+        view_->reload();
+        QVERIFY(!switches[0]->isChecked() && !switches[1]->isChecked());
+    }
+
+    void controlsStoreAtOnceWithinTheirLimits() {
+        QSignalSpy changes(view_.get(), &PreferencesView::preferenceChanged);
+        QCOMPARE(view_->edgeOpacityText(), QStringLiteral("Edge opacity: 0.55"));
+        view_->edgeOpacitySlider()->setValue(view_->edgeOpacitySlider()->minimum());
+        QCOMPARE(Preferences::value(prefkeys::kEdgeOpacity).toDouble(), 0.3);
+        QCOMPARE(view_->edgeOpacityText(), QStringLiteral("Edge opacity: 0.30"));
+        view_->edgeOpacitySlider()->setValue(view_->edgeOpacitySlider()->maximum() + 50);
+        QCOMPARE(Preferences::value(prefkeys::kEdgeOpacity).toDouble(), 1.0);
+
+        Stepper* depth = view_->defaultDepthStepper();
+        for (int i = 0; i < 15; ++i) depth->stepUp();
+        QCOMPARE(Preferences::integerValue(prefkeys::kDefaultMaxDepth), std::optional<std::int64_t>(12));
+        for (int i = 0; i < 15; ++i) depth->stepDown();
+        QCOMPARE(Preferences::integerValue(prefkeys::kDefaultMaxDepth), std::optional<std::int64_t>(1));
+        QCOMPARE(depth->text(), QStringLiteral("Default max depth: 1"));
+
+        // The colour scheme is announced, so the window can follow it at once.
+        auto pickers = view_->findChildren<SegmentedPicker*>();
+        QCOMPARE(pickers.size(), 2);
+        changes.clear();
+        pickers[1]->segment(2)->click();
+        QCOMPARE(Preferences::value(prefkeys::kColorScheme).toString(), QStringLiteral("dark"));
+        QCOMPARE(changes.size(), 1);
+        QCOMPARE(changes.front().front().toString(), QStringLiteral("colorScheme"));
+
+        // The window reopens on the tab last shown.
+        view_->tabs()->setCurrentIndex(2);
+        QCOMPARE(Preferences::value(prefkeys::kPreferencesSelectedTab).toString(), QStringLiteral("appearance"));
+        Preferences::setValue(prefkeys::kPreferencesSelectedTab, QStringLiteral("scanning"));
+        view_->showWindow();
+        QCOMPARE(view_->tabs()->currentIndex(), 1);
+        QCOMPARE(view_->size(), QSize(560, 420));
+    }
+
+    void cacheSectionNamesAndClearsTheCache() {
+        const ProjectCache cache(dir_->path());
+        const QString root = QString::fromStdString(*cache.cacheRootURL());
+        QVERIFY(hasLabel(view_->scanningTab(), root));
+        dir_->write("Vantrel/cache/v2/somehash/meta.json", "{}");
+        for (QPushButton* button : view_->scanningTab()->findChildren<QPushButton*>())
+            if (button->text() == QStringLiteral("Clear Cache")) button->click();
+        QVERIFY(!QDir(root + "/somehash").exists());
+
+        PreferencesView unavailable{ProjectCache(std::nullopt)};
+        QVERIFY(hasLabel(unavailable.scanningTab(), QStringLiteral("Unavailable")));
+    }
+
+private:
+    std::unique_ptr<TempDir> dir_;
+    std::unique_ptr<PreferencesView> view_;
+};
+
+VANTREL_REGISTER_TEST_CLASS(PreferencesViewTest);
+#include "PreferencesViewTest.moc"
