@@ -20,6 +20,7 @@
 #include <string>
 #include <vector>
 
+#include "ContinuingPlatform.h"
 #include "SyntheticProject.h"
 #include "state/ProjectStore.h"
 
@@ -27,15 +28,6 @@ using namespace vantrel;
 namespace fs = std::filesystem;
 
 namespace {
-
-// The large-project question is answered "Continue"; no panel is ever shown.
-class ContinuingPlatform : public PlatformServices {
-public:
-    void showOpenPanel(const OpenPanelRequest&, PathChosen) override {}
-    void showSavePanel(const SavePanelRequest&, PathChosen) override {}
-    int runModalAlert(const AlertRequest&) override { return 0; }
-    void showSettingsWindow() override {}
-};
 
 struct StoreRun {
     double seconds = 0;
@@ -45,7 +37,7 @@ struct StoreRun {
 };
 
 StoreRun scanThroughStore(const std::string& root, const std::string& support) {
-    ContinuingPlatform platform;
+    bench::ContinuingPlatform platform;
     ProjectStore store(ProjectStoreEnvironment{&platform, ProjectCache(support), AppLocations{}, {}});
     StoreRun run;
     QObject::connect(&store, &ProjectStore::scanProgressChanged, [&] { ++run.reports; });
