@@ -43,6 +43,7 @@ AppShell::AppShell(Mode mode)
 
 void AppShell::start(const std::optional<QString>& projectDir) {
     window_.show();
+    window_.activateWindow();
     // A folder named on the command line is what the user asked for; the sample
     // project and the welcome card wait for a launch without one.
     if (projectDir) store_.scan(*projectDir);

@@ -24,7 +24,7 @@ namespace vantrel {
 
 namespace {
 
-constexpr int kSidebarWidth = 340;
+constexpr int kSidebarWidth = 360;
 
 bool holdsLocalFile(const QMimeData* data) {
     if (!data) return false;

@@ -9,11 +9,13 @@ namespace vantrel {
 
 namespace {
 
+// Without a blur behind it, a panel must be nearly opaque to keep text behind it from
+// showing through; the thin material only tints what it lies on.
 double opacityOf(Material material) {
     switch (material) {
         case Material::thin: return 0.07;
-        case Material::regular: return 0.86;
-        case Material::thick: return 0.96;
+        case Material::regular: return 0.96;
+        case Material::thick: return 0.99;
     }
     return 1.0;
 }

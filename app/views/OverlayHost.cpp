@@ -44,7 +44,8 @@ void OverlayHost::arrange() {
     base_->setGeometry(rect());
     if (!overlay_) return;
     const int available = std::max(0, width() - 2 * kMargin);
-    int panelWidth = std::max(overlay_->sizeHint().width(), overlay_->minimumSizeHint().width());
+    int panelWidth =
+        std::max({overlay_->sizeHint().width(), overlay_->minimumSizeHint().width(), overlay_->minimumWidth()});
     panelWidth = std::min({panelWidth, overlay_->maximumWidth(), available});
     const int panelHeight =
         overlay_->hasHeightForWidth() ? overlay_->heightForWidth(panelWidth) : overlay_->sizeHint().height();

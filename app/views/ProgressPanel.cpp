@@ -61,7 +61,6 @@ ProgressPanel::ProgressPanel(QWidget* parent) : MaterialFrame(Material::regular,
     column->addWidget(cancel_, 0, Qt::AlignHCenter);
     connect(cancel_, &QPushButton::clicked, this, &ProgressPanel::cancelRequested);
 
-    setMinimumWidth(kMaxPathWidth + 2 * kPadding);
     setProgress(std::nullopt);
 }
 
@@ -75,6 +74,10 @@ void ProgressPanel::setProgress(const OptionalScanProgress& progress) {
     value_->setText(display.valueLabel());
     path_->setFullText(display.currentPath);
     path_->setVisible(!display.currentPath.isEmpty());
+}
+
+QSize ProgressPanel::sizeHint() const {
+    return {kMaxPathWidth + 2 * kPadding, MaterialFrame::sizeHint().height()};
 }
 
 QString ProgressPanel::valueText() const { return value_->text(); }

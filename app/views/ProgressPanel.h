@@ -42,6 +42,9 @@ public:
     QString valueText() const;
     bool showsPath() const;
 
+    // Wide enough for the longest path row.
+    QSize sizeHint() const override;
+
 signals:
     void cancelRequested();
 
