@@ -8,7 +8,6 @@ here="$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)"
 
 packages=(
   build-essential cmake ninja-build pkg-config git ccache
-  nodejs npm
   libssl-dev nlohmann-json3-dev googletest libgtest-dev
   qt6-base-dev libgl-dev
   xvfb xauth fonts-dejavu-core
@@ -20,6 +19,12 @@ for pkg in "${packages[@]}"; do
     missing+=("$pkg")
   fi
 done
+
+# Node.js may come from elsewhere than Debian's packages (bundling its own npm, which
+# then conflicts with Debian's npm): any working npm will do.
+if ! command -v npm > /dev/null 2>&1; then
+  missing+=(nodejs npm)
+fi
 
 if ((${#missing[@]})); then
   echo "bootstrap: installing ${missing[*]}"

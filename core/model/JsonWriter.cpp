@@ -2,28 +2,9 @@
 
 #include <charconv>
 
-namespace vantrel {
+#include "util/Text.h"
 
-namespace {
-// Length of the valid UTF-8 sequence at `i`, or 0 when the bytes there are not one.
-std::size_t validSequenceLength(std::string_view text, std::size_t i) {
-    auto byte = [&](std::size_t k) { return static_cast<unsigned char>(text[k]); };
-    unsigned char b0 = byte(i);
-    std::size_t length;
-    std::uint32_t scalar, minimum;
-    if ((b0 & 0xE0) == 0xC0) length = 2, scalar = b0 & 0x1F, minimum = 0x80;
-    else if ((b0 & 0xF0) == 0xE0) length = 3, scalar = b0 & 0x0F, minimum = 0x800;
-    else if ((b0 & 0xF8) == 0xF0) length = 4, scalar = b0 & 0x07, minimum = 0x10000;
-    else return 0;
-    if (i + length > text.size()) return 0;
-    for (std::size_t k = 1; k < length; ++k) {
-        if ((byte(i + k) & 0xC0) != 0x80) return 0;
-        scalar = (scalar << 6) | (byte(i + k) & 0x3F);
-    }
-    if (scalar < minimum || scalar > 0x10FFFF || (scalar >= 0xD800 && scalar <= 0xDFFF)) return 0;
-    return length;
-}
-}  // namespace
+namespace vantrel {
 
 void appendJsonString(std::string& out, std::string_view text, bool escapeSlash) {
     static const char* const kHex = "0123456789abcdef";
@@ -32,13 +13,12 @@ void appendJsonString(std::string& out, std::string_view text, bool escapeSlash)
     while (i < text.size()) {
         unsigned char c = static_cast<unsigned char>(text[i]);
         if (c >= 0x80) {
-            std::size_t length = validSequenceLength(text, i);
-            if (length == 0) {
+            std::size_t start = i;
+            if (decodeUtf8Scalar(text, i)) {
+                out.append(text.substr(start, i - start));
+            } else {
                 out.append("\xEF\xBF\xBD");
                 ++i;
-            } else {
-                out.append(text.substr(i, length));
-                i += length;
             }
             continue;
         }

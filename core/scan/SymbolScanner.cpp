@@ -1,6 +1,8 @@
 #include "scan/SymbolScanner.h"
 
 #include <algorithm>
+#include <condition_variable>
+#include <mutex>
 #include <thread>
 
 #include "cache/AsyncSemaphore.h"
@@ -81,10 +83,10 @@ public:
         // Thread count follows the permits: the semaphore is what bounds the parses.
         pool_.emplace(static_cast<std::size_t>(std::min<std::int64_t>(permits_, 256)));
         parseWalk(enumerator);
-        pool_.reset();
 
         report(ScanPhase::linking, 0, std::nullopt);
         linkWalk();
+        pool_.reset();
         report(ScanPhase::savingCache, total_, std::nullopt);
 
         std::stable_sort(allDiagnostics_.begin(), allDiagnostics_.end(),
@@ -182,19 +184,58 @@ private:
         for (auto& diagnostic : result.diagnostics) allDiagnostics_.push_back(std::move(diagnostic));
     }
 
+    // The walk itself stays in this thread and in walk order; the pool only reads and
+    // decodes the records of the files just ahead, which is most of the phase's cost.
     void linkWalk() {
         SymbolNameIndex nameIndex = symbolNameIndex(ir_);
         Enumerator enumerator = makeEnumerator(root_, active_);
         if (!enumerator.walker) return;
         std::int64_t linked = 0;
+        std::vector<EnumeratedFile> window;
+        window.reserve(kLinkWindow);
+        bool more = true;
+        while (more) {
+            window.clear();
+            while (window.size() < kLinkWindow) {
+                auto entry = enumerator.walker->next();
+                if (!entry) {
+                    more = false;
+                    break;
+                }
+                pollCancellation();
+                if (auto file = shouldInclude(*entry, root_, exclude_, enumerator.pluginByExt, *enumerator.walker))
+                    window.push_back(std::move(*file));
+            }
+            linkWindow(window, nameIndex, linked);
+        }
+    }
+
+    void linkWindow(const std::vector<EnumeratedFile>& files, const SymbolNameIndex& nameIndex, std::int64_t& linked) {
+        std::vector<std::optional<CachedFileResult>> records(files.size());
+        std::vector<char> ready(files.size(), 0);
+        std::mutex mutex;
+        std::condition_variable loaded;
         const ProjectCache& cache = scanner_.cache();
-        while (auto entry = enumerator.walker->next()) {
-            pollCancellation();
-            auto file = shouldInclude(*entry, root_, exclude_, enumerator.pluginByExt, *enumerator.walker);
-            if (!file) continue;
+        for (std::size_t i = 0; i < files.size(); ++i) {
+            pool_->post([&, i] {
+                auto record = cache.loadFile(root_, files[i].relPath);
+                std::lock_guard lock(mutex);
+                records[i] = std::move(record);
+                ready[i] = 1;
+                loaded.notify_all();
+            });
+        }
+        // Every load is waited for, also when wiring throws, since they write into this frame.
+        for (std::size_t i = 0; i < files.size(); ++i) {
             ++linked;
-            report(ScanPhase::linking, linked, file->relPath);
-            if (auto record = cache.loadFile(root_, file->relPath)) wire(*record, file->relPath, nameIndex);
+            report(ScanPhase::linking, linked, files[i].relPath);
+            std::optional<CachedFileResult> record;
+            {
+                std::unique_lock lock(mutex);
+                loaded.wait(lock, [&] { return ready[i] != 0; });
+                record = std::move(records[i]);
+            }
+            if (record) wire(*record, files[i].relPath, nameIndex);
             if (linked % 500 == 0) std::this_thread::yield();
         }
     }
@@ -207,6 +248,8 @@ private:
             if (callee) link(call.callerId, *callee, ir_);
         }
     }
+
+    static constexpr std::size_t kLinkWindow = 256;
 
     const SymbolScanner& scanner_;
     const std::string& root_;

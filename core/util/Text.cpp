@@ -2,9 +2,7 @@
 
 namespace vantrel {
 
-namespace {
-// Decodes one scalar at `i`; advances `i`. Gives nothing on malformed input.
-std::optional<char32_t> decodeUtf8(std::string_view text, std::size_t& i) {
+std::optional<char32_t> decodeUtf8Scalar(std::string_view text, std::size_t& i) {
     auto byte = [&](std::size_t k) { return static_cast<unsigned char>(text[k]); };
     unsigned char b0 = byte(i);
     if (b0 < 0x80) {
@@ -51,7 +49,6 @@ void appendUtf8(std::string& out, char32_t c) {
         out.push_back(static_cast<char>(0x80 | (c & 0x3F)));
     }
 }
-}  // namespace
 
 std::optional<std::u16string> utf8ToUtf16(std::string_view text) {
     std::u16string out;
@@ -64,7 +61,7 @@ std::optional<std::u16string> utf8ToUtf16(std::string_view text) {
             ++i;
             continue;
         }
-        auto scalar = decodeUtf8(text, i);
+        auto scalar = decodeUtf8Scalar(text, i);
         if (!scalar) return std::nullopt;
         if (*scalar >= 0x10000) {
             char32_t v = *scalar - 0x10000;
@@ -96,7 +93,7 @@ std::string utf16ToUtf8(std::u16string_view text) {
 std::optional<char32_t> firstScalar(std::string_view text) {
     if (text.empty()) return std::nullopt;
     std::size_t i = 0;
-    return decodeUtf8(text, i);
+    return decodeUtf8Scalar(text, i);
 }
 
 bool isWhitespaceOrNewline(char32_t c) {
@@ -114,7 +111,7 @@ std::string_view trimWhitespace(std::string_view text) {
     std::size_t begin = 0;
     while (begin < text.size()) {
         std::size_t next = begin;
-        auto c = decodeUtf8(text, next);
+        auto c = decodeUtf8Scalar(text, next);
         if (!c || !isWhitespaceOrNewline(*c)) break;
         begin = next;
     }
@@ -123,7 +120,7 @@ std::string_view trimWhitespace(std::string_view text) {
         std::size_t start = end - 1;
         while (start > begin && (static_cast<unsigned char>(text[start]) & 0xC0) == 0x80) --start;
         std::size_t probe = start;
-        auto c = decodeUtf8(text, probe);
+        auto c = decodeUtf8Scalar(text, probe);
         if (!c || probe != end || !isWhitespaceOrNewline(*c)) break;
         end = start;
     }

@@ -15,6 +15,11 @@ std::optional<std::u16string> utf8ToUtf16(std::string_view text);
 // UTF-16 to UTF-8; a lone surrogate becomes U+FFFD.
 std::string utf16ToUtf8(std::u16string_view text);
 
+// Decodes the scalar at byte `i` and advances `i` past it; nothing (and `i` unchanged)
+// when the bytes there are not valid UTF-8.
+std::optional<char32_t> decodeUtf8Scalar(std::string_view text, std::size_t& i);
+void appendUtf8(std::string& out, char32_t scalar);
+
 // The first Unicode scalar of UTF-8 text, if the text starts with a valid one.
 std::optional<char32_t> firstScalar(std::string_view text);
 
