@@ -18,8 +18,8 @@ public:
 
     explicit SymbolListModel(const ProjectStore& store, QObject* parent = nullptr);
 
-    // Replaces the rows; a list equal to the current one changes nothing, so the view
-    // keeps its scroll position. `ids` must ascend.
+    // Replaces the rows; a list equal to the current one changes nothing (no reset, so the
+    // view keeps its current row and selection). `ids` must ascend.
     void setIds(SymbolIdList ids);
     const SymbolIdList& ids() const { return ids_; }
     std::optional<int> rowOf(const std::string& id) const;

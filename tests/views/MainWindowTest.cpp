@@ -75,6 +75,7 @@ private slots:
         QCOMPARE(window_->progressPanel()->valueText(), QStringLiteral("working  0/1"));
         QCOMPARE(window_->progressPanel()->bar().value(), 0);
         QCOMPARE(window_->windowTitle(), QStringLiteral("Vantrel \u2014 shop"));
+        QVERIFY(centredOverTheGraph(window_->progressPanel()));
 
         QVERIFY(waitForScanState(f_->store, Kind::ready));
         QVERIFY(!window_->currentPanel());
@@ -85,6 +86,8 @@ private slots:
         QCOMPARE(window_->currentPanel(), static_cast<QWidget*>(window_->dropOverlay()));
         QCOMPARE(window_->windowTitle(), QStringLiteral("Vantrel"));
         QCOMPARE(window_->dropOverlay()->recentTitles(), QStringList{"shop"});
+        QVERIFY(centredOverTheGraph(window_->dropOverlay()));
+        QVERIFY(window_->dropOverlay()->width() <= 520);
         QVERIFY(window_->clearRecentsAction()->isEnabled());
         QCOMPARE(window_->recentMenu()->actions().first()->text(), QStringLiteral("shop \u2014 ") + root);
 
@@ -93,6 +96,8 @@ private slots:
         QVERIFY(waitForScanState(f_->store, Kind::failed));
         QCOMPARE(window_->currentPanel(), static_cast<QWidget*>(window_->failurePanel()));
         QVERIFY(window_->failurePanel()->message().contains("src/broken.ts"));
+        QVERIFY(centredOverTheGraph(window_->failurePanel()));
+        QVERIFY(window_->failurePanel()->width() <= 420);
         window_->failurePanel()->findChild<QPushButton*>()->click();
         QCOMPARE(window_->currentPanel(), static_cast<QWidget*>(window_->dropOverlay()));
 
@@ -168,6 +173,32 @@ private slots:
         QVERIFY(!alert->informativeText().isEmpty());
         alert->reject();
         QVERIFY(!f_->store.lastExportError());
+
+        // An error gone before the alert draws leaves the alert its fallback text.
+        window_->exportMenu()->actions().first()->trigger();
+        QVERIFY(QTest::qWaitFor([&] { return f_->store.lastExportError().has_value(); }, 2000));
+        f_->store.clearLastExportError();
+        QVERIFY(QTest::qWaitFor([&] { return (alert = window_->findChild<QMessageBox*>()) != nullptr; }, 2000));
+        QCOMPARE(alert->informativeText(), QStringLiteral("Unknown error"));
+        alert->reject();
+    }
+
+    void recentProjectsFillTheGridRowByRow() {
+        DropOverlayView overlay;
+        overlay.setRecents({"/work/checkout-service", "/work/web-frontend", "/work/payments-core", "/work/analytics"});
+        overlay.resize(520, overlay.heightForWidth(520));
+        overlay.show();
+        QList<QWidget*> cells;
+        for (QWidget* cell : overlay.findChildren<QWidget*>())
+            if (cell->inherits("vantrel::CapsuleButton")) cells.append(cell);
+        QCOMPARE(cells.size(), 4);
+        // 472 points inside the padding hold three cells of at least 140 with 8 between.
+        QCOMPARE(cells[1]->geometry().top(), cells[0]->geometry().top());
+        QCOMPARE(cells[2]->geometry().top(), cells[0]->geometry().top());
+        QCOMPARE(cells[3]->geometry().top(), cells[0]->geometry().bottom() + 1 + 8);
+        QCOMPARE(cells[3]->geometry().left(), cells[0]->geometry().left());
+        QCOMPARE(cells[1]->geometry().left() - cells[0]->geometry().right() - 1, 8);
+        QVERIFY(cells[0]->width() >= 140);
     }
 
     void onboardingClosesOnReturnOnly() {
@@ -218,6 +249,13 @@ private slots:
     }
 
 private:
+    // The panel's centre on the graph's centre (within a point of rounding).
+    bool centredOverTheGraph(const QWidget* panel) const {
+        const QPoint graph = window_->graphView()->mapTo(window_.get(), window_->graphView()->rect().center());
+        const QPoint centre = panel->mapTo(window_.get(), panel->rect().center());
+        return (graph - centre).manhattanLength() <= 2;
+    }
+
     std::unique_ptr<StoreFixture> f_;
     std::unique_ptr<MainWindow> window_;
 };

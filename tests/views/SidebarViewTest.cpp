@@ -6,6 +6,7 @@
 #include <QLineEdit>
 #include <QListView>
 #include <QPushButton>
+#include <QScrollBar>
 #include <QTest>
 #include <memory>
 
@@ -97,6 +98,21 @@ private slots:
         settle();
         QCOMPARE(f_->store.selectedSymbolId(), OptionalSymbolId(kValues));
 
+        // Selecting a row in view recolours the rows and leaves the list where it is.
+        sidebar_->resize(360, 460);
+        settle();
+        QScrollBar* scroll = list->verticalScrollBar();
+        QVERIFY(scroll->maximum() > 0);
+        scroll->setValue(scroll->maximum() / 2);
+        const int scrolled = scroll->value();
+        const QModelIndex visible = list->indexAt(list->viewport()->rect().center());
+        f_->store.select(sidebar_->rows().idAt(visible.row()));
+        settle();
+        QCOMPARE(selectedRowId(), sidebar_->rows().idAt(visible.row()));
+        QCOMPARE(scroll->value(), scrolled);
+        f_->store.select(kValues);
+        settle();
+
         // Filtered out of the list, the symbol stays selected in the store.
         child<QLineEdit>("searchField")->setText(QString());
         QTest::keyClicks(child<QLineEdit>("searchField"), "lib/");
@@ -155,6 +171,11 @@ private slots:
         QVERIFY(!group->isHidden());
         QCOMPARE(group->title(), QStringLiteral("Diagnostics (1)"));
         QVERIFY(!group->isOpen());
+        QVERIFY(group->findChild<QListView*>()->isHidden());
+        group->setOpen(true);
+        QVERIFY(!group->findChild<QListView*>()->isHidden());
+        QCOMPARE(group->model().data(group->model().index(0), DiagnosticListModel::HeadlineRole).toString(),
+                 QStringLiteral("Could not resolve `./missing`"));
 
         // The diff summary stands while there is a diff, whatever "Diff mode" says.
         auto* summary = child<QLabel>("diffSummary");
