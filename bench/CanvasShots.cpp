@@ -96,7 +96,7 @@ int main(int argc, char** argv) {
         return 1;
     }
 
-    const std::string focus = "src/util/log.ts:write:function";
+    const std::string focus = "src/util/log.ts:logInfo:function";
     const std::string hovered = "src/checkout/checkout.ts:handleCheckout:function";
     int written = 0;
     for (bool dark : {false, true}) {

@@ -30,9 +30,12 @@ Hue hueOf(NamedColor name) {
     return {qRgb(0, 0, 0), qRgb(0, 0, 0)};
 }
 
-QFont sized(qreal points, QFont::Weight weight = QFont::Normal) {
+// Sizes are in the canvas's own unit, the device-independent pixel, in which every
+// other size on it is given: a name must fit the node and the tooltip it was measured
+// for whatever the screen's DPI.
+QFont sized(int pixels, QFont::Weight weight = QFont::Normal) {
     QFont font = QGuiApplication::font();
-    font.setPointSizeF(points);
+    font.setPixelSize(pixels);
     font.setWeight(weight);
     return font;
 }

@@ -41,12 +41,13 @@ private:
     QColor accent_;
 };
 
-// Text styles of the canvas, relative to the application font's family.
+// Text styles of the canvas in the application font's family: caption 11, caption2 10,
+// and the name inside a selected node 10 semibold, in device-independent pixels.
 struct CanvasFonts {
     CanvasFonts() = delete;
     static QFont caption();
     static QFont caption2();
-    static QFont nodeLabel();  // 10 point semibold, inside a selected node
+    static QFont nodeLabel();
 };
 
 }  // namespace vantrel

@@ -41,7 +41,7 @@ ImpactGraphView::ImpactGraphView(ProjectStore& store, QWidget* parent)
     setAttribute(Qt::WA_OpaquePaintEvent);
 
     findAction_->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_F));
-    findAction_->setShortcutContext(Qt::WidgetWithChildrenShortcut);
+    findAction_->setShortcutContext(Qt::WindowShortcut);
     addAction(findAction_);
     connect(findAction_, &QAction::triggered, this, &ImpactGraphView::openSearch);
 

@@ -41,8 +41,8 @@ public:
     explicit ImpactGraphView(ProjectStore& store, QWidget* parent = nullptr);
     ~ImpactGraphView() override;
 
-    // Ctrl+F for while the canvas or its search field has the focus. A window with a Find
-    // command of its own may add this action to its menu or call openSearch().
+    // Ctrl+F, active anywhere in the canvas's window: opens the search. The window may put
+    // this action in a menu; it should not bind Ctrl+F to anything else.
     QAction* findAction() const { return findAction_; }
 
     QPointF pan() const { return pan_; }
