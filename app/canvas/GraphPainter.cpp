@@ -61,11 +61,13 @@ void GraphPainter::invalidate() {
     captionLineHeight_ = QFontMetricsF(caption2_).height();
     labelsFor_ = nullptr;
     labels_.clear();
+    edgeLayerKey_.reset();
 }
 
 void GraphPainter::paint(QPainter& painter, const GraphFrame& frame, const CanvasPalette& palette) {
     if (spritePalette_ != palette) {
         sprites_.clear();
+        edgeLayerKey_.reset();
         spritePalette_ = palette;
     }
     painter.fillRect(QRectF(QPointF(0, 0), frame.viewSize), palette.windowBackground());
@@ -80,6 +82,12 @@ void GraphPainter::paintEdges(QPainter& painter, const GraphFrame& frame, const 
     const GraphScene& scene = *frame.scene;
     const auto& styles = scene.edgeStyles();
     const double dpr = painter.device()->devicePixelRatioF();
+    const EdgeLayerKey key{scene.serial(), frame.transform.pan, frame.transform.zoom, frame.viewSize, dpr};
+    if (edgeLayerKey_ == key) {
+        painter.drawImage(QPointF(0, 0), edgeLayer_);
+        return;
+    }
+    edgeLayerKey_ = key;
     const QSize pixels(static_cast<int>(std::ceil(frame.viewSize.width() * dpr)),
                        static_cast<int>(std::ceil(frame.viewSize.height() * dpr)));
     if (edgeLayer_.size() != pixels) {

@@ -71,6 +71,8 @@ public:
     void paint(QPainter& painter, const GraphFrame& frame, const CanvasPalette& palette);
     // Fonts or colours changed.
     void invalidate();
+    // Lays the edges anew at the next frame even if nothing they depend on changed.
+    void forgetEdges() { edgeLayerKey_.reset(); }
     double captionLineHeight() const { return captionLineHeight_; }
 
 private:
@@ -83,7 +85,18 @@ private:
 
     NodeSpriteCache sprites_;
     std::optional<CanvasPalette> spritePalette_;  // the colours the sprites were drawn in
-    QImage edgeLayer_;                   // the frame's edges over a transparent ground
+    QImage edgeLayer_;                   // the edges over a transparent ground
+    // What the edge layer was drawn for: while it holds, a frame that only animates
+    // nodes, hover or the tooltip reuses the layer.
+    struct EdgeLayerKey {
+        std::uint64_t scene = 0;
+        QPointF pan;
+        double zoom = 0;
+        QSizeF viewSize;
+        double dpr = 0;
+        bool operator==(const EdgeLayerKey&) const = default;
+    };
+    std::optional<EdgeLayerKey> edgeLayerKey_;
     std::vector<NamedColor> edgeHues_;   // in the order their masks are painted
     std::vector<EdgeMask> edgeMasks_;    // one per hue
     QFont caption_, captionBold_, caption2_, nodeLabel_;

@@ -45,6 +45,8 @@ std::optional<std::size_t> GraphTopology::indexOf(std::string_view id) const {
 
 GraphScene::GraphScene(std::shared_ptr<const GraphTopology> topology, const SceneInputs& in)
     : topology_(std::move(topology)) {
+    static std::uint64_t built = 0;
+    serial_ = ++built;
     if (!topology_ || !in.ir || in.basePositions.empty()) return;
     const GraphTopology& graph = *topology_;
     const std::size_t points = graph.pointCount();

@@ -74,6 +74,8 @@ public:
     GraphScene(std::shared_ptr<const GraphTopology> topology, const SceneInputs& inputs);
 
     bool isEmpty() const { return !topology_ || placeCount_ == 0; }
+    // Different for every scene built, so that drawings of one scene can be kept.
+    std::uint64_t serial() const { return serial_; }
     const GraphTopology& topology() const { return *topology_; }
     const std::shared_ptr<const GraphTopology>& topologyPointer() const { return topology_; }
 
@@ -94,6 +96,7 @@ public:
 
 private:
     std::shared_ptr<const GraphTopology> topology_;
+    std::uint64_t serial_ = 0;
     std::size_t placeCount_ = 0;
     std::vector<QPointF> places_;
     std::vector<std::uint8_t> hasPlace_;
