@@ -8,13 +8,11 @@
 
 #include "canvas/CanvasShapes.h"
 #include "canvas/EdgeMask.h"
-#include "canvas/EdgeMask.h"
 
 namespace vantrel {
 
 namespace {
 
-constexpr double kHoverScale = 1.12;
 constexpr double kPulseGrowth = 8.0;
 constexpr double kSelectedGlowRadius = 14.0;
 constexpr double kHoverGlowRadius = 10.0;
@@ -181,17 +179,18 @@ void GraphPainter::paintNode(QPainter& painter, const GraphFrame& frame, const C
     const bool selected = scene.selectedPoint() == symbol;
     const bool hovered = frame.hovered == symbol;
     const SymbolKind kind = scene.topology().kind(symbol);
-    const QString& name = scene.topology().shortName(symbol);
+    const bool plain = !selected && !hovered && box.scale == 1.0;
+    if (plain) sprites_.draw(painter, kind, style, box.square, palette);
+    if (plain && !box.labelInside && !box.labelBelow) return;
 
-    if (!selected && !hovered && box.scale == 1.0) {
-        sprites_.draw(painter, kind, style, box.square, palette);
-    } else {
-        // The few nodes that glow, swell or grow are drawn in full. Everything inside the
-        // node's column scales with it.
-        painter.save();
-        painter.translate(box.square.center());
-        painter.scale(box.scale, box.scale);
-        const QRectF square(-box.size / 2, -box.size / 2, box.size, box.size);
+    // In the node's own frame: the square's centre at the origin, before the hover scale,
+    // which acts on everything in the node's column.
+    painter.save();
+    painter.translate(box.square.center());
+    painter.scale(box.scale, box.scale);
+    const QRectF square(-box.size / 2, -box.size / 2, box.size, box.size);
+    if (!plain) {
+        // The few nodes that glow, swell or grow are drawn in full.
         if (selected)
             drawNodeGlow(painter, kind, style, square, palette, palette.color(named(NamedColor::red, 0.35)),
                          kSelectedGlowRadius);
@@ -199,29 +198,22 @@ void GraphPainter::paintNode(QPainter& painter, const GraphFrame& frame, const C
             drawNodeGlow(painter, kind, style, square, palette, palette.color(named(NamedColor::white, 0.18)),
                          kHoverGlowRadius);
         drawNodeShape(painter, kind, style, square, palette);
-        if (box.labelInside) {
-            painter.setFont(nodeLabel_);
-            painter.setPen(palette.color(NamedColor::white));
-            const double width = std::max(box.size - 10, 28.0);
-            const QString text = QFontMetricsF(nodeLabel_).elidedText(name, Qt::ElideMiddle, width);
-            painter.drawText(QRectF(-width / 2, -box.size / 2, width, box.size), Qt::AlignCenter, text);
-        }
-        if (box.labelBelow) {
-            const QStaticText& label = labelBelow(scene, symbol, std::min(box.size * 3, 140.0));
-            painter.setFont(caption2_);
-            painter.setPen(palette.color(NamedColor::secondary));
-            painter.drawStaticText(QPointF(-label.size().width() / 2, box.size / 2 + 4), label);
-        }
-        painter.restore();
-        return;
+    }
+    if (box.labelInside) {
+        painter.setFont(nodeLabel_);
+        painter.setPen(palette.color(NamedColor::white));
+        const double width = std::max(box.size - 10, 28.0);
+        const QString text =
+            QFontMetricsF(nodeLabel_).elidedText(scene.topology().shortName(symbol), Qt::ElideMiddle, width);
+        painter.drawText(QRectF(-width / 2, -box.size / 2, width, box.size), Qt::AlignCenter, text);
     }
     if (box.labelBelow) {
         const QStaticText& label = labelBelow(scene, symbol, std::min(box.size * 3, 140.0));
         painter.setFont(caption2_);
         painter.setPen(palette.color(NamedColor::secondary));
-        painter.drawStaticText(QPointF(box.square.center().x() - label.size().width() / 2, box.square.bottom() + 4),
-                               label);
+        painter.drawStaticText(QPointF(-label.size().width() / 2, box.size / 2 + 4), label);
     }
+    painter.restore();
 }
 
 const QStaticText& GraphPainter::labelBelow(const GraphScene& scene, std::size_t symbol, double width) {
