@@ -1,5 +1,5 @@
 // Where things stand on the canvas: the rings around a selection, arrow heads and edge
-// bends, and the tooltip's place and path.
+// bends, which node lies under the pointer, and the tooltip's place and path.
 #include <QTest>
 #include <cmath>
 #include <numbers>
@@ -8,6 +8,7 @@
 #include "canvas/CanvasLayout.h"
 #include "canvas/CanvasShapes.h"
 #include "canvas/CanvasTooltip.h"
+#include "canvas/NodePicker.h"
 #include "support/GraphBuilder.h"
 
 using namespace vantrel;
@@ -100,6 +101,34 @@ private slots:
         // The control point stands `bend` off the chord's middle, on its left-hand normal.
         QCOMPARE(edgeControlPoint({0, 0}, {100, 0}, 20), QPointF(50, 20));
         QCOMPARE(edgeControlPoint({0, 0}, {0, 100}, -10), QPointF(10, 50));
+    }
+
+    void thePickerFindsTheTopmostSquareAndFollowsAHoverScale() {
+        // a and b overlap, b (the later id) on top; c lies outside the view.
+        const ProjectIR ir = GraphBuilder().symbol("a").symbol("b").symbol("c").build();
+        const QSizeF view(800, 600);
+        auto base = [&](QPointF screen) { return Point{(screen.x() - 400) / 600, (screen.y() - 300) / 600}; };
+        const NodePositions positions{{"a", base({100, 100})}, {"b", base({110, 100})}, {"c", base({900, 100})}};
+        const std::optional<std::string> none;
+        const ImpactLevels noLevels;
+        const IdSet noIds;
+        const EdgeSet noEdges;
+        const GraphScene scene(std::make_shared<const GraphTopology>(ir),
+                               SceneInputs{&ir, positions, none, noLevels, noIds, noIds, false, noEdges, 0.55, view});
+        GraphFrame frame;
+        frame.scene = &scene;
+        frame.transform = {QPointF(), 1.0, QPointF(400, 300)};
+        frame.viewSize = view;
+        frame.nodePlaces = &scene.places();
+        const NodePicker picker(frame, 12);
+
+        QCOMPARE(picker.nodeAt(frame, {105, 100}), std::optional<std::size_t>(1));
+        QCOMPARE(picker.nodeAt(frame, {84, 100}), std::optional<std::size_t>(0));
+        QCOMPARE(picker.nodeAt(frame, {81, 100}), std::nullopt);
+        QCOMPARE(picker.nodeAt(frame, {300, 300}), std::nullopt);
+        // a grows by 12% while hovered: its wider square counts without a new index.
+        frame.scaled = {{0, 1.12}};
+        QCOMPARE(picker.nodeAt(frame, {81, 100}), std::optional<std::size_t>(0));
     }
 
     void theTooltipStaysInsideTheView() {

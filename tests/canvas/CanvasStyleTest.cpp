@@ -109,6 +109,38 @@ private slots:
         QCOMPARE(drawn({"hub"}), (Edges{{"caller", "hub"}, {"leaf", "leaf"}}));
     }
 
+    void aSceneGivesRolesAndEdgeStylesAroundTheSelection() {
+        // s calls t and an id outside the project; u calls s; v calls u; t calls v.
+        const ProjectIR ir = GraphBuilder()
+                                 .symbol("s").symbol("t").symbol("u").symbol("v")
+                                 .call("s", "t").call("s", "lib:x:function").call("u", "s").call("v", "u").call("t", "v")
+                                 .build();
+        const NodePositions base{{"s", {0, 0}}, {"t", {0.1, 0}}, {"u", {0.2, 0}}, {"v", {0.3, 0}}};
+        const std::optional<std::string> selected("s");
+        const ImpactLevels levels{{1, {"u"}}, {2, {"v"}}};
+        const IdSet downstream{"lib:x:function", "t"};
+        const IdSet noIds;
+        const EdgeSet added{{"t", "v"}};
+        const auto topology = std::make_shared<const GraphTopology>(ir);
+        const GraphScene scene(topology, SceneInputs{&ir, base, selected, levels, downstream, noIds, true, added, 0.55,
+                                                     QSizeF(800, 600)});
+        auto point = [&](const char* id) { return *topology->indexOf(id); };
+        QCOMPARE(scene.role(point("s")), kSelected);
+        QCOMPARE(scene.role(point("v")), level(2));
+        QCOMPARE(scene.role(point("lib:x:function")), kDownstream);
+        // The callee without a symbol stands on the downstream ring, so its call is drawn.
+        QVERIFY(scene.hasPlace(point("lib:x:function")));
+        auto styleOf = [&](const char* from, const char* to) {
+            for (std::size_t e = 0; e < topology->edges().size(); ++e)
+                if (topology->edges()[e].from == point(from) && topology->edges()[e].to == point(to))
+                    return scene.edgeStyles().at(scene.edgeStyleIndex(e));
+            return EdgeStyle{};
+        };
+        QCOMPARE(styleOf("s", "lib:x:function").color, named(NamedColor::blue));
+        QCOMPARE(styleOf("t", "v").color, named(NamedColor::green));
+        QCOMPARE(styleOf("v", "u").lineWidth, 2.6);
+    }
+
     void edgeMasksLayStrokesOfOneHueAsSourceOverWouldOnceEachPixel() {
         QImage layer(200, 60, QImage::Format_ARGB32_Premultiplied);
         EdgeMask mask(layer.size());

@@ -90,6 +90,17 @@ private slots:
         fixture_.reset();
     }
 
+    void withoutAProjectOnlyTheBackgroundShows() {
+        StoreFixture idle;
+        ImpactGraphView empty(idle.store);
+        empty.resize(300, 200);
+        const QImage shot = empty.grab().toImage();
+        const QRgb background = shot.pixel(0, 0);
+        for (int y = 0; y < shot.height(); ++y)
+            for (int x = 0; x < shot.width(); ++x)
+                if (shot.pixel(x, y) != background) QFAIL("something besides the background was drawn");
+    }
+
     void aClickOnANodeSelectsItAndOneOnEmptyCanvasDoesNothing() {
         QCOMPARE(store().selectedSymbolId(), OptionalSymbolId(kFetch));
         const QPointF target = screenPoint(kValues);
@@ -127,6 +138,9 @@ private slots:
         sendMouse(view(), QEvent::MouseMove, {100, 640}, Qt::LeftButton);
         sendMouse(view(), QEvent::MouseButtonRelease, {100, 640}, Qt::NoButton);
         QCOMPARE(view().pan(), QPointF(30, 20));
+        // The nodes moved with the drawing, and the pointer finds them there.
+        QCOMPARE(view().nodeAt(screenPoint(kValues)), OptionalSymbolId(kValues));
+        QCOMPARE(view().nodeAt(screenPoint(kValues) - QPointF(30, 20)), OptionalSymbolId());
     }
 
     void ctrlWheelAndPinchZoomWithinTheLimitsAndReturnSpringsBack() {
