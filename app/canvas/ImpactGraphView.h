@@ -56,8 +56,8 @@ public slots:
     void openSearch();
     // Springs pan and zoom back to where they started.
     void resetView();
-    // Reads the edge opacity and node size preferences again (the settings window calls
-    // this after writing them).
+    // Reads the edge opacity and node size preferences again. Done whenever the canvas's
+    // window is activated; a settings window that changes them live calls it too.
     void refreshPreferences();
 
 protected:
