@@ -2,6 +2,7 @@
 
 #include <QSettings>
 #include <QTimer>
+#include <cstdlib>
 
 namespace vantrel::testing {
 
@@ -40,6 +41,21 @@ void clearSettings() { QSettings("Vantrel", "Vantrel").clear(); }
 std::vector<std::function<int(int, char**)>>& registeredTestClasses() {
     static std::vector<std::function<int(int, char**)>> classes;
     return classes;
+}
+
+int runRegisteredTestClasses(int argc, char** argv) {
+    int failures = 0;
+    for (const auto& run : registeredTestClasses()) failures += run(argc, argv);
+    return failures == 0 ? 0 : 1;
+}
+
+void useTemporaryUserFolders(const TempDir& home) {
+    for (const char* variable : {"HOME", "XDG_CONFIG_HOME", "XDG_DATA_HOME", "XDG_CACHE_HOME"})
+        setenv(variable, (home / variable).c_str(), 1);
+    setenv("QT_QPA_PLATFORM", "offscreen", 0);
+    const QString settingsDir = QString::fromStdString(home / "settings");
+    QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope, settingsDir);
+    QSettings::setPath(QSettings::IniFormat, QSettings::UserScope, settingsDir);
 }
 
 }  // namespace vantrel::testing
