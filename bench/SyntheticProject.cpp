@@ -48,7 +48,7 @@ std::int64_t partnerOf(Random& random, std::int64_t index, std::int64_t fileCoun
     return index;
 }
 
-std::string relativeImport(std::int64_t from, std::int64_t to) {
+std::string relativeImport(std::int64_t to) {
     return "../../" + folderOf(to) + "/" + stemOf(to);
 }
 
@@ -59,8 +59,8 @@ std::string typescriptModule(std::int64_t i, std::int64_t fileCount, Mix mix, bo
     std::string n = std::to_string(i), na = std::to_string(a), nb = std::to_string(b);
     std::ostringstream out;
     out << "// Module " << n << ": generated for benchmarks.\n"
-        << "import { helper" << na << ", Service" << na << " } from '" << relativeImport(i, a) << "';\n"
-        << "import { transform" << nb << " as t" << nb << " } from '" << relativeImport(i, b) << "';\n"
+        << "import { helper" << na << ", Service" << na << " } from '" << relativeImport(a) << "';\n"
+        << "import { transform" << nb << " as t" << nb << " } from '" << relativeImport(b) << "';\n"
         << "import { useState } from 'react';\n\n"
         << "export interface Options" << n << " {\n  depth: number;\n  label?: string;\n}\n\n"
         << "export function compute" << n << "(x: number, options: Options" << n << " = { depth: 2 }): number {\n"

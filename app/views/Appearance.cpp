@@ -3,6 +3,7 @@
 #include <QApplication>
 #include <QStyleHints>
 
+#include "canvas/CanvasPalette.h"
 #include "state/Preferences.h"
 
 namespace vantrel {
@@ -72,24 +73,6 @@ QPalette paletteFor(Appearance appearance) {
     return palette;
 }
 
-bool isDark(const QPalette& palette) {
-    return palette.color(QPalette::Window).lightness() < palette.color(QPalette::WindowText).lightness();
-}
-
-QColor namedColor(NamedColor color, const QPalette& palette) {
-    const bool dark = isDark(palette);
-    switch (color) {
-        case NamedColor::red: return dark ? QColor(0xFF, 0x45, 0x3A) : QColor(0xFF, 0x3B, 0x30);
-        case NamedColor::orange: return dark ? QColor(0xFF, 0x9F, 0x0A) : QColor(0xFF, 0x95, 0x00);
-        case NamedColor::yellow: return dark ? QColor(0xFF, 0xD6, 0x0A) : QColor(0xE6, 0xB8, 0x00);
-        case NamedColor::green: return dark ? QColor(0x30, 0xD1, 0x58) : QColor(0x28, 0xCD, 0x41);
-        case NamedColor::blue: return dark ? QColor(0x0A, 0x84, 0xFF) : QColor(0x00, 0x7A, 0xFF);
-        case NamedColor::gray: return dark ? QColor(0x98, 0x98, 0x9D) : QColor(0x8E, 0x8E, 0x93);
-        case NamedColor::accent: return palette.color(QPalette::Active, QPalette::Highlight);
-    }
-    return palette.color(QPalette::Text);
-}
-
 QColor withOpacity(QColor color, double opacity) {
     color.setAlphaF(static_cast<float>(color.alphaF() * opacity));
     return color;
@@ -105,7 +88,8 @@ void ColorSchemeController::apply() {
         override_ ? override_ : resolvedColorScheme(Preferences::value(prefkeys::kColorScheme).toString());
 #if QT_VERSION >= QT_VERSION_CHECK(6, 5, 0)
     // Where the platform tells its own scheme, "system" follows it.
-    if (!chosen && QGuiApplication::styleHints()->colorScheme() == Qt::ColorScheme::Dark && !isDark(systemPalette_))
+    if (!chosen && QGuiApplication::styleHints()->colorScheme() == Qt::ColorScheme::Dark &&
+        !CanvasPalette(systemPalette_).isDark())
         chosen = Appearance::dark;
 #endif
     current_ = chosen;

@@ -1,6 +1,6 @@
-// Light and dark appearance through the application palette (Fusion style), the
-// `colorScheme` preference that chooses between them, and the named colours of the
-// views in both appearances.
+// Light and dark appearance through the application palette (Fusion style) and the
+// `colorScheme` preference that chooses between them. The named colours (red, orange,
+// accent…) of the views are the canvas's, from CanvasPalette.
 #pragma once
 
 #include <QColor>
@@ -17,14 +17,6 @@ enum class Appearance { light, dark };
 std::optional<Appearance> resolvedColorScheme(const QString& preference);
 
 QPalette paletteFor(Appearance appearance);
-
-// Whether a palette draws light text on a dark window.
-bool isDark(const QPalette& palette);
-
-enum class NamedColor { red, orange, yellow, green, blue, gray, accent };
-
-// The colour in the appearance of `palette` (the dark variants are a little brighter).
-QColor namedColor(NamedColor color, const QPalette& palette);
 
 // `color` with its alpha multiplied by `opacity`.
 QColor withOpacity(QColor color, double opacity);

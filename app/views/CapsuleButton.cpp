@@ -3,6 +3,7 @@
 #include <QPainter>
 #include <QPainterPath>
 
+#include "canvas/CanvasPalette.h"
 #include "views/Appearance.h"
 #include "views/TextStyles.h"
 
@@ -34,7 +35,7 @@ void CapsuleButton::paintEvent(QPaintEvent*) {
     const double opacity = isDown() ? 0.2 : hovered_ ? 0.13 : 0.08;
     painter.fillPath(capsule, withOpacity(palette().color(QPalette::Text), opacity));
     if (hasFocus()) {
-        painter.setPen(QPen(namedColor(NamedColor::accent, palette()), 1.5));
+        painter.setPen(QPen(CanvasPalette(palette()).color(NamedColor::accentColor), 1.5));
         painter.drawPath(capsule);
     }
     painter.setPen(palette().color(QPalette::Text));

@@ -10,11 +10,11 @@
 #include <QSplitter>
 #include <QToolButton>
 
+#include "canvas/ImpactGraphView.h"
 #include "state/ProjectStore.h"
 #include "views/DeferredCall.h"
 #include "views/DropOverlayView.h"
 #include "views/FailurePanel.h"
-#include "views/GraphViewFactory.h"
 #include "views/OnboardingView.h"
 #include "views/OverlayHost.h"
 #include "views/ProgressPanel.h"
@@ -67,7 +67,7 @@ MainWindow::MainWindow(ProjectStore& store, QWidget* parent) : QMainWindow(paren
 }
 
 void MainWindow::buildDetail() {
-    graph_ = makeGraphView(store_, nullptr);
+    graph_ = new ImpactGraphView(store_);
     detail_ = new OverlayHost(graph_, this);
     dropOverlay_ = new DropOverlayView(detail_);
     progressPanel_ = new ProgressPanel(detail_);
@@ -98,7 +98,7 @@ void MainWindow::connectStore() {
 
 QWidget* MainWindow::currentPanel() const { return detail_->overlay(); }
 
-void MainWindow::preferencesChanged() { graph_->update(); }
+void MainWindow::preferencesChanged() { graph_->refreshPreferences(); }
 
 void MainWindow::refreshPanel() {
     const ScanState& state = store_.scanState();

@@ -15,6 +15,7 @@ namespace vantrel {
 
 class DropOverlayView;
 class FailurePanel;
+class ImpactGraphView;
 class OnboardingView;
 class OverlayHost;
 class ProgressPanel;
@@ -28,7 +29,7 @@ public:
     explicit MainWindow(ProjectStore& store, QWidget* parent = nullptr);
 
     SidebarView* sidebar() const { return sidebar_; }
-    QWidget* graphView() const { return graph_; }
+    ImpactGraphView* graphView() const { return graph_; }
     // The panel over the graph; nullptr while a graph is ready.
     QWidget* currentPanel() const;
     DropOverlayView* dropOverlay() const { return dropOverlay_; }
@@ -73,7 +74,7 @@ private:
     bool exportAlertShown_ = false;
 
     SidebarView* sidebar_ = nullptr;
-    QWidget* graph_ = nullptr;
+    ImpactGraphView* graph_ = nullptr;
     OverlayHost* detail_ = nullptr;
     DropOverlayView* dropOverlay_ = nullptr;
     ProgressPanel* progressPanel_ = nullptr;

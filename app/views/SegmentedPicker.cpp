@@ -7,6 +7,7 @@
 #include <QPainter>
 #include <QPainterPath>
 
+#include "canvas/CanvasPalette.h"
 #include "views/Appearance.h"
 
 namespace vantrel {
@@ -52,7 +53,7 @@ protected:
         QColor fill = colors.color(QPalette::Button);
         QColor textColor = colors.color(isEnabled() ? QPalette::Active : QPalette::Disabled, QPalette::ButtonText);
         if (isChecked()) {
-            fill = namedColor(NamedColor::accent, colors);
+            fill = CanvasPalette(colors).color(NamedColor::accentColor);
             textColor = colors.color(QPalette::HighlightedText);
             if (!isEnabled()) fill = withOpacity(fill, 0.45);
         } else if (isDown()) {
@@ -62,7 +63,7 @@ protected:
         painter.setPen(QPen(colors.color(QPalette::Mid), 1));
         painter.drawPath(shape);
         if (hasFocus()) {
-            painter.setPen(QPen(withOpacity(namedColor(NamedColor::accent, colors), 0.6), 2));
+            painter.setPen(QPen(CanvasPalette(colors).color(named(NamedColor::accentColor, 0.6)), 2));
             painter.drawPath(shape);
         }
         painter.setPen(textColor);

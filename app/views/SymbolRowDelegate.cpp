@@ -3,7 +3,7 @@
 #include <QPainter>
 #include <QPainterPath>
 
-#include "views/Appearance.h"
+#include "canvas/CanvasPalette.h"
 #include "views/SymbolListModel.h"
 #include "views/SymbolRows.h"
 #include "views/TextStyles.h"
@@ -28,7 +28,7 @@ void SymbolRowDelegate::paint(QPainter* painter, const QStyleOptionViewItem& opt
         // A soft highlight keeps the row's own colour readable on it.
         QPainterPath highlight;
         highlight.addRoundedRect(QRectF(row).adjusted(4, 1, -4, -1), 5, 5);
-        painter->fillPath(highlight, withOpacity(namedColor(NamedColor::accent, palette), 0.22));
+        painter->fillPath(highlight, CanvasPalette(palette).color(named(NamedColor::accentColor, 0.22)));
     }
     const auto tone = static_cast<RowTone>(index.data(SymbolListModel::ToneRole).toInt());
     const QColor color = toneColor(tone, palette);

@@ -3,7 +3,7 @@
 #include <QPalette>
 #include <algorithm>
 
-#include "views/Appearance.h"
+#include "canvas/CanvasPalette.h"
 
 namespace vantrel {
 
@@ -29,9 +29,9 @@ RowTone rowTone(const ProjectStore& store, std::string_view id) {
 
 QColor toneColor(RowTone tone, const QPalette& palette) {
     switch (tone) {
-        case RowTone::selected: return namedColor(NamedColor::red, palette);
-        case RowTone::level1: return namedColor(NamedColor::orange, palette);
-        case RowTone::level2: return namedColor(NamedColor::yellow, palette);
+        case RowTone::selected: return CanvasPalette(palette).color(NamedColor::red);
+        case RowTone::level1: return CanvasPalette(palette).color(NamedColor::orange);
+        case RowTone::level2: return CanvasPalette(palette).color(NamedColor::yellow);
         case RowTone::plain: break;
     }
     return palette.color(QPalette::Text);

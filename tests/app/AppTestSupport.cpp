@@ -49,11 +49,11 @@ int runRegisteredTestClasses(int argc, char** argv) {
     return failures == 0 ? 0 : 1;
 }
 
-void isolateFromUserFolders(const TempDir& home) {
+void useTemporaryUserFolders(const TempDir& home) {
     for (const char* variable : {"HOME", "XDG_CONFIG_HOME", "XDG_DATA_HOME", "XDG_CACHE_HOME"})
         setenv(variable, (home / variable).c_str(), 1);
     setenv("QT_QPA_PLATFORM", "offscreen", 0);
-    QString settingsDir = QString::fromStdString(home / "settings");
+    const QString settingsDir = QString::fromStdString(home / "settings");
     QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope, settingsDir);
     QSettings::setPath(QSettings::IniFormat, QSettings::UserScope, settingsDir);
 }

@@ -49,12 +49,12 @@ void clearSettings();
 
 // Each test class registers itself; main runs them all in one application.
 std::vector<std::function<int(int, char**)>>& registeredTestClasses();
+// Runs every registered class; gives the process's exit code.
 int runRegisteredTestClasses(int argc, char** argv);
 
-// Points HOME, the XDG folders and the settings below `home` and selects the offscreen
-// platform unless another is set, so that no test reaches the user's own files. Call
-// before the application object exists.
-void isolateFromUserFolders(const TempDir& home);
+// Points HOME, the XDG folders and the settings below `home`, so that no test reaches
+// the user's own. Call before the application object exists.
+void useTemporaryUserFolders(const TempDir& home);
 
 }  // namespace vantrel::testing
 

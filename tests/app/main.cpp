@@ -6,7 +6,7 @@
 
 int main(int argc, char** argv) {
     vantrel::testing::TempDir home;
-    vantrel::testing::isolateFromUserFolders(home);
+    vantrel::testing::useTemporaryUserFolders(home);
     QGuiApplication app(argc, argv);
     return vantrel::testing::runRegisteredTestClasses(argc, argv);
 }

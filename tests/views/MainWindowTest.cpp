@@ -13,6 +13,8 @@
 #include <memory>
 
 #include "AppTestSupport.h"
+#include "canvas/CanvasPalette.h"
+#include "canvas/ImpactGraphView.h"
 #include "state/Preferences.h"
 #include "views/Appearance.h"
 #include "views/DropOverlayView.h"
@@ -249,6 +251,8 @@ private slots:
     }
 
 private:
+    static bool isDark(const QPalette& palette) { return CanvasPalette(palette).isDark(); }
+
     // The panel's centre on the graph's centre (within a point of rounding).
     bool centredOverTheGraph(const QWidget* panel) const {
         const QPoint graph = window_->graphView()->mapTo(window_.get(), window_->graphView()->rect().center());

@@ -12,7 +12,7 @@
 
 #include "AppTestSupport.h"
 #include "model/IRJson.h"
-#include "views/Appearance.h"
+#include "canvas/CanvasPalette.h"
 #include "views/DiagnosticsGroup.h"
 #include "views/SegmentedPicker.h"
 #include "views/SidebarView.h"
@@ -70,9 +70,10 @@ private slots:
                                        "py/pkg/totals.py:compute_total:function",
                                        "src/app/View.tsx:summarize:function"}));
         const QPalette& palette = sidebar_->palette();
-        QCOMPARE(sidebar_->rowColor(kValues), namedColor(NamedColor::red, palette));
-        QCOMPARE(sidebar_->rowColor("py/pkg/totals.py:compute_total:function"), namedColor(NamedColor::orange, palette));
-        QCOMPARE(sidebar_->rowColor("py/pkg/report.py:report:function"), namedColor(NamedColor::yellow, palette));
+        const CanvasPalette named(palette);
+        QCOMPARE(sidebar_->rowColor(kValues), named.color(NamedColor::red));
+        QCOMPARE(sidebar_->rowColor("py/pkg/totals.py:compute_total:function"), named.color(NamedColor::orange));
+        QCOMPARE(sidebar_->rowColor("py/pkg/report.py:report:function"), named.color(NamedColor::yellow));
         // Level 3 has no colour of its own in the list.
         QCOMPARE(sidebar_->rowColor("src/app/View.tsx:View:component"), palette.color(QPalette::Text));
 

@@ -1,0 +1,45 @@
+// Where each symbol stands on the canvas, in view points before pan and zoom.
+#pragma once
+
+#include <QPointF>
+#include <QSizeF>
+#include <map>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "impact/BlastRadius.h"
+#include "layout/GraphLayout.h"
+#include "model/ProjectIR.h"
+
+namespace vantrel {
+
+// Symbol id (or, around a selection, any id of its rings) to its place.
+using NodePlaces = std::map<std::string, QPointF>;
+
+// What the rings around a selection are made of.
+struct SelectionFocus {
+    std::string selectedId;
+    const ImpactLevels& impactLevels;
+    const IdSet& downstreamContext;
+};
+
+// The radii of the rings for a view whose shorter side is `shorterSide`.
+struct RingRadii {
+    double level1 = 0;
+    double level2 = 0;
+    double level3 = 0;
+    double downstream = 0;
+    double outer = 0;
+};
+RingRadii ringRadii(double shorterSide);
+
+// Without a focus, the store's base layout (units of the shorter side around the
+// origin) scaled around `center`. With one, the selection at `center`, levels 1 to 3
+// and the downstream context on rings of their own, and every other symbol on the
+// outer ring; each ring's list in ascending id order, and an id keeps the first place
+// it was given (the selection first, then the rings in that order).
+NodePlaces layoutPositions(const ProjectIR& ir, const NodePositions& basePositions, QPointF center, QSizeF size,
+                           const std::optional<SelectionFocus>& focus);
+
+}  // namespace vantrel

@@ -1,0 +1,277 @@
+#include "canvas/GraphPainter.h"
+
+#include <QFontMetricsF>
+#include <QPainterPath>
+#include <QPen>
+#include <algorithm>
+#include <cmath>
+
+#include "canvas/CanvasShapes.h"
+#include "canvas/EdgeMask.h"
+
+namespace vantrel {
+
+namespace {
+
+constexpr double kPulseGrowth = 8.0;
+constexpr double kSelectedGlowRadius = 14.0;
+constexpr double kHoverGlowRadius = 10.0;
+
+QRectF curveBounds(QPointF p, QPointF c, QPointF q) {
+    const double left = std::min({p.x(), c.x(), q.x()}), right = std::max({p.x(), c.x(), q.x()});
+    const double top = std::min({p.y(), c.y(), q.y()}), bottom = std::max({p.y(), c.y(), q.y()});
+    return QRectF(left, top, right - left, bottom - top);
+}
+
+}  // namespace
+
+double GraphFrame::scaleOf(std::size_t symbol) const {
+    for (const auto& [s, scale] : scaled)
+        if (s == symbol) return scale;
+    return 1.0;
+}
+
+NodeBox nodeBox(const GraphFrame& frame, std::size_t symbol, double captionLineHeight) {
+    const GraphScene& scene = *frame.scene;
+    const bool selected = scene.selectedPoint() == symbol;
+    NodeBox box;
+    box.size = 2 * nodeRadius(selected, frame.nodeSizeFactor) + (selected ? kPulseGrowth * frame.selectionPulse : 0);
+    box.labelInside = selected || box.size >= 54;
+    box.labelBelow = !selected && box.size >= 38 && box.size < 54;
+    box.scale = frame.scaleOf(symbol);
+    const QPointF s = frame.transform.toScreen((*frame.nodePlaces)[symbol]);
+    const double below = box.labelBelow ? 4 + captionLineHeight : 0;
+    const QPointF squareCenter = s + QPointF(0, -below / 2) * box.scale;
+    const double side = box.size * box.scale;
+    box.square = QRectF(squareCenter.x() - side / 2, squareCenter.y() - side / 2, side, side);
+    return box;
+}
+
+GraphPainter::GraphPainter() { invalidate(); }
+
+void GraphPainter::invalidate() {
+    sprites_.clear();
+    caption_ = CanvasFonts::caption();
+    captionBold_ = caption_;
+    captionBold_.setWeight(QFont::DemiBold);
+    caption2_ = CanvasFonts::caption2();
+    nodeLabel_ = CanvasFonts::nodeLabel();
+    captionLineHeight_ = QFontMetricsF(caption2_).height();
+    labelsFor_ = nullptr;
+    labels_.clear();
+    edgeLayerKey_.reset();
+}
+
+void GraphPainter::paint(QPainter& painter, const GraphFrame& frame, const CanvasPalette& palette) {
+    if (spritePalette_ != palette) {
+        sprites_.clear();
+        edgeLayerKey_.reset();
+        spritePalette_ = palette;
+    }
+    painter.fillRect(QRectF(QPointF(0, 0), frame.viewSize), palette.windowBackground());
+    if (!frame.scene || frame.scene->isEmpty()) return;
+    painter.setRenderHint(QPainter::Antialiasing);
+    paintEdges(painter, frame, palette);
+    paintNodes(painter, frame, palette);
+    if (frame.tooltip) paintTooltip(painter, *frame.tooltip, frame.viewSize);
+}
+
+void GraphPainter::paintEdges(QPainter& painter, const GraphFrame& frame, const CanvasPalette& palette) {
+    const GraphScene& scene = *frame.scene;
+    const auto& styles = scene.edgeStyles();
+    const double dpr = painter.device()->devicePixelRatioF();
+    const EdgeLayerKey key{scene.serial(), frame.transform.pan, frame.transform.zoom, frame.viewSize, dpr};
+    if (edgeLayerKey_ == key) {
+        painter.drawImage(QPointF(0, 0), edgeLayer_);
+        return;
+    }
+    edgeLayerKey_ = key;
+    const QSize pixels(static_cast<int>(std::ceil(frame.viewSize.width() * dpr)),
+                       static_cast<int>(std::ceil(frame.viewSize.height() * dpr)));
+    if (edgeLayer_.size() != pixels) {
+        edgeLayer_ = QImage(pixels, QImage::Format_ARGB32_Premultiplied);
+        edgeHues_.clear();
+        edgeMasks_.clear();
+    }
+    edgeLayer_.setDevicePixelRatio(1.0);
+    edgeLayer_.fill(Qt::transparent);
+
+    // One mask per hue; every style of a hue adds to it with its own alpha. Strokes of
+    // different hues may be laid in any order: the plain ones go first, so that the
+    // coloured ones stand out.
+    for (const EdgeStyle& style : styles) {
+        if (std::find(edgeHues_.begin(), edgeHues_.end(), style.color.name) != edgeHues_.end()) continue;
+        const auto rank = [](NamedColor hue) { return hue == NamedColor::secondary ? -1 : static_cast<int>(hue); };
+        auto at = std::find_if(edgeHues_.begin(), edgeHues_.end(),
+                               [&](NamedColor hue) { return rank(hue) > rank(style.color.name); });
+        edgeMasks_.emplace(edgeMasks_.begin() + (at - edgeHues_.begin()), pixels);
+        edgeHues_.insert(at, style.color.name);
+    }
+    std::vector<std::size_t> maskOf;
+    std::vector<double> alphas;
+    std::vector<QColor> arrowColors;
+    for (const EdgeStyle& style : styles) {
+        maskOf.push_back(static_cast<std::size_t>(std::find(edgeHues_.begin(), edgeHues_.end(), style.color.name) -
+                                                  edgeHues_.begin()));
+        alphas.push_back(palette.color(style.color, style.opacity).alphaF());
+        arrowColors.push_back(palette.color(style.color, std::min(style.opacity + 0.15, 1.0)));
+    }
+
+    struct Arrow {
+        QPointF tip, from;
+        std::uint8_t style;
+    };
+    std::vector<Arrow> arrows;
+    const QRectF view(QPointF(0, 0), frame.viewSize);
+    const auto& edges = scene.topology().edges();
+    for (std::size_t e = 0; e < edges.size(); ++e) {
+        const std::uint8_t index = scene.edgeStyleIndex(e);
+        if (index == GraphScene::kNoEdge) continue;
+        const EdgeStyle& style = styles[index];
+        const QPointF p = frame.transform.toScreen(scene.place(edges[e].from));
+        const QPointF q = frame.transform.toScreen(scene.place(edges[e].to));
+        const QPointF c = edgeControlPoint(p, q, edges[e].bend);
+        const double reach = style.lineWidth + (style.showArrow ? style.arrowSize : 0);
+        if (!curveBounds(p, c, q).adjusted(-reach, -reach, reach, reach).intersects(view)) continue;
+        edgeMasks_[maskOf[index]].strokeQuad(p * dpr, c * dpr, q * dpr, style.lineWidth * dpr, alphas[index]);
+        if (style.showArrow) arrows.push_back({q, c, index});
+    }
+
+    for (std::size_t h = 0; h < edgeHues_.size(); ++h)
+        edgeMasks_[h].paintOnto(edgeLayer_, palette.color(edgeHues_[h]).rgb());
+
+    if (!arrows.empty()) {
+        QPainter layer(&edgeLayer_);
+        layer.setRenderHint(QPainter::Antialiasing);
+        layer.scale(dpr, dpr);
+        for (const Arrow& arrow : arrows)
+            layer.fillPath(arrowHeadPath(arrow.tip, arrow.from, styles[arrow.style].arrowSize),
+                           arrowColors[arrow.style]);
+    }
+    edgeLayer_.setDevicePixelRatio(dpr);
+    painter.drawImage(QPointF(0, 0), edgeLayer_);
+}
+
+void GraphPainter::paintNodes(QPainter& painter, const GraphFrame& frame, const CanvasPalette& palette) {
+    const GraphScene& scene = *frame.scene;
+    const GraphTopology& graph = scene.topology();
+    const QRectF view(QPointF(0, 0), frame.viewSize);
+    // Glows and names below reach past the square; a node further out is not seen.
+    const double glowReach = kSelectedGlowRadius * 1.5 + 8;
+    for (std::size_t symbol = 0; symbol < graph.symbolCount(); ++symbol) {
+        if (!scene.hasPlace(symbol)) continue;
+        const NodeBox box = nodeBox(frame, symbol, captionLineHeight_);
+        const double below = box.labelBelow ? 4 + captionLineHeight_ : 0;
+        const double sideways = box.labelBelow ? std::max(0.0, std::min(box.size * 3, 140.0) - box.size) / 2 : 0;
+        if (!box.square.adjusted(-glowReach - sideways, -glowReach, glowReach + sideways, glowReach + below)
+                 .intersects(view))
+            continue;
+        const bool hovered = frame.hovered == symbol;
+        const bool hit = frame.searchHits && (*frame.searchHits)[symbol];
+        const NodeStyle style = nodeStyle(scene.role(symbol), scene.hasSelection(), hit, hovered);
+        paintNode(painter, frame, palette, symbol, box, style);
+    }
+}
+
+void GraphPainter::paintNode(QPainter& painter, const GraphFrame& frame, const CanvasPalette& palette,
+                             std::size_t symbol, const NodeBox& box, const NodeStyle& style) {
+    const GraphScene& scene = *frame.scene;
+    const bool selected = scene.selectedPoint() == symbol;
+    const bool hovered = frame.hovered == symbol;
+    const SymbolKind kind = scene.topology().kind(symbol);
+    const bool plain = !selected && !hovered && box.scale == 1.0;
+    if (plain) sprites_.draw(painter, kind, style, box.square, palette);
+    if (plain && !box.labelInside && !box.labelBelow) return;
+
+    // In the node's own frame: the square's centre at the origin, before the hover scale,
+    // which acts on everything in the node's column.
+    painter.save();
+    painter.translate(box.square.center());
+    painter.scale(box.scale, box.scale);
+    const QRectF square(-box.size / 2, -box.size / 2, box.size, box.size);
+    if (!plain) {
+        // The few nodes that glow, swell or grow are drawn in full.
+        if (selected)
+            drawNodeGlow(painter, kind, style, square, palette, palette.color(named(NamedColor::red, 0.35)),
+                         kSelectedGlowRadius);
+        if (hovered)
+            drawNodeGlow(painter, kind, style, square, palette, palette.color(named(NamedColor::white, 0.18)),
+                         kHoverGlowRadius);
+        drawNodeShape(painter, kind, style, square, palette);
+    }
+    if (box.labelInside) {
+        painter.setFont(nodeLabel_);
+        painter.setPen(palette.color(NamedColor::white));
+        const double width = std::max(box.size - 10, 28.0);
+        const QString text =
+            QFontMetricsF(nodeLabel_).elidedText(scene.topology().shortName(symbol), Qt::ElideMiddle, width);
+        painter.drawText(QRectF(-width / 2, -box.size / 2, width, box.size), Qt::AlignCenter, text);
+    }
+    if (box.labelBelow) {
+        const QStaticText& label = labelBelow(scene, symbol, std::min(box.size * 3, 140.0));
+        painter.setFont(caption2_);
+        painter.setPen(palette.color(NamedColor::secondary));
+        painter.drawStaticText(QPointF(-label.size().width() / 2, box.size / 2 + 4), label);
+    }
+    painter.restore();
+}
+
+const QStaticText& GraphPainter::labelBelow(const GraphScene& scene, std::size_t symbol, double width) {
+    const GraphTopology* graph = &scene.topology();
+    if (labelsFor_ != graph || labelWidth_ != width) {
+        labelsFor_ = graph;
+        labelWidth_ = width;
+        labels_.assign(graph->symbolCount(), std::nullopt);
+    }
+    if (!labels_[symbol]) {
+        QStaticText text(QFontMetricsF(caption2_).elidedText(graph->shortName(symbol), Qt::ElideMiddle, width));
+        text.setTextFormat(Qt::PlainText);
+        text.prepare(QTransform(), caption2_);
+        labels_[symbol] = std::move(text);
+    }
+    return *labels_[symbol];
+}
+
+void GraphPainter::paintTooltip(QPainter& painter, const TooltipFrame& tooltip, QSizeF viewSize) const {
+    constexpr double kPadX = 10, kPadY = 8, kSpacing = 4, kArrowWidth = 16, kArrowHeight = 8;
+    constexpr double kMaxWidth = 280 - 2 * kPadX;
+    const QFontMetricsF titleMetrics(captionBold_), smallMetrics(caption2_);
+    const QString title = titleMetrics.elidedText(tooltip.text.title, Qt::ElideMiddle, kMaxWidth);
+    const double contentWidth = std::max({titleMetrics.horizontalAdvance(title),
+                                          smallMetrics.horizontalAdvance(tooltip.text.kind),
+                                          smallMetrics.horizontalAdvance(tooltip.text.filePath)});
+    const double contentHeight = titleMetrics.height() + 2 * (kSpacing + smallMetrics.height());
+    const QSizeF box(contentWidth + 2 * kPadX, contentHeight + 2 * kPadY);
+    const double totalHeight = box.height() + kArrowHeight - 1;
+
+    const QPointF center = tooltipCenter(tooltip.node, tooltip.radius, viewSize);
+    const QRectF boxRect(center.x() - box.width() / 2, center.y() - totalHeight / 2, box.width(), box.height());
+    painter.save();
+    painter.setOpacity(tooltip.opacity);
+    const QColor backing(0, 0, 0, static_cast<int>(std::lround(0.78 * 255)));
+    QPainterPath shape = continuousRoundedRect(boxRect, 10);
+    QPainterPath arrow;  // pointing down at the node
+    const double arrowTop = boxRect.bottom() - 1;
+    arrow.moveTo(center.x(), arrowTop + kArrowHeight);
+    arrow.lineTo(center.x() + kArrowWidth / 2, arrowTop);
+    arrow.lineTo(center.x() - kArrowWidth / 2, arrowTop);
+    arrow.closeSubpath();
+    painter.fillPath(shape.united(arrow), backing);
+
+    double y = boxRect.top() + kPadY;
+    const double x = boxRect.left() + kPadX;
+    auto line = [&](const QFont& font, const QFontMetricsF& metrics, const QString& text, double alpha) {
+        QColor color(Qt::white);
+        color.setAlphaF(static_cast<float>(alpha));
+        painter.setFont(font);
+        painter.setPen(color);
+        painter.drawText(QPointF(x, y + metrics.ascent()), text);
+        y += metrics.height() + kSpacing;
+    };
+    line(captionBold_, titleMetrics, title, 1.0);
+    line(caption2_, smallMetrics, tooltip.text.kind, 0.8);
+    line(caption2_, smallMetrics, tooltip.text.filePath, 0.75);
+    painter.restore();
+}
+
+}  // namespace vantrel

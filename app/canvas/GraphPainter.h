@@ -1,0 +1,109 @@
+// Paints one frame of the graph: edges with their arrow heads, then the nodes in
+// ascending id order, then the hover tooltip. Shapes wholly outside the view are
+// skipped; everything else is drawn in full.
+#pragma once
+
+#include <QFont>
+#include <QPainter>
+#include <QPointF>
+#include <QRectF>
+#include <QSizeF>
+#include <QStaticText>
+#include <optional>
+#include <utility>
+#include <vector>
+
+#include "canvas/CanvasPalette.h"
+#include "canvas/CanvasTooltip.h"
+#include "canvas/EdgeMask.h"
+#include "canvas/GraphScene.h"
+#include "canvas/NodeDrawing.h"
+
+namespace vantrel {
+
+// screen = (place + pan - center) * zoom + center, on both axes.
+struct ViewTransform {
+    QPointF pan;
+    double zoom = 1.0;
+    QPointF center;
+    QPointF toScreen(QPointF place) const { return (place + pan - center) * zoom + center; }
+};
+
+struct TooltipFrame {
+    TooltipText text;
+    QPointF node;         // the node's screen point
+    double radius = 18;   // its radius, without pulse or hover scale
+    double opacity = 1.0;
+};
+
+// The presentation state of one frame.
+struct GraphFrame {
+    const GraphScene* scene = nullptr;
+    ViewTransform transform;
+    QSizeF viewSize;
+    const std::vector<QPointF>* nodePlaces = nullptr;  // per point, where nodes stand now
+    double selectionPulse = 0;                          // 1 falling to 0
+    std::optional<std::size_t> hovered;                 // a symbol
+    std::vector<std::pair<std::size_t, double>> scaled;  // symbols whose hover scale is not 1
+    const std::vector<std::uint8_t>* searchHits = nullptr;  // per symbol; none: no search
+    double nodeSizeFactor = 1.0;  // of the `graphNodeSize` preference
+    std::optional<TooltipFrame> tooltip;
+
+    double scaleOf(std::size_t symbol) const;
+};
+
+// Where a node's square stands on screen and what it shows.
+struct NodeBox {
+    QRectF square;  // hover scale included
+    double size = 0;  // before the hover scale
+    double scale = 1.0;
+    bool labelInside = false;
+    bool labelBelow = false;
+};
+
+// The node's column (the square and, for mid-sized unselected nodes, the name under
+// it) is centred on its screen point and scaled about it.
+NodeBox nodeBox(const GraphFrame& frame, std::size_t symbol, double captionLineHeight);
+
+class GraphPainter {
+public:
+    GraphPainter();
+    void paint(QPainter& painter, const GraphFrame& frame, const CanvasPalette& palette);
+    // Fonts or colours changed.
+    void invalidate();
+    // Lays the edges anew at the next frame even if nothing they depend on changed.
+    void forgetEdges() { edgeLayerKey_.reset(); }
+    double captionLineHeight() const { return captionLineHeight_; }
+
+private:
+    void paintEdges(QPainter& painter, const GraphFrame& frame, const CanvasPalette& palette);
+    void paintNodes(QPainter& painter, const GraphFrame& frame, const CanvasPalette& palette);
+    void paintNode(QPainter& painter, const GraphFrame& frame, const CanvasPalette& palette, std::size_t symbol,
+                   const NodeBox& box, const NodeStyle& style);
+    void paintTooltip(QPainter& painter, const TooltipFrame& tooltip, QSizeF viewSize) const;
+    const QStaticText& labelBelow(const GraphScene& scene, std::size_t symbol, double width);
+
+    NodeSpriteCache sprites_;
+    std::optional<CanvasPalette> spritePalette_;  // the colours the sprites were drawn in
+    QImage edgeLayer_;                   // the edges over a transparent ground
+    // What the edge layer was drawn for: while it holds, a frame that only animates
+    // nodes, hover or the tooltip reuses the layer.
+    struct EdgeLayerKey {
+        std::uint64_t scene = 0;
+        QPointF pan;
+        double zoom = 0;
+        QSizeF viewSize;
+        double dpr = 0;
+        bool operator==(const EdgeLayerKey&) const = default;
+    };
+    std::optional<EdgeLayerKey> edgeLayerKey_;
+    std::vector<NamedColor> edgeHues_;   // in the order their masks are painted
+    std::vector<EdgeMask> edgeMasks_;    // one per hue
+    QFont caption_, captionBold_, caption2_, nodeLabel_;
+    double captionLineHeight_ = 0;
+    const GraphTopology* labelsFor_ = nullptr;
+    double labelWidth_ = 0;
+    std::vector<std::optional<QStaticText>> labels_;
+};
+
+}  // namespace vantrel

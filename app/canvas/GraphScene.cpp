@@ -1,0 +1,104 @@
+#include "canvas/GraphScene.h"
+
+#include <algorithm>
+
+#include "canvas/CanvasLayout.h"
+#include "canvas/CanvasShapes.h"
+
+namespace vantrel {
+
+GraphTopology::GraphTopology(const ProjectIR& ir) {
+    ids_.reserve(ir.symbols.size());
+    kinds_.reserve(ir.symbols.size());
+    shortNames_.reserve(ir.symbols.size());
+    for (const auto& [id, symbol] : ir.symbols) {
+        ids_.push_back(id);
+        kinds_.push_back(symbol.kind);
+        shortNames_.push_back(QString::fromStdString(symbol.shortName()));
+    }
+    IdSet external;
+    for (const auto& entry : ir.symbols)
+        for (const std::string& callee : entry.second.refsOut)
+            if (!ir.symbols.count(callee)) external.insert(callee);
+    ids_.insert(ids_.end(), external.begin(), external.end());
+
+    index_.reserve(ids_.size());
+    for (std::size_t i = 0; i < ids_.size(); ++i) index_.emplace(ids_[i], static_cast<std::uint32_t>(i));
+    std::vector<std::size_t> hashes(ids_.size());
+    for (std::size_t i = 0; i < ids_.size(); ++i) hashes[i] = edgeHash(ids_[i]);
+
+    std::uint32_t from = 0;
+    for (const auto& entry : ir.symbols) {
+        for (const std::string& callee : entry.second.refsOut) {
+            const std::uint32_t to = index_.at(callee);
+            edges_.push_back({from, to, static_cast<float>(edgeBend(hashes[from], hashes[to]))});
+        }
+        ++from;
+    }
+}
+
+std::optional<std::size_t> GraphTopology::indexOf(std::string_view id) const {
+    auto it = index_.find(id);
+    if (it == index_.end()) return std::nullopt;
+    return it->second;
+}
+
+GraphScene::GraphScene(std::shared_ptr<const GraphTopology> topology, const SceneInputs& in)
+    : topology_(std::move(topology)) {
+    static std::uint64_t built = 0;
+    serial_ = ++built;
+    if (!topology_ || !in.ir || in.basePositions.empty()) return;
+    const GraphTopology& graph = *topology_;
+    const std::size_t points = graph.pointCount();
+
+    hasSelection_ = in.selectedId.has_value();
+    std::optional<SelectionFocus> focus;
+    if (in.selectedId) focus.emplace(SelectionFocus{*in.selectedId, in.impactLevels, in.downstreamContext});
+    const QPointF center(in.viewSize.width() / 2, in.viewSize.height() / 2);
+    const NodePlaces placed = layoutPositions(*in.ir, in.basePositions, center, in.viewSize, focus);
+    places_.assign(points, QPointF());
+    hasPlace_.assign(points, 0);
+    for (const auto& [id, at] : placed) {
+        if (auto point = graph.indexOf(id)) {
+            places_[*point] = at;
+            hasPlace_[*point] = 1;
+            ++placeCount_;
+        }
+    }
+
+    levels_.assign(points, 0);
+    downstream_.assign(points, 0);
+    if (in.selectedId) selectedPoint_ = graph.indexOf(*in.selectedId);
+    for (const auto& [level, ids] : in.impactLevels)
+        for (const std::string& id : ids)
+            if (auto point = graph.indexOf(id)) levels_[*point] = level;
+    for (const std::string& id : in.downstreamContext)
+        if (auto point = graph.indexOf(id)) downstream_[*point] = 1;
+
+    std::vector<std::uint8_t> collapsed(graph.symbolCount(), 0);
+    for (const std::string& id : in.collapsedNodes)
+        if (auto point = graph.indexOf(id); point && *point < graph.symbolCount()) collapsed[*point] = 1;
+
+    const auto& edges = graph.edges();
+    edgeStyleIndex_.assign(edges.size(), kNoEdge);
+    const bool diffEdges = in.diffModeEnabled && !in.diffAddedEdges.empty();
+    for (std::size_t e = 0; e < edges.size(); ++e) {
+        const GraphTopology::Edge& edge = edges[e];
+        if (collapsed[edge.from] || !hasPlace_[edge.from] || !hasPlace_[edge.to]) continue;
+        const bool added = diffEdges && in.diffAddedEdges.count({graph.id(edge.from), graph.id(edge.to)}) > 0;
+        const EdgeStyle style = edgeStyle(role(edge.from), role(edge.to), added, in.edgeOpacity);
+        auto known = std::find(edgeStyles_.begin(), edgeStyles_.end(), style);
+        if (known == edgeStyles_.end()) known = edgeStyles_.insert(edgeStyles_.end(), style);
+        edgeStyleIndex_[e] = static_cast<std::uint8_t>(known - edgeStyles_.begin());
+    }
+}
+
+NodeRole GraphScene::role(std::size_t point) const {
+    NodeRole role;
+    role.selected = selectedPoint_ == point;
+    if (levels_[point] != 0) role.level = levels_[point];
+    role.downstream = downstream_[point] != 0;
+    return role;
+}
+
+}  // namespace vantrel

@@ -1,0 +1,154 @@
+// The graph canvas: the whole project as nodes and curved edges, reorganised around the
+// selected symbol (callers on rings by level, callees on a ring of their own, the rest
+// outside). It reads everything from the store and changes the project only through
+// the store's operations; pan, zoom, hover and the search text are its own.
+//
+// Mouse: a drag of 10 points or more pans, a click on a node selects it, hovering shows
+// a tooltip; a touchpad pinch or Ctrl+wheel zooms (0.3 to 3.0, about the centre).
+// Keys: Up/Down to the first caller/callee, Left/Right through the selection's level,
+// Tab through levels 1 to 3, Space collapses the selection, Return resets pan and zoom,
+// Escape closes the search or clears the selection, Ctrl+F opens the search.
+#pragma once
+
+#include <QElapsedTimer>
+#include <QPointF>
+#include <QTimer>
+#include <QWidget>
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "canvas/CanvasMotion.h"
+#include "canvas/GraphPainter.h"
+#include "canvas/GraphScene.h"
+#include "canvas/GraphWalks.h"
+#include "canvas/NodePicker.h"
+
+class QAction;
+class QNativeGestureEvent;
+
+namespace vantrel {
+
+class LegendPanel;
+class ProjectStore;
+
+class ImpactGraphView : public QWidget {
+    Q_OBJECT
+
+public:
+    explicit ImpactGraphView(ProjectStore& store, QWidget* parent = nullptr);
+    ~ImpactGraphView() override;
+
+    // Ctrl+F, active anywhere in the canvas's window: opens the search. The window may put
+    // this action in a menu; it should not bind Ctrl+F to anything else.
+    QAction* findAction() const { return findAction_; }
+
+    QPointF pan() const { return pan_; }
+    double zoom() const { return zoom_; }
+    std::optional<std::string> hoveredId() const { return hoveredId_; }
+    // The id of the topmost node whose square holds `point` (widget coordinates).
+    std::optional<std::string> nodeAt(QPointF point);
+
+public slots:
+    // Shows the search field in the legend and gives it the focus.
+    void openSearch();
+    // Springs pan and zoom back to where they started.
+    void resetView();
+    // Reads the edge opacity and node size preferences again. Done whenever the canvas's
+    // window is activated; a settings window that changes them live calls it too.
+    void refreshPreferences();
+
+protected:
+    bool event(QEvent* event) override;
+    void paintEvent(QPaintEvent* event) override;
+    void resizeEvent(QResizeEvent* event) override;
+    void showEvent(QShowEvent* event) override;
+    void changeEvent(QEvent* event) override;
+    void keyPressEvent(QKeyEvent* event) override;
+    void mousePressEvent(QMouseEvent* event) override;
+    void mouseMoveEvent(QMouseEvent* event) override;
+    void mouseReleaseEvent(QMouseEvent* event) override;
+    void leaveEvent(QEvent* event) override;
+    void wheelEvent(QWheelEvent* event) override;
+
+private:
+    // Store and scene.
+    void connectStore();
+    void sceneChanged();
+    void selectionChanged();
+    void ensureScene();
+    void rebuildScene();
+    const std::vector<QPointF>& nodePlacesNow();
+    GraphFrame frameNow();
+
+    // Interaction.
+    void handleKey(QKeyEvent* event);
+    void selectParent();
+    void selectChild();
+    void cycleSibling(int delta);
+    void cycleBlastRadiusLevel();
+    void selectFirstMatch();
+    void closeSearch();
+    void updateSearchHits();
+    void setHovered(const std::optional<std::string>& id);
+    bool pinch(QNativeGestureEvent* gesture);
+    void applyZoom(double magnification);
+    void stopViewReset();
+    std::optional<std::size_t> symbolAt(QPointF point);
+
+    // Animation.
+    double now() const;
+    void animate();
+    bool isAnimating() const;
+
+    ProjectStore& store_;
+    LegendPanel* legend_;
+    QAction* findAction_;
+    GraphPainter painter_;
+
+    std::shared_ptr<const GraphTopology> topology_;
+    GraphScene scene_;
+    bool topologyDirty_ = true;
+    bool sceneDirty_ = true;
+    std::optional<std::string> shownSelection_;  // the selection the pulse last started for
+
+    // Presentation state.
+    QPointF pan_, panAnchor_;
+    double zoom_ = 1.0, zoomAnchor_ = 1.0;
+    std::optional<std::string> hoveredId_;
+    SiblingCursor sibling_;
+    double edgeOpacity_ = 0.55;
+    QString nodeSize_;
+    std::vector<std::uint8_t> searchHits_;  // per symbol; empty while nothing is searched
+
+    // Animations, on the clock_'s seconds.
+    QElapsedTimer clock_;
+    QTimer frameTimer_;
+    Tween pulse_;
+    std::map<std::string, Tween> hoverScales_;
+    std::optional<std::string> tooltipId_;
+    Tween tooltipOpacity_;
+    std::vector<QPointF> glideOffset_, glideVelocity_, displayPlaces_;
+    double glideStart_ = 0, glideEnd_ = 0;
+    bool gliding_ = false;
+    struct ViewReset {
+        QPointF panFrom;
+        double zoomFrom = 1.0;
+        double start = 0, end = 0;
+    };
+    std::optional<ViewReset> viewReset_;
+
+    // Pointer.
+    NodePicker picker_;
+    bool pickerDirty_ = true;  // places, pan, zoom or sizes moved since it was built
+    QPointF pressPos_;
+    std::optional<std::size_t> pressedNode_;
+    bool pressed_ = false, dragging_ = false;
+    bool pinching_ = false;
+    double pinchMagnification_ = 1.0;
+    bool tookFocusOnce_ = false;
+};
+
+}  // namespace vantrel
