@@ -16,6 +16,7 @@ constexpr int kMaxWidth = 420;
 }  // namespace
 
 FailurePanel::FailurePanel(QWidget* parent) : MaterialFrame(Material::regular, 12, parent) {
+    setBorder(Border{QPalette::Text, 0.1, 1, false});
     auto* column = new QVBoxLayout(this);
     column->setContentsMargins(kPadding, kPadding, kPadding, kPadding);
     column->setSpacing(kSpacing);

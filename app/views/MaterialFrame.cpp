@@ -3,6 +3,7 @@
 #include <QPainter>
 #include <QPainterPath>
 
+#include "canvas/CanvasPalette.h"
 #include "views/Appearance.h"
 
 namespace vantrel {
@@ -42,8 +43,13 @@ void MaterialFrame::paintEvent(QPaintEvent*) {
     painter.setRenderHint(QPainter::Antialiasing);
     QPainterPath outline;
     outline.addRoundedRect(QRectF(rect()), cornerRadius_, cornerRadius_);
-    // A thin material sits on other panels; it darkens or lightens them a little.
-    QColor fill = palette().color(material_ == Material::thin ? QPalette::Text : QPalette::Window);
+    // A thin material sits on other panels and tints them a little; the others are the
+    // canvas legend's material, a shade lighter than the window so they stand out on it.
+    QColor fill = palette().color(QPalette::Text);
+    if (material_ != Material::thin) {
+        fill = CanvasPalette(palette()).material();
+        fill.setAlphaF(1.0f);
+    }
     painter.fillPath(outline, withOpacity(fill, opacityOf(material_)));
     if (!border_) return;
     QPen pen(withOpacity(palette().color(border_->role), border_->opacity), border_->width);

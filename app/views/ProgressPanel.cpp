@@ -34,6 +34,7 @@ ProgressDisplay progressDisplay(const OptionalScanProgress& progress) {
 }
 
 ProgressPanel::ProgressPanel(QWidget* parent) : MaterialFrame(Material::regular, 12, parent) {
+    setBorder(Border{QPalette::Text, 0.1, 1, false});
     auto* column = new QVBoxLayout(this);
     column->setContentsMargins(kPadding, kPadding, kPadding, kPadding);
     column->setSpacing(kSpacing);
