@@ -25,6 +25,89 @@ std::optional<SyntaxTree> SyntaxTree::parse(const TSLanguage* language, std::u16
     return SyntaxTree(tree);
 }
 
+namespace {
+
+struct Budget {
+    std::uint64_t checksLeft;
+    bool exhausted = false;
+};
+
+// The parser calls this once per 100 of its operations.
+bool onParseProgress(TSParseState* state) {
+    auto* budget = static_cast<Budget*>(state->payload);
+    if (budget->checksLeft == 0) return budget->exhausted = true;
+    --budget->checksLeft;
+    return false;
+}
+
+struct Buffer {
+    const char* bytes;
+    std::uint32_t size;
+};
+
+const char* readBuffer(void* payload, std::uint32_t offset, TSPoint, std::uint32_t* length) {
+    auto* buffer = static_cast<Buffer*>(payload);
+    *length = offset < buffer->size ? buffer->size - offset : 0;
+    return buffer->bytes + (offset < buffer->size ? offset : buffer->size);
+}
+
+}  // namespace
+
+SyntaxTree::Attempt SyntaxTree::parse(const TSLanguage* language, std::u16string_view text,
+                                      std::uint64_t maxOperations) {
+    TSParser* parser = ts_parser_new();
+    if (!ts_parser_set_language(parser, language)) {
+        ts_parser_delete(parser);
+        throw LanguageSetupError("the grammar could not be loaded into the parser");
+    }
+    Buffer buffer{reinterpret_cast<const char*>(text.data()), static_cast<std::uint32_t>(text.size() * 2)};
+    TSInput input{&buffer, readBuffer,
+                  std::endian::native == std::endian::little ? TSInputEncodingUTF16LE : TSInputEncodingUTF16BE,
+                  nullptr};
+    Budget budget{maxOperations / 100};
+    TSTree* tree = ts_parser_parse_with_options(parser, nullptr, input, TSParseOptions{&budget, onParseProgress});
+    ts_parser_delete(parser);  // also drops a parse that was given up
+    Attempt attempt;
+    attempt.overBudget = budget.exhausted;
+    if (tree && !budget.exhausted) attempt.tree = SyntaxTree(tree);
+    else if (tree) ts_tree_delete(tree);
+    return attempt;
+}
+
+std::uint64_t errorSiblingScanSteps(TSNode root, std::uint64_t stopAbove) {
+    std::uint64_t steps = 0;
+    TSTreeCursor cursor = ts_tree_cursor_new(root);
+    TSTreeCursor children = ts_tree_cursor_new(root);
+    // Pre-order over the whole tree with one cursor; the second lists an error node's children.
+    bool more = true;
+    while (more && steps <= stopAbove) {
+        TSNode node = ts_tree_cursor_current_node(&cursor);
+        if (ts_node_is_error(node)) {
+            ts_tree_cursor_reset(&children, node);
+            // Children whose search has not met a named sibling yet: each of them steps
+            // over the next child.
+            std::uint64_t searching = 0;
+            if (ts_tree_cursor_goto_first_child(&children)) {
+                do {
+                    steps += searching;
+                    searching = ts_node_is_named(ts_tree_cursor_current_node(&children)) ? 1 : searching + 1;
+                } while (ts_tree_cursor_goto_next_sibling(&children));
+            }
+        }
+        if (ts_tree_cursor_goto_first_child(&cursor) || ts_tree_cursor_goto_next_sibling(&cursor)) continue;
+        more = false;
+        while (ts_tree_cursor_goto_parent(&cursor)) {
+            if (ts_tree_cursor_goto_next_sibling(&cursor)) {
+                more = true;
+                break;
+            }
+        }
+    }
+    ts_tree_cursor_delete(&children);
+    ts_tree_cursor_delete(&cursor);
+    return steps;
+}
+
 std::string extractNodeText(TSNode node, std::u16string_view source) {
     std::size_t n = source.size();
     std::size_t start = std::min<std::size_t>(ts_node_start_byte(node) / 2, n);

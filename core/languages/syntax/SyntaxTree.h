@@ -27,6 +27,12 @@ public:
     // the parser yields no tree; throws LanguageSetupError when the grammar cannot be set.
     static std::optional<SyntaxTree> parse(const TSLanguage* language, std::u16string_view text);
 
+    struct Attempt;
+    // Like `parse`, but gives up after about `maxOperations` parser operations. The count
+    // is the parser's own and depends only on grammar and text, never on the clock, so the
+    // same file gives up at the same point on every run and machine.
+    static Attempt parse(const TSLanguage* language, std::u16string_view text, std::uint64_t maxOperations);
+
     TSNode root() const { return ts_tree_root_node(tree_.get()); }
 
 private:
@@ -36,6 +42,18 @@ private:
     explicit SyntaxTree(TSTree* tree) : tree_(tree) {}
     std::unique_ptr<TSTree, Deleter> tree_;
 };
+
+struct SyntaxTree::Attempt {
+    std::optional<SyntaxTree> tree;  // nothing when the parser gave none or gave up
+    bool overBudget = false;         // the parser gave up at the operation limit
+};
+
+// Steps the query engine will spend in the error nodes of the tree looking for later
+// named siblings: for each child of an error node, the siblings behind it up to the next
+// named one. Every query pass pays them once per error-node child, so a run of n unnamed
+// tokens (100,000 unclosed brackets, say) costs n*n/2 steps per pass, while what intact
+// syntax produces stays near the node count. Counting stops once it passes `stopAbove`.
+std::uint64_t errorSiblingScanSteps(TSNode root, std::uint64_t stopAbove);
 
 // The node's text: its UTF-16 byte offsets halved, clamped to the text, as UTF-8.
 std::string extractNodeText(TSNode node, std::u16string_view source);
