@@ -188,8 +188,9 @@ ProjectIR projectIRFromJson(const json& value) {
 json parseJsonOrThrow(std::string_view bytes) {
     try {
         return json::parse(bytes.begin(), bytes.end());
-    } catch (const json::parse_error& e) {
-        // nlohmann's text leads with its own error id; keep only the readable part.
+    } catch (const json::exception& e) {
+        // A syntax error, or a number too large for a double (out_of_range). nlohmann's
+        // text leads with its own error id; keep only the readable part.
         std::string what = e.what();
         auto pos = what.find("] ");
         throw DecodeError("not valid JSON: " + (pos == std::string::npos ? what : what.substr(pos + 2)));
