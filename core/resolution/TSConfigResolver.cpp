@@ -117,12 +117,17 @@ std::optional<TSConfigResolver> TSConfigResolver::loadIfPresent(std::string_view
     if (file.empty()) return std::nullopt;  // an unusable tsconfig.json does not fall back to jsconfig.json
 
     auto bytes = readWholeFile(file);
-    if (!bytes || !utf8ToUtf16(*bytes)) return std::nullopt;
-    nlohmann::json document = nlohmann::json::parse(sanitizeJSON5ish(*bytes), nullptr, /*allow_exceptions=*/false);
+    if (!bytes) return std::nullopt;
+    return decode(*bytes, deletingLastPathComponent(file));
+}
+
+std::optional<TSConfigResolver> TSConfigResolver::decode(std::string_view bytes, std::string configDir) {
+    if (!utf8ToUtf16(bytes)) return std::nullopt;
+    nlohmann::json document = nlohmann::json::parse(sanitizeJSON5ish(bytes), nullptr, /*allow_exceptions=*/false);
     if (document.is_discarded() || !document.is_object()) return std::nullopt;
 
     Config config;
-    config.configDir = deletingLastPathComponent(file);
+    config.configDir = std::move(configDir);
     auto options = document.find("compilerOptions");
     if (options != document.end() && options->is_object()) {
         auto baseUrl = options->find("baseUrl");
