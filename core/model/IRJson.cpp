@@ -186,8 +186,14 @@ ProjectIR projectIRFromJson(const json& value) {
 }
 
 json parseJsonOrThrow(std::string_view bytes) {
+    auto limitDepth = [](int depth, json::parse_event_t event, json&) {
+        if (depth >= kMaxJsonDepth &&
+            (event == json::parse_event_t::object_start || event == json::parse_event_t::array_start))
+            throw DecodeError("nested deeper than " + std::to_string(kMaxJsonDepth) + " levels");
+        return true;
+    };
     try {
-        return json::parse(bytes.begin(), bytes.end());
+        return json::parse(bytes.begin(), bytes.end(), limitDepth);
     } catch (const json::exception& e) {
         // A syntax error, or a number too large for a double (out_of_range). nlohmann's
         // text leads with its own error id; keep only the readable part.

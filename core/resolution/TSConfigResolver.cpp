@@ -2,6 +2,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include "model/IRJson.h"
 #include "util/FileIO.h"
 #include "util/Paths.h"
 #include "util/Text.h"
@@ -123,8 +124,13 @@ std::optional<TSConfigResolver> TSConfigResolver::loadIfPresent(std::string_view
 
 std::optional<TSConfigResolver> TSConfigResolver::decode(std::string_view bytes, std::string configDir) {
     if (!utf8ToUtf16(bytes)) return std::nullopt;
-    nlohmann::json document = nlohmann::json::parse(sanitizeJSON5ish(bytes), nullptr, /*allow_exceptions=*/false);
-    if (document.is_discarded() || !document.is_object()) return std::nullopt;
+    nlohmann::json document;
+    try {
+        document = parseJsonOrThrow(sanitizeJSON5ish(bytes));
+    } catch (const DecodeError&) {
+        return std::nullopt;
+    }
+    if (!document.is_object()) return std::nullopt;
 
     Config config;
     config.configDir = std::move(configDir);
