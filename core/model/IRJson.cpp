@@ -185,15 +185,33 @@ ProjectIR projectIRFromJson(const json& value) {
     return ir;
 }
 
+// True when arrays and objects open more than `limit` deep, strings skipped. A look at
+// the bytes before parsing: nlohmann's parser callback, which could count depth too,
+// rescans a container's members at the end of each member object.
+static bool nestsDeeperThan(std::string_view bytes, int limit) {
+    int depth = 0;
+    bool inString = false;
+    for (std::size_t i = 0; i < bytes.size(); ++i) {
+        char c = bytes[i];
+        if (inString) {
+            if (c == '\\') ++i;
+            else if (c == '"') inString = false;
+        } else if (c == '"') {
+            inString = true;
+        } else if (c == '[' || c == '{') {
+            if (++depth > limit) return true;
+        } else if (c == ']' || c == '}') {
+            --depth;
+        }
+    }
+    return false;
+}
+
 json parseJsonOrThrow(std::string_view bytes) {
-    auto limitDepth = [](int depth, json::parse_event_t event, json&) {
-        if (depth >= kMaxJsonDepth &&
-            (event == json::parse_event_t::object_start || event == json::parse_event_t::array_start))
-            throw DecodeError("nested deeper than " + std::to_string(kMaxJsonDepth) + " levels");
-        return true;
-    };
+    if (nestsDeeperThan(bytes, kMaxJsonDepth))
+        throw DecodeError("nested deeper than " + std::to_string(kMaxJsonDepth) + " levels");
     try {
-        return json::parse(bytes.begin(), bytes.end(), limitDepth);
+        return json::parse(bytes.begin(), bytes.end());
     } catch (const json::exception& e) {
         // A syntax error, or a number too large for a double (out_of_range). nlohmann's
         // text leads with its own error id; keep only the readable part.

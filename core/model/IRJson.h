@@ -33,9 +33,9 @@ ProjectIR projectIRFromJson(const nlohmann::json& value);
 // Parses text and decodes it; a syntax error is a DecodeError too.
 ProjectIR decodeProjectIR(std::string_view bytes);
 
-// Strict JSON; any failure is a DecodeError. Arrays and objects nested kMaxJsonDepth deep
-// are refused as soon as they open: no file read here nests beyond a handful of levels,
-// and ten million brackets would otherwise build a document of ten million levels.
+// Strict JSON; any failure is a DecodeError. Arrays and objects nested deeper than
+// kMaxJsonDepth are refused before parsing: no file read here nests beyond a handful of
+// levels, and ten million brackets would otherwise build a document ten million deep.
 constexpr int kMaxJsonDepth = 64;
 nlohmann::json parseJsonOrThrow(std::string_view bytes);
 

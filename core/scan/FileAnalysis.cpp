@@ -12,7 +12,7 @@ FileAnalysisResult analyzeSource(const LanguagePlugin& plugin, const EnumeratedF
                                  const std::string& root, const TSConfigResolver* tsconfig) {
     SyntaxTree::Attempt parsed;
     try {
-        parsed = SyntaxTree::parse(plugin.language(file.ext), text, AnalysisLimits::maxParseOperations);
+        parsed = SyntaxTree::parse(plugin.language(file.ext), text, AnalysisLimits::maxParseAllocation);
     } catch (const LanguageSetupError& e) {
         throw ScanError(ScanError::Kind::languageFailed, file.path, e.what());
     }

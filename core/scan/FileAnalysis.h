@@ -30,9 +30,10 @@ struct FileAnalysisContext {
 struct AnalysisLimits {
     // Larger files are neither decoded nor parsed.
     static constexpr std::size_t maxFileBytes = std::size_t{64} << 20;
-    // About 4 MB of minified code or 10 MB of ordinary code; the tree of such a parse
-    // takes some 400 MB, and an error-riddled parse stops within seconds.
-    static constexpr std::uint64_t maxParseOperations = 10'000'000;
+    // Memory the parser may ask for in all (SyntaxTree::parse): some 5 MB of dense minified
+    // code, 10 MB and more of ordinary code, but only 200 KB of text that is a syntax error
+    // at every token, whose recovery costs ten times more memory and time per byte.
+    static constexpr std::uint64_t maxParseAllocation = std::uint64_t{512} << 20;
     // Query-engine steps in error nodes (errorSiblingScanSteps): about a quarter of a second
     // per file. Intact code stays far below; a run of some 6,000 unclosed brackets does not.
     static constexpr std::uint64_t maxErrorSiblingSteps = std::uint64_t{1} << 24;

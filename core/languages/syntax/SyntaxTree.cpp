@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <bit>
+#include <cstdlib>
 #include <map>
 #include <mutex>
 
@@ -27,17 +28,41 @@ std::optional<SyntaxTree> SyntaxTree::parse(const TSLanguage* language, std::u16
 
 namespace {
 
+// The runtime's allocations go through these hooks; while a budgeted parse runs on a
+// thread, they add what it asks for to that parse's sum. Other threads' parses and all
+// other tree-sitter work are not counted.
+thread_local std::uint64_t* allocationSum = nullptr;
+
+void* countedMalloc(std::size_t size) {
+    if (allocationSum) *allocationSum += size;
+    return std::malloc(size);
+}
+void* countedCalloc(std::size_t count, std::size_t size) {
+    if (allocationSum) *allocationSum += count * size;
+    return std::calloc(count, size);
+}
+void* countedRealloc(void* pointer, std::size_t size) {
+    if (allocationSum) *allocationSum += size;
+    return std::realloc(pointer, size);
+}
+
+// Installed before main, while no other thread can be inside the runtime.
+const bool allocatorInstalled = [] {
+    ts_set_allocator(countedMalloc, countedCalloc, countedRealloc, std::free);
+    return true;
+}();
+
 struct Budget {
-    std::uint64_t checksLeft;
+    std::uint64_t allocated = 0;
+    std::uint64_t limit;
     bool exhausted = false;
 };
 
-// The parser calls this once per 100 of its operations.
+// The parser calls this once per 100 of its operations; true gives up.
 bool onParseProgress(TSParseState* state) {
     auto* budget = static_cast<Budget*>(state->payload);
-    if (budget->checksLeft == 0) return budget->exhausted = true;
-    --budget->checksLeft;
-    return false;
+    if (budget->allocated > budget->limit) budget->exhausted = true;
+    return budget->exhausted;
 }
 
 struct Buffer {
@@ -54,7 +79,8 @@ const char* readBuffer(void* payload, std::uint32_t offset, TSPoint, std::uint32
 }  // namespace
 
 SyntaxTree::Attempt SyntaxTree::parse(const TSLanguage* language, std::u16string_view text,
-                                      std::uint64_t maxOperations) {
+                                      std::uint64_t maxAllocatedBytes) {
+    (void)allocatorInstalled;
     TSParser* parser = ts_parser_new();
     if (!ts_parser_set_language(parser, language)) {
         ts_parser_delete(parser);
@@ -64,8 +90,10 @@ SyntaxTree::Attempt SyntaxTree::parse(const TSLanguage* language, std::u16string
     TSInput input{&buffer, readBuffer,
                   std::endian::native == std::endian::little ? TSInputEncodingUTF16LE : TSInputEncodingUTF16BE,
                   nullptr};
-    Budget budget{maxOperations / 100};
+    Budget budget{0, maxAllocatedBytes};
+    allocationSum = &budget.allocated;
     TSTree* tree = ts_parser_parse_with_options(parser, nullptr, input, TSParseOptions{&budget, onParseProgress});
+    allocationSum = nullptr;
     ts_parser_delete(parser);  // also drops a parse that was given up
     Attempt attempt;
     attempt.overBudget = budget.exhausted;

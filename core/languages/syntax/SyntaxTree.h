@@ -28,10 +28,12 @@ public:
     static std::optional<SyntaxTree> parse(const TSLanguage* language, std::u16string_view text);
 
     struct Attempt;
-    // Like `parse`, but gives up after about `maxOperations` parser operations. The count
-    // is the parser's own and depends only on grammar and text, never on the clock, so the
-    // same file gives up at the same point on every run and machine.
-    static Attempt parse(const TSLanguage* language, std::u16string_view text, std::uint64_t maxOperations);
+    // Like `parse`, but gives up once the parser has asked for more than `maxAllocatedBytes`
+    // of memory in all (freed memory counts too). That sum grows with the tree and, steeply,
+    // with error recovery, so it bounds both the memory and the time of a parse. It depends
+    // only on grammar and text, never on the clock or on other threads, so a file gives up
+    // at the same point on every run and machine. Checked every 100 parser operations.
+    static Attempt parse(const TSLanguage* language, std::u16string_view text, std::uint64_t maxAllocatedBytes);
 
     TSNode root() const { return ts_tree_root_node(tree_.get()); }
 
@@ -45,7 +47,7 @@ private:
 
 struct SyntaxTree::Attempt {
     std::optional<SyntaxTree> tree;  // nothing when the parser gave none or gave up
-    bool overBudget = false;         // the parser gave up at the operation limit
+    bool overBudget = false;         // the parser gave up at the memory limit
 };
 
 // Steps the query engine will spend in the error nodes of the tree looking for later
