@@ -34,10 +34,10 @@ template <typename T>
 class Channel {
 public:
     void push(T value) {
-        {
-            std::lock_guard lock(mutex_);
-            items_.push_back(std::move(value));
-        }
+        std::lock_guard lock(mutex_);
+        items_.push_back(std::move(value));
+        // Notified under the lock: once the consumer has taken the last value it may
+        // destroy the channel, which must not happen while this call still uses it.
         ready_.notify_one();
     }
     T pop() {
