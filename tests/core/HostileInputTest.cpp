@@ -5,16 +5,21 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
+#include <atomic>
 #include <filesystem>
 #include <map>
+#include <thread>
 
 #include "config/GlobalDefaults.h"
+#include "languages/syntax/Grammars.h"
+#include "languages/syntax/SyntaxTree.h"
 #include "export/ProjectExport.h"
 #include "model/IRJson.h"
 #include "scan/SymbolScanner.h"
 #include "support/RunCommand.h"
 #include "support/TempDir.h"
 #include "util/FileIO.h"
+#include "util/Text.h"
 
 namespace vantrel {
 namespace {
@@ -95,6 +100,27 @@ TEST(HostileInput, PathologicalSourcesLeaveTheRestOfTheGraphIntact) {
     ProjectIR warm = scanFolder(root, dir / "support", &warmStats);
     EXPECT_EQ(warmStats.parsed, 0);
     EXPECT_EQ(normalized(warm), normalized(cold));
+}
+
+// The parse budget is a measure of the one parse, not a timer and not a process total:
+// the least budget that lets a text through alone lets it through in four parses at
+// once, and half of it stops every one of them.
+TEST(HostileInput, ParseBudgetDecidesTheSameEveryTime) {
+    std::u16string text = *utf8ToUtf16(repeat("function f(a){return g(a)+1};", 20000));
+    std::uint64_t enough = 1 << 20;
+    while (SyntaxTree::parse(tree_sitter_tsx(), text, enough).overBudget) enough *= 2;
+    for (std::uint64_t limit : {enough, enough / 2}) {
+        std::vector<std::thread> threads;
+        std::atomic<int> stopped{0};
+        for (int i = 0; i < 4; ++i)
+            threads.emplace_back([&] {
+                auto attempt = SyntaxTree::parse(tree_sitter_tsx(), text, limit);
+                EXPECT_EQ(attempt.overBudget, !attempt.tree);
+                if (attempt.overBudget) ++stopped;
+            });
+        for (auto& thread : threads) thread.join();
+        EXPECT_EQ(stopped, limit == enough ? 0 : 4) << limit;
+    }
 }
 
 // A file that cannot be read when its turn comes fails the scan with one line naming it.
