@@ -122,7 +122,9 @@ void ProjectCache::invalidateProject(std::string_view projectRoot) const {
     try {
         auto dir = projectDirURL(projectRoot);
         if (!dir) return;
-        removeTree(*dir);
+        // All or nothing: a removal cut short must not leave records without the meta
+        // record that voids them, since no meta record means trusting every record.
+        removeTreeAtomically(*dir);
         projectDirURL(projectRoot);  // makes the empty folder and its "files" again
     } catch (...) {
     }
@@ -132,7 +134,7 @@ void ProjectCache::clearAll() const {
     try {
         auto root = cacheRootURL();
         if (!root) return;
-        removeTree(*root);
+        removeTreeAtomically(*root);
         cacheRootURL();  // the empty "v2" again; the rest of "cache" stays
     } catch (...) {
     }

@@ -185,11 +185,36 @@ ProjectIR projectIRFromJson(const json& value) {
     return ir;
 }
 
+// True when arrays and objects open more than `limit` deep, strings skipped. A look at
+// the bytes before parsing: nlohmann's parser callback, which could count depth too,
+// rescans a container's members at the end of each member object.
+static bool nestsDeeperThan(std::string_view bytes, int limit) {
+    int depth = 0;
+    bool inString = false;
+    for (std::size_t i = 0; i < bytes.size(); ++i) {
+        char c = bytes[i];
+        if (inString) {
+            if (c == '\\') ++i;
+            else if (c == '"') inString = false;
+        } else if (c == '"') {
+            inString = true;
+        } else if (c == '[' || c == '{') {
+            if (++depth > limit) return true;
+        } else if (c == ']' || c == '}') {
+            --depth;
+        }
+    }
+    return false;
+}
+
 json parseJsonOrThrow(std::string_view bytes) {
+    if (nestsDeeperThan(bytes, kMaxJsonDepth))
+        throw DecodeError("nested deeper than " + std::to_string(kMaxJsonDepth) + " levels");
     try {
         return json::parse(bytes.begin(), bytes.end());
-    } catch (const json::parse_error& e) {
-        // nlohmann's text leads with its own error id; keep only the readable part.
+    } catch (const json::exception& e) {
+        // A syntax error, or a number too large for a double (out_of_range). nlohmann's
+        // text leads with its own error id; keep only the readable part.
         std::string what = e.what();
         auto pos = what.find("] ");
         throw DecodeError("not valid JSON: " + (pos == std::string::npos ? what : what.substr(pos + 2)));

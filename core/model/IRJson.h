@@ -32,6 +32,11 @@ ProjectIR projectIRFromJson(const nlohmann::json& value);
 
 // Parses text and decodes it; a syntax error is a DecodeError too.
 ProjectIR decodeProjectIR(std::string_view bytes);
+
+// Strict JSON; any failure is a DecodeError. Arrays and objects nested deeper than
+// kMaxJsonDepth are refused before parsing: no file read here nests beyond a handful of
+// levels, and ten million brackets would otherwise build a document ten million deep.
+constexpr int kMaxJsonDepth = 64;
 nlohmann::json parseJsonOrThrow(std::string_view bytes);
 
 // Serialises with sorted keys. Invalid UTF-8 in strings is replaced, never an error.

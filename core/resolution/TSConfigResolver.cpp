@@ -2,6 +2,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include "model/IRJson.h"
 #include "util/FileIO.h"
 #include "util/Paths.h"
 #include "util/Text.h"
@@ -117,12 +118,22 @@ std::optional<TSConfigResolver> TSConfigResolver::loadIfPresent(std::string_view
     if (file.empty()) return std::nullopt;  // an unusable tsconfig.json does not fall back to jsconfig.json
 
     auto bytes = readWholeFile(file);
-    if (!bytes || !utf8ToUtf16(*bytes)) return std::nullopt;
-    nlohmann::json document = nlohmann::json::parse(sanitizeJSON5ish(*bytes), nullptr, /*allow_exceptions=*/false);
-    if (document.is_discarded() || !document.is_object()) return std::nullopt;
+    if (!bytes) return std::nullopt;
+    return decode(*bytes, deletingLastPathComponent(file));
+}
+
+std::optional<TSConfigResolver> TSConfigResolver::decode(std::string_view bytes, std::string configDir) {
+    if (!utf8ToUtf16(bytes)) return std::nullopt;
+    nlohmann::json document;
+    try {
+        document = parseJsonOrThrow(sanitizeJSON5ish(bytes));
+    } catch (const DecodeError&) {
+        return std::nullopt;
+    }
+    if (!document.is_object()) return std::nullopt;
 
     Config config;
-    config.configDir = deletingLastPathComponent(file);
+    config.configDir = std::move(configDir);
     auto options = document.find("compilerOptions");
     if (options != document.end() && options->is_object()) {
         auto baseUrl = options->find("baseUrl");

@@ -25,6 +25,10 @@ public:
     // not UTF-8, not a JSON object after sanitizing). "extends" is not followed.
     static std::optional<TSConfigResolver> loadIfPresent(std::string_view projectRoot);
 
+    // The resolver for the bytes of such a file lying in `configDir`; nothing when they are
+    // not UTF-8 or no JSON object after sanitizing.
+    static std::optional<TSConfigResolver> decode(std::string_view bytes, std::string configDir);
+
     // The absolute path of the file that `spec` maps to, if any. Tried in order: the
     // `paths` key equal to spec; the wildcard keys (in key order, none ranked above
     // another); spec itself below the base folder.

@@ -8,6 +8,23 @@
 
 namespace vantrel {
 
+FileAnalysisResult analyzeSource(const LanguagePlugin& plugin, const EnumeratedFile& file, std::u16string_view text,
+                                 const std::string& root, const TSConfigResolver* tsconfig) {
+    SyntaxTree::Attempt parsed;
+    try {
+        parsed = SyntaxTree::parse(plugin.language(file.ext), text, AnalysisLimits::maxParseAllocation);
+    } catch (const LanguageSetupError& e) {
+        throw ScanError(ScanError::Kind::languageFailed, file.path, e.what());
+    }
+    if (parsed.overBudget) return {};
+    if (!parsed.tree) throw ScanError(ScanError::Kind::parseFailed, file.path);
+    // Measured before any query runs: the passes would pay these steps several times over.
+    TSNode top = parsed.tree->root();
+    if (errorSiblingScanSteps(top, AnalysisLimits::maxErrorSiblingSteps) > AnalysisLimits::maxErrorSiblingSteps)
+        return {};
+    return plugin.analyzeFile(AnalysisInput{file.path, file.relPath, root, text, top, tsconfig});
+}
+
 std::optional<CachedFileResult> parseAndCache(const EnumeratedFile& file, const FileAnalysisContext& context) {
     if (context.isCancelled && context.isCancelled()) throw ScanError(ScanError::Kind::cancelled);
 
@@ -21,24 +38,16 @@ std::optional<CachedFileResult> parseAndCache(const EnumeratedFile& file, const 
         return cached;
     }
 
-    // Text that is not valid UTF-8 is analysed as an empty file.
-    std::u16string text = utf8ToUtf16(*bytes).value_or(std::u16string());
+    // Text that is not valid UTF-8, and a file too large to analyse, count as an empty file.
+    std::u16string text;
+    if (bytes->size() <= AnalysisLimits::maxFileBytes) text = utf8ToUtf16(*bytes).value_or(std::u16string());
     bytes.reset();
 
     auto plugin = context.pluginByExt.find(file.ext);
     if (plugin == context.pluginByExt.end()) return std::nullopt;
 
-    std::optional<SyntaxTree> tree;
-    try {
-        tree = SyntaxTree::parse(plugin->second->language(file.ext), text);
-    } catch (const LanguageSetupError& e) {
-        throw ScanError(ScanError::Kind::languageFailed, file.path, e.what());
-    }
-    if (!tree) throw ScanError(ScanError::Kind::parseFailed, file.path);
-
-    AnalysisInput input{file.path, file.relPath, context.root, text, tree->root(), context.tsconfig};
     if (context.stats) ++context.stats->parsed;
-    FileAnalysisResult analysis = plugin->second->analyzeFile(input);
+    FileAnalysisResult analysis = analyzeSource(*plugin->second, file, text, context.root, context.tsconfig);
 
     CachedFileResult record{std::move(fileHash), std::move(analysis.symbols), std::move(analysis.imports),
                             std::move(analysis.calls), std::move(analysis.diagnostics)};

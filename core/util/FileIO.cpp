@@ -85,4 +85,19 @@ void removeTree(const std::string& path) {
     std::filesystem::remove_all(path, ec);
 }
 
+void removeTreeAtomically(const std::string& path) {
+    static std::atomic<unsigned long> counter{0};
+    std::filesystem::path target(path);
+    while (target.has_relative_path() && target.filename().empty()) target = target.parent_path();
+    std::string prefix = target.filename().string() + ".trash-";
+    std::filesystem::path aside =
+        target.parent_path() / (prefix + std::to_string(::getpid()) + "-" + std::to_string(counter.fetch_add(1)));
+    if (::rename(target.c_str(), aside.c_str()) != 0 && errno != ENOENT) removeTree(target.string());
+    std::error_code ec;
+    for (auto it = std::filesystem::directory_iterator(target.parent_path(), ec);
+         !ec && it != std::filesystem::directory_iterator(); it.increment(ec)) {
+        if (it->path().filename().string().starts_with(prefix)) removeTree(it->path().string());
+    }
+}
+
 }  // namespace vantrel

@@ -24,4 +24,10 @@ bool createDirectories(const std::string& path);
 // Removes a file tree; errors are ignored.
 void removeTree(const std::string& path);
 
+// Renames the tree aside in one step, then removes it, so that whoever looks at `path`
+// finds all of the tree or none of it, also after a process killed half-way through the
+// removal. What such kills left beside `path` (named `path` + ".trash-...") goes too.
+// Errors are ignored.
+void removeTreeAtomically(const std::string& path);
+
 }  // namespace vantrel

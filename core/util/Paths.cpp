@@ -4,6 +4,8 @@
 
 #include <vector>
 
+#include "util/Text.h"
+
 namespace vantrel {
 
 namespace {
@@ -61,10 +63,11 @@ std::string resolvePath(std::string_view base, std::string_view relative) {
 std::string relativePath(std::string_view file, std::string_view root) {
     std::string filePath = standardizePath(file);
     std::string rootPath = standardizePath(root);
-    if (filePath == rootPath) return lastPathComponent(filePath);
+    if (filePath == rootPath) return escapeInvalidUtf8(lastPathComponent(filePath));
     if (rootPath.back() != '/') rootPath.push_back('/');
-    if (filePath.compare(0, rootPath.size(), rootPath) == 0) return filePath.substr(rootPath.size());
-    return filePath;
+    if (filePath.compare(0, rootPath.size(), rootPath) == 0)
+        return escapeInvalidUtf8(std::string_view(filePath).substr(rootPath.size()));
+    return escapeInvalidUtf8(filePath);
 }
 
 std::string lastPathComponent(std::string_view path) {

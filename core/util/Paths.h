@@ -17,7 +17,9 @@ std::string standardizePath(std::string_view path);
 std::string resolvePath(std::string_view base, std::string_view relative);
 
 // The path of `file` below `root`; the last component when the two are equal; the
-// standardised absolute path of `file` when it lies outside `root`.
+// standardised absolute path of `file` when it lies outside `root`. It names the file in
+// ids, imports and cache records, which are text: bytes of a file name that are not UTF-8
+// are escaped (escapeInvalidUtf8), the same way wherever the file is met.
 std::string relativePath(std::string_view file, std::string_view root);
 
 std::string lastPathComponent(std::string_view path);

@@ -74,6 +74,25 @@ std::optional<std::u16string> utf8ToUtf16(std::string_view text) {
     return out;
 }
 
+std::string escapeInvalidUtf8(std::string_view text) {
+    std::string out;
+    out.reserve(text.size());
+    std::size_t i = 0;
+    while (i < text.size()) {
+        std::size_t start = i;
+        if (decodeUtf8(text, i)) {
+            out.append(text.substr(start, i - start));
+            continue;
+        }
+        static constexpr char kHex[] = "0123456789ABCDEF";
+        auto byte = static_cast<unsigned char>(text[i++]);
+        out.append("\xEF\xBF\xBD");
+        out.push_back(kHex[byte >> 4]);
+        out.push_back(kHex[byte & 0xF]);
+    }
+    return out;
+}
+
 std::string utf16ToUtf8(std::u16string_view text) {
     std::string out;
     out.reserve(text.size());

@@ -12,6 +12,11 @@ namespace vantrel {
 // surrogates, truncated sequences) gives nothing.
 std::optional<std::u16string> utf8ToUtf16(std::string_view text);
 
+// The text itself when it is valid UTF-8. Otherwise every byte that belongs to no valid
+// sequence becomes U+FFFD followed by the byte's two upper-case hexadecimal digits, so
+// the result is valid UTF-8 and two texts that differ keep differing.
+std::string escapeInvalidUtf8(std::string_view text);
+
 // UTF-16 to UTF-8; a lone surrogate becomes U+FFFD.
 std::string utf16ToUtf8(std::u16string_view text);
 

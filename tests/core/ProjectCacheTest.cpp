@@ -108,9 +108,15 @@ TEST(ProjectCache, InvalidateAndClearLeaveEmptyFolders) {
     cache.saveMeta(ProjectCacheMeta::make("k"), kRoot);
     cache.saveFile(sampleRecord(), kRoot, "src/a.ts");
     cache.saveFile(sampleRecord(), "/work/projects/other", "src/a.ts");
+    // What an invalidation killed half-way leaves: the folder it had moved aside.
+    std::string killed = sha256Hex(kRoot) + ".trash-1-0";
+    support.write("Vantrel/cache/v2/" + killed + "/files/" + kHash + ".json", "{}");
 
     cache.invalidateProject(kRoot);
     std::string project = support.path() + "/Vantrel/cache/v2/" + sha256Hex(kRoot);
+    Strings projects{sha256Hex("/work/projects/other"), sha256Hex(kRoot)};
+    std::sort(projects.begin(), projects.end());
+    EXPECT_EQ(listing(support.path() + "/Vantrel/cache/v2"), projects);
     EXPECT_EQ(listing(project), Strings{"files"});
     EXPECT_EQ(listing(project + "/files"), Strings{});
     EXPECT_FALSE(cache.loadMeta(kRoot));

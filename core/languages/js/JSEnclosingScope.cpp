@@ -2,6 +2,7 @@
 
 #include "languages/js/JSFamilyPlugin.h"
 #include "languages/syntax/SyntaxTree.h"
+#include "languages/syntax/TreeWalk.h"
 #include "model/ProjectIR.h"
 
 namespace vantrel {
@@ -28,19 +29,36 @@ JSEnclosingScope::JSEnclosingScope(TSNode root, std::u16string_view source, std:
     : root_(root), source_(source), fileRelPath_(fileRelPath) {}
 
 std::optional<std::string> JSEnclosingScope::symbolIdFor(TSNode node) {
+    if (ts_node_start_byte(node) < ts_node_end_byte(node)) {
+        if (!callOwners_) indexCalls();
+        if (auto it = callOwners_->find(node.id); it != callOwners_->end()) return idOf(it->second);
+    }
     moveTo(node);
-    const Owner& owner = chain_.back().owner;
+    return idOf(chain_.back().owner);
+}
+
+std::optional<std::string> JSEnclosingScope::idOf(const Owner& owner) const {
     if (owner.form == Owner::Form::none) return std::nullopt;
     std::string name = extractNodeText(owner.name, source_);
     SymbolKind kind = owner.form == Owner::Form::method ? SymbolKind::method : classifyFunction(name);
     return makeSymbolId(fileRelPath_, name, kind);
 }
 
+void JSEnclosingScope::indexCalls() {
+    callOwners_.emplace();
+    // The walk's parent of a non-empty node is the one ts_node_parent finds.
+    walkPreOrder(root_, std::optional<Level>{}, [&](TSNode node, const std::optional<Level>& parent) {
+        Level level = levelOf(node, parent ? &*parent : nullptr);
+        if (std::string_view(ts_node_type(node)) == "call_expression" &&
+            ts_node_start_byte(node) < ts_node_end_byte(node))
+            callOwners_->emplace(node.id, level.owner);
+        return std::optional<Level>(level);
+    });
+}
+
 std::optional<TSNode> JSEnclosingScope::variableDeclaratorAbove(TSNode node) {
     moveTo(node);
-    long index = chain_.back().declarator;
-    if (index < 0) return std::nullopt;
-    return chain_[static_cast<std::size_t>(index)].node;
+    return chain_.back().declarator;
 }
 
 void JSEnclosingScope::moveTo(TSNode node) {
@@ -72,13 +90,15 @@ bool JSEnclosingScope::descendTo(TSNode node) {
 }
 
 void JSEnclosingScope::push(TSNode node) {
-    const Level* parent = chain_.empty() ? nullptr : &chain_.back();
-    long index = static_cast<long>(chain_.size());
-    std::string_view type = ts_node_type(node);
+    chain_.push_back(levelOf(node, chain_.empty() ? nullptr : &chain_.back()));
+}
 
-    long declarator = type == "variable_declarator" ? index : (parent ? parent->declarator : -1);
-    Owner inherited = parent ? parent->owner : Owner{};
-    Owner owner = inherited;
+JSEnclosingScope::Level JSEnclosingScope::levelOf(TSNode node, const Level* parent) {
+    std::string_view type = ts_node_type(node);
+    std::optional<TSNode> declarator = type == "variable_declarator" ? std::optional<TSNode>(node)
+                                       : parent                      ? parent->declarator
+                                                                     : std::nullopt;
+    Owner owner = parent ? parent->owner : Owner{};
     if (type == "function_declaration" || type == "method_definition") {
         // The nearest declaration decides, also when it has no name: then nothing.
         owner = Owner{};
@@ -88,15 +108,14 @@ void JSEnclosingScope::push(TSNode node) {
         }
     } else if (type == "arrow_function") {
         // The arrow itself is no declarator, so the nearest one is its parent level's.
-        long above = parent ? parent->declarator : -1;
-        if (above >= 0) {
-            if (auto name = nameChild(chain_[static_cast<std::size_t>(above)].node)) {
+        if (parent && parent->declarator) {
+            if (auto name = nameChild(*parent->declarator)) {
                 owner.form = Owner::Form::function;
                 owner.name = *name;
             }
         }
     }
-    chain_.push_back(Level{node, declarator, owner});
+    return Level{node, declarator, owner};
 }
 
 }  // namespace vantrel

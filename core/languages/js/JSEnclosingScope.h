@@ -12,17 +12,20 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <unordered_map>
 #include <vector>
 
 namespace vantrel {
 
-// Answers the caller rule for many nodes of one tree. The climb walks an ancestor chain
-// kept from one question to the next, and every level of the chain carries the answer of
-// a climb starting there. Nodes asked for in document order, as query matches arrive,
-// move the chain by a few levels each, so each answer costs next to nothing even in files
-// nested 100,000 levels deep. (A ts_node_parent loop would search down from the root at
-// every step: quadratic in the depth, seconds for one call 10,000 brackets deep.)
-// Nothing here recurses. The tree and the text must outlive the object.
+// Answers the caller rule for many nodes of one tree. Calls, the nodes the call pass asks
+// about, are answered from an index that one pre-order walk builds on the first question:
+// any order of questions costs the same, and a broken file whose error node holds 100,000
+// children does not make each answer search those children again. Other nodes climb an
+// ancestor chain kept from one question to the next, where every level carries the answer
+// of a climb starting there; nodes asked for in document order move it by a few levels.
+// (A ts_node_parent loop would search down from the root at every step: quadratic in the
+// depth, seconds for one call 10,000 brackets deep.) Nothing here recurses. The tree and
+// the text must outlive the object.
 class JSEnclosingScope {
 public:
     JSEnclosingScope(TSNode root, std::u16string_view source, std::string_view fileRelPath);
@@ -42,10 +45,14 @@ private:
     };
     struct Level {
         TSNode node;
-        long declarator;  // index of the nearest variable_declarator at or above, -1 if none
+        std::optional<TSNode> declarator;  // the nearest variable_declarator at or above
         Owner owner;
     };
+    // The level of `node` below `parent` (none for the root).
+    static Level levelOf(TSNode node, const Level* parent);
 
+    std::optional<std::string> idOf(const Owner& owner) const;
+    void indexCalls();
     void moveTo(TSNode node);
     bool descendTo(TSNode node);
     void push(TSNode node);
@@ -54,6 +61,9 @@ private:
     std::u16string_view source_;
     std::string fileRelPath_;
     std::vector<Level> chain_;  // root first
+    // Owners of the non-empty call expressions, by node id; built on the first question.
+    // Zero-width nodes are left to the chain, whose descent is the one ts_node_parent makes.
+    std::optional<std::unordered_map<const void*, Owner>> callOwners_;
 };
 
 }  // namespace vantrel

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <bit>
+#include <cstdlib>
 #include <map>
 #include <mutex>
 
@@ -23,6 +24,116 @@ std::optional<SyntaxTree> SyntaxTree::parse(const TSLanguage* language, std::u16
     ts_parser_delete(parser);
     if (!tree) return std::nullopt;
     return SyntaxTree(tree);
+}
+
+namespace {
+
+// The runtime's allocations go through these hooks; while a budgeted parse runs on a
+// thread, they add what it asks for to that parse's sum. Other threads' parses and all
+// other tree-sitter work are not counted.
+thread_local std::uint64_t* allocationSum = nullptr;
+
+void* countedMalloc(std::size_t size) {
+    if (allocationSum) *allocationSum += size;
+    return std::malloc(size);
+}
+void* countedCalloc(std::size_t count, std::size_t size) {
+    if (allocationSum) *allocationSum += count * size;
+    return std::calloc(count, size);
+}
+void* countedRealloc(void* pointer, std::size_t size) {
+    if (allocationSum) *allocationSum += size;
+    return std::realloc(pointer, size);
+}
+
+// Installed before main, while no other thread can be inside the runtime.
+const bool allocatorInstalled = [] {
+    ts_set_allocator(countedMalloc, countedCalloc, countedRealloc, std::free);
+    return true;
+}();
+
+struct Budget {
+    std::uint64_t allocated = 0;
+    std::uint64_t limit;
+    bool exhausted = false;
+};
+
+// The parser calls this once per 100 of its operations; true gives up.
+bool onParseProgress(TSParseState* state) {
+    auto* budget = static_cast<Budget*>(state->payload);
+    if (budget->allocated > budget->limit) budget->exhausted = true;
+    return budget->exhausted;
+}
+
+struct Buffer {
+    const char* bytes;
+    std::uint32_t size;
+};
+
+const char* readBuffer(void* payload, std::uint32_t offset, TSPoint, std::uint32_t* length) {
+    auto* buffer = static_cast<Buffer*>(payload);
+    *length = offset < buffer->size ? buffer->size - offset : 0;
+    return buffer->bytes + (offset < buffer->size ? offset : buffer->size);
+}
+
+}  // namespace
+
+SyntaxTree::Attempt SyntaxTree::parse(const TSLanguage* language, std::u16string_view text,
+                                      std::uint64_t maxAllocatedBytes) {
+    (void)allocatorInstalled;
+    TSParser* parser = ts_parser_new();
+    if (!ts_parser_set_language(parser, language)) {
+        ts_parser_delete(parser);
+        throw LanguageSetupError("the grammar could not be loaded into the parser");
+    }
+    Buffer buffer{reinterpret_cast<const char*>(text.data()), static_cast<std::uint32_t>(text.size() * 2)};
+    TSInput input{&buffer, readBuffer,
+                  std::endian::native == std::endian::little ? TSInputEncodingUTF16LE : TSInputEncodingUTF16BE,
+                  nullptr};
+    Budget budget{0, maxAllocatedBytes};
+    allocationSum = &budget.allocated;
+    TSTree* tree = ts_parser_parse_with_options(parser, nullptr, input, TSParseOptions{&budget, onParseProgress});
+    allocationSum = nullptr;
+    ts_parser_delete(parser);  // also drops a parse that was given up
+    Attempt attempt;
+    attempt.overBudget = budget.exhausted;
+    if (tree && !budget.exhausted) attempt.tree = SyntaxTree(tree);
+    else if (tree) ts_tree_delete(tree);
+    return attempt;
+}
+
+std::uint64_t errorSiblingScanSteps(TSNode root, std::uint64_t stopAbove) {
+    std::uint64_t steps = 0;
+    TSTreeCursor cursor = ts_tree_cursor_new(root);
+    TSTreeCursor children = ts_tree_cursor_new(root);
+    // Pre-order over the whole tree with one cursor; the second lists an error node's children.
+    bool more = true;
+    while (more && steps <= stopAbove) {
+        TSNode node = ts_tree_cursor_current_node(&cursor);
+        if (ts_node_is_error(node)) {
+            ts_tree_cursor_reset(&children, node);
+            // Children whose search has not met a named sibling yet: each of them steps
+            // over the next child.
+            std::uint64_t searching = 0;
+            if (ts_tree_cursor_goto_first_child(&children)) {
+                do {
+                    steps += searching;
+                    searching = ts_node_is_named(ts_tree_cursor_current_node(&children)) ? 1 : searching + 1;
+                } while (ts_tree_cursor_goto_next_sibling(&children));
+            }
+        }
+        if (ts_tree_cursor_goto_first_child(&cursor) || ts_tree_cursor_goto_next_sibling(&cursor)) continue;
+        more = false;
+        while (ts_tree_cursor_goto_parent(&cursor)) {
+            if (ts_tree_cursor_goto_next_sibling(&cursor)) {
+                more = true;
+                break;
+            }
+        }
+    }
+    ts_tree_cursor_delete(&children);
+    ts_tree_cursor_delete(&cursor);
+    return steps;
 }
 
 std::string extractNodeText(TSNode node, std::u16string_view source) {

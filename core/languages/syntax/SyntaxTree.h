@@ -27,6 +27,14 @@ public:
     // the parser yields no tree; throws LanguageSetupError when the grammar cannot be set.
     static std::optional<SyntaxTree> parse(const TSLanguage* language, std::u16string_view text);
 
+    struct Attempt;
+    // Like `parse`, but gives up once the parser has asked for more than `maxAllocatedBytes`
+    // of memory in all (freed memory counts too). That sum grows with the tree and, steeply,
+    // with error recovery, so it bounds both the memory and the time of a parse. It depends
+    // only on grammar and text, never on the clock or on other threads, so a file gives up
+    // at the same point on every run and machine. Checked every 100 parser operations.
+    static Attempt parse(const TSLanguage* language, std::u16string_view text, std::uint64_t maxAllocatedBytes);
+
     TSNode root() const { return ts_tree_root_node(tree_.get()); }
 
 private:
@@ -36,6 +44,18 @@ private:
     explicit SyntaxTree(TSTree* tree) : tree_(tree) {}
     std::unique_ptr<TSTree, Deleter> tree_;
 };
+
+struct SyntaxTree::Attempt {
+    std::optional<SyntaxTree> tree;  // nothing when the parser gave none or gave up
+    bool overBudget = false;         // the parser gave up at the memory limit
+};
+
+// Steps the query engine will spend in the error nodes of the tree looking for later
+// named siblings: for each child of an error node, the siblings behind it up to the next
+// named one. Every query pass pays them once per error-node child, so a run of n unnamed
+// tokens (100,000 unclosed brackets, say) costs n*n/2 steps per pass, while what intact
+// syntax produces stays near the node count. Counting stops once it passes `stopAbove`.
+std::uint64_t errorSiblingScanSteps(TSNode root, std::uint64_t stopAbove);
 
 // The node's text: its UTF-16 byte offsets halved, clamped to the text, as UTF-8.
 std::string extractNodeText(TSNode node, std::u16string_view source);
