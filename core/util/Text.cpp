@@ -80,7 +80,7 @@ std::string escapeInvalidUtf8(std::string_view text) {
     std::size_t i = 0;
     while (i < text.size()) {
         std::size_t start = i;
-        if (decodeUtf8(text, i)) {
+        if (decodeUtf8Scalar(text, i)) {
             out.append(text.substr(start, i - start));
             continue;
         }

@@ -55,7 +55,7 @@ TEST(AsyncSemaphore, HandsPermitsToWaitersFirstInFirstOut) {
     AsyncSemaphore semaphore(2);
     semaphore.wait();  // two pass at once
     semaphore.wait();
-    Probe probe{semaphore};
+    Probe probe{semaphore, {}, {}, {}, {}};
     for (int i = 0; i < 3; ++i) {
         probe.start(i);
         ASSERT_TRUE(probe.queued(static_cast<std::size_t>(i) + 1));
