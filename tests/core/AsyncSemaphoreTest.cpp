@@ -74,7 +74,7 @@ TEST(AsyncSemaphore, HandsPermitsToWaitersFirstInFirstOut) {
 
 TEST(AsyncSemaphore, ZeroBlocksAndSignalsAreUnbounded) {
     AsyncSemaphore closed(0);
-    Probe probe{closed};
+    Probe probe{closed, {}, {}, {}, {}};
     probe.start(1);
     ASSERT_TRUE(probe.queued(1));
     closed.signal();
