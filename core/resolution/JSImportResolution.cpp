@@ -7,9 +7,9 @@
 namespace vantrel {
 
 namespace {
-ResolutionDiagnostic diagnostic(std::string_view importerRel, std::string_view spec,
+ResolutionDiagnostic diagnostic(std::string_view importerRel, std::string_view specifier,
                                 ResolutionDiagnostic::Reason reason, std::string suggestion) {
-    return ResolutionDiagnostic{std::string(importerRel), std::string(spec), reason, std::move(suggestion)};
+    return ResolutionDiagnostic{std::string(importerRel), std::string(specifier), reason, std::move(suggestion)};
 }
 }  // namespace
 
@@ -24,25 +24,25 @@ std::string_view unquotedImportSpec(std::string_view rawText) {
 JSImportResolution resolveJSImportSource(std::string_view rawText, std::string_view filePath, std::string_view rootPath,
                                          const TSConfigResolver* tsconfig, std::string_view importerRel) {
     using Reason = ResolutionDiagnostic::Reason;
-    std::string_view spec = unquotedImportSpec(rawText);
-    std::string quoted = "'" + std::string(spec) + "'";
+    std::string_view specifier = unquotedImportSpec(rawText);
+    std::string quoted = "'" + std::string(specifier) + "'";
 
-    if (startsWith(spec, ".")) {
+    if (startsWith(specifier, ".")) {
         // Relative: beside the importer only; the path mapping plays no part.
-        std::string base = resolvePath(deletingLastPathComponent(standardizePath(filePath)), spec);
+        std::string base = resolvePath(deletingLastPathComponent(standardizePath(filePath)), specifier);
         if (auto hit = TSConfigResolver::firstExistingFile(base)) return {relativePath(*hit, rootPath), std::nullopt};
         return {std::nullopt,
-                diagnostic(importerRel, spec, Reason::fileNotFound, "File " + quoted + " does not exist")};
+                diagnostic(importerRel, specifier, Reason::fileNotFound, "File " + quoted + " does not exist")};
     }
     if (tsconfig) {
-        if (auto hit = tsconfig->resolveNonRelative(spec)) return {relativePath(*hit, rootPath), std::nullopt};
+        if (auto hit = tsconfig->resolveNonRelative(specifier)) return {relativePath(*hit, rootPath), std::nullopt};
     }
-    if (startsWith(spec, "@/")) {
+    if (startsWith(specifier, "@/")) {
         std::string suggestion = "Could not resolve " + quoted + " \u2192 No paths mapping found in tsconfig.json";
-        return {std::nullopt, diagnostic(importerRel, spec, Reason::noTsConfig, std::move(suggestion))};
+        return {std::nullopt, diagnostic(importerRel, specifier, Reason::noTsConfig, std::move(suggestion))};
     }
     return {std::nullopt,
-            diagnostic(importerRel, spec, Reason::externalModule, "Module " + quoted + " is external (not scanned)")};
+            diagnostic(importerRel, specifier, Reason::externalModule, "Module " + quoted + " is external (not scanned)")};
 }
 
 }  // namespace vantrel

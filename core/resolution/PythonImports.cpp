@@ -111,9 +111,9 @@ std::vector<ImportEntry> parsePythonImportStatement(std::string_view text) {
 PythonResolution resolvePythonModule(std::string_view moduleSpec, std::string_view importingFile,
                                      std::string_view rootPath, bool preferSubmodule,
                                      const std::optional<std::string>& submoduleName) {
-    std::string_view spec = trimWhitespace(moduleSpec);
-    if (spec.empty()) return PythonResolution::notFound();
-    LeadingDots dots = splitLeadingDots(spec);
+    std::string_view specifier = trimWhitespace(moduleSpec);
+    if (specifier.empty()) return PythonResolution::notFound();
+    LeadingDots dots = splitLeadingDots(specifier);
 
     std::string base = deletingLastPathComponent(standardizePath(importingFile));
     for (std::size_t up = 1; up < dots.dotCount; ++up) base = deletingLastPathComponent(base);

@@ -148,13 +148,13 @@ std::optional<TSConfigResolver> TSConfigResolver::decode(std::string_view bytes,
     return TSConfigResolver(std::move(config));
 }
 
-std::optional<std::string> TSConfigResolver::resolveNonRelative(std::string_view spec) const {
+std::optional<std::string> TSConfigResolver::resolveNonRelative(std::string_view specifier) const {
     const std::string& configDir = config_.configDir;
     std::string baseDir = config_.baseUrl && !config_.baseUrl->empty() ? resolvePath(configDir, *config_.baseUrl)
                                                                        : standardizePath(configDir);
 
     // An exact key beats every wildcard.
-    if (auto exact = config_.paths.find(std::string(spec)); exact != config_.paths.end()) {
+    if (auto exact = config_.paths.find(std::string(specifier)); exact != config_.paths.end()) {
         for (const auto& target : exact->second)
             if (auto hit = resolveTarget(target, baseDir)) return hit;
     }
@@ -166,15 +166,15 @@ std::optional<std::string> TSConfigResolver::resolveNonRelative(std::string_view
         if (star == std::string::npos) continue;
         std::string_view prefix = std::string_view(key).substr(0, star);
         std::string_view suffix = std::string_view(key).substr(star + 1);
-        if (spec.size() < prefix.size() + suffix.size() || !startsWith(spec, prefix) || !endsWith(spec, suffix))
+        if (specifier.size() < prefix.size() + suffix.size() || !startsWith(specifier, prefix) || !endsWith(specifier, suffix))
             continue;
-        std::string_view captured = spec.substr(prefix.size(), spec.size() - prefix.size() - suffix.size());
+        std::string_view captured = specifier.substr(prefix.size(), specifier.size() - prefix.size() - suffix.size());
         for (const auto& target : targets)
             if (auto hit = resolveTarget(replaceAll(target, "*", captured), baseDir)) return hit;
     }
 
-    // The spec itself below the base folder, whatever `paths` holds.
-    return resolveTarget(spec, baseDir);
+    // The specifier itself below the base folder, whatever `paths` holds.
+    return resolveTarget(specifier, baseDir);
 }
 
 std::optional<std::string> TSConfigResolver::resolveTarget(std::string_view target, std::string_view baseDir) const {

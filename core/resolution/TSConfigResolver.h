@@ -29,10 +29,10 @@ public:
     // not UTF-8 or no JSON object after sanitizing.
     static std::optional<TSConfigResolver> decode(std::string_view bytes, std::string configDir);
 
-    // The absolute path of the file that `spec` maps to, if any. Tried in order: the
-    // `paths` key equal to spec; the wildcard keys (in key order, none ranked above
-    // another); spec itself below the base folder.
-    std::optional<std::string> resolveNonRelative(std::string_view spec) const;
+    // The absolute path of the file that `specifier` maps to, if any. Tried in order: the
+    // `paths` key equal to specifier; the wildcard keys (in key order, none ranked above
+    // another); specifier itself below the base folder.
+    std::optional<std::string> resolveNonRelative(std::string_view specifier) const;
 
     const Config& config() const { return config_; }
 

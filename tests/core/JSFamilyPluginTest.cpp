@@ -96,10 +96,10 @@ TEST(JSFamilyPlugin, FixtureAppCollectsSymbolsImportsCallsAndDiagnostics) {
                               }));
 
     using Reason = ResolutionDiagnostic::Reason;
-    auto expectDiagnostic = [](const ResolutionDiagnostic& d, std::string_view spec, Reason reason,
+    auto expectDiagnostic = [](const ResolutionDiagnostic& d, std::string_view specifier, Reason reason,
                                std::string_view suggestion) {
         EXPECT_EQ(d.importerPath, "src/app.tsx");
-        EXPECT_EQ(d.importPath, spec);
+        EXPECT_EQ(d.importPath, specifier);
         EXPECT_EQ(d.reason, reason);
         EXPECT_EQ(d.suggestion, std::optional<std::string>(suggestion));
     };

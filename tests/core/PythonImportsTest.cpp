@@ -61,8 +61,8 @@ TEST(PythonModuleResolution, SearchesOnlyBelowTheRootUnlessDotsClimbOut) {
     ASSERT_TRUE(writeFileAtomically(base + "/outside.py", ""));
     ASSERT_TRUE(writeFileAtomically(root + "/m.py", ""));
     const std::string importer = root + "/pkg/mod.py";
-    auto resolve = [&](std::string_view spec, std::optional<std::string> sub = std::nullopt) {
-        return resolvePythonModule(spec, importer, root, sub.has_value(), sub);
+    auto resolve = [&](std::string_view specifier, std::optional<std::string> sub = std::nullopt) {
+        return resolvePythonModule(specifier, importer, root, sub.has_value(), sub);
     };
 
     // Climbing above the root still works by paths and keeps the absolute path.

@@ -122,10 +122,10 @@ protected:
             project.write(file, "export {};\n");
     }
 
-    std::optional<std::string> resolve(std::map<std::string, std::vector<std::string>> paths, std::string_view spec,
+    std::optional<std::string> resolve(std::map<std::string, std::vector<std::string>> paths, std::string_view specifier,
                                        std::optional<std::string> baseUrl = std::nullopt) const {
         TSConfigResolver resolver({project.root(), std::move(baseUrl), std::move(paths)});
-        auto hit = resolver.resolveNonRelative(spec);
+        auto hit = resolver.resolveNonRelative(specifier);
         if (!hit) return std::nullopt;
         return relativePath(*hit, project.root());
     }
@@ -145,7 +145,7 @@ TEST_F(NonRelativeResolution, WildcardKeysCaptureBetweenPrefixAndSuffix) {
     // Prefix and suffix may not overlap: "ab*ba" does not apply to "aba".
     EXPECT_EQ(resolve({{"ab*ba", {"exact/target"}}}, "aba"), std::nullopt);
     EXPECT_EQ(resolve({{"ab*ba", {"exact/target"}}}, "abba"), "exact/target.ts");
-    // "*" applies to everything, with the whole spec captured.
+    // "*" applies to everything, with the whole specifier captured.
     EXPECT_EQ(resolve({{"*", {"lib/*"}}}, "util"), "lib/util.js");
 }
 
@@ -155,7 +155,7 @@ TEST_F(NonRelativeResolution, ExactKeysWinAndFailedKeysLeaveTheSearchOpen) {
     EXPECT_EQ(resolve({{"@/x", {"missing/x"}}, {"@/*", {"wild/target"}}}, "@/x"), "wild/target.ts");
     // A wildcard key that applies without a hit does not end the search.
     EXPECT_EQ(resolve({{"@/*", {"missing/*"}}, {"@/x*", {"wild/target"}}}, "@/xy"), "wild/target.ts");
-    // Without `paths` and without baseUrl the spec is looked up below the config folder.
+    // Without `paths` and without baseUrl the specifier is looked up below the config folder.
     EXPECT_EQ(resolve({}, "utils/math"), "utils/math.ts");
     EXPECT_EQ(resolve({{"@/*", {"src/*"}}}, "utils/math"), "utils/math.ts");
     EXPECT_EQ(resolve({}, "deep/mod", "base"), "base/deep/mod.ts");
