@@ -20,7 +20,9 @@ FileAnalysisResult analyzeSource(const LanguagePlugin& plugin, const EnumeratedF
     if (!parsed.tree) throw ScanError(ScanError::Kind::parseFailed, file.path);
     // Measured before any query runs: the passes would pay these steps several times over.
     TSNode top = parsed.tree->root();
-    if (errorSiblingScanSteps(top, AnalysisLimits::maxErrorSiblingSteps) > AnalysisLimits::maxErrorSiblingSteps)
+    // A tree without error nodes has no such steps: most files skip the walk.
+    if (ts_node_has_error(top) &&
+        errorSiblingScanSteps(top, AnalysisLimits::maxErrorSiblingSteps) > AnalysisLimits::maxErrorSiblingSteps)
         return {};
     return plugin.analyzeFile(AnalysisInput{file.path, file.relPath, root, text, top, tsconfig});
 }
