@@ -9,7 +9,14 @@ SymbolNameIndex symbolNameIndex(const ProjectIR& ir) {
     for (const auto& [id, symbol] : ir.symbols) {
         auto pieces = splitId(id);
         if (pieces.size() < 3) continue;
-        index[std::string(pieces[pieces.size() - 2])].push_back(id);
+        index[std::string(pieces[pieces.size() - 2])].ids.push_back(id);
+    }
+    for (auto& [name, candidates] : index) {
+        if (candidates.ids.size() < 2) continue;
+        for (std::size_t i = 0; i < candidates.ids.size(); ++i) {
+            auto& inFile = candidates.byFile[*symbolFilePath(candidates.ids[i])];
+            if (inFile.count++ == 0) inFile.first = i;
+        }
     }
     return index;
 }
@@ -39,15 +46,20 @@ std::optional<std::string> resolveCalleeId(const std::string& calleeName,
                                            const std::map<std::string, std::string>& imports,
                                            std::string_view currentFileRelPath, const SymbolNameIndex& nameIndex) {
     auto entry = nameIndex.find(calleeName);
-    if (entry == nameIndex.end() || entry->second.empty()) return std::nullopt;
-    const auto& candidates = entry->second;
+    if (entry == nameIndex.end() || entry->second.ids.empty()) return std::nullopt;
+    const auto& candidates = entry->second.ids;
     if (candidates.size() == 1) return candidates.front();
+    // The single candidate whose file part is `file`, if there is exactly one.
+    auto singleInFile = [&](const std::string& file) -> std::optional<std::string> {
+        auto found = entry->second.byFile.find(file);
+        if (found == entry->second.byFile.end() || found->second.count != 1) return std::nullopt;
+        return candidates[found->second.first];
+    };
 
     auto imported = imports.find(calleeName);
     if (imported != imports.end()) {
         const std::string& importPath = imported->second;
-        if (auto exact = singleMatch(candidates, [&](const std::string& id) { return symbolFilePath(id) == importPath; }))
-            return exact;
+        if (auto exact = singleInFile(importPath)) return exact;
         const std::string variants[] = {importPath, importPath + ".ts", importPath + ".tsx", importPath + "/index.ts",
                                         importPath + "/index.tsx"};
         auto bySuffix = singleMatch(candidates, [&](const std::string& id) {
@@ -59,10 +71,7 @@ std::optional<std::string> resolveCalleeId(const std::string& calleeName,
         });
         if (bySuffix) return bySuffix;
     }
-    return singleMatch(candidates, [&](const std::string& id) {
-        auto file = symbolFilePath(id);
-        return file && *file == currentFileRelPath;
-    });
+    return singleInFile(std::string(currentFileRelPath));
 }
 
 void link(const std::string& callerId, const std::string& calleeId, ProjectIR& ir) {

@@ -14,8 +14,22 @@
 
 namespace vantrel {
 
-// Symbol name -> every id with that name, across files and languages.
-using SymbolNameIndex = std::unordered_map<std::string, std::vector<std::string>>;
+// Every id of one name, across files and languages.
+struct NameCandidates {
+    std::vector<std::string> ids;
+    // For a name of several ids: file part -> how many of `ids` lie in that file, and the
+    // first of them. The two file tests of resolveCalleeId then cost one lookup rather than
+    // a pass over all ids, which for a method name that every file of a large project
+    // declares made linking quadratic.
+    struct InFile {
+        std::size_t count = 0;
+        std::size_t first = 0;
+    };
+    std::unordered_map<std::string, InFile> byFile;
+};
+
+// Symbol name -> its candidates.
+using SymbolNameIndex = std::unordered_map<std::string, NameCandidates>;
 
 SymbolNameIndex symbolNameIndex(const ProjectIR& ir);
 

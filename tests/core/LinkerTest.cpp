@@ -50,7 +50,7 @@ TEST(Linker, ReadsIdsFromTheirEnd) {
     ProjectIR ir = graphOf({"src/a.ts::function", "run:function"});
     auto index = symbolNameIndex(ir);
     ASSERT_EQ(index.count(""), 1u);
-    EXPECT_EQ(index.at("").front(), "src/a.ts::function");
+    EXPECT_EQ(index.at("").ids.front(), "src/a.ts::function");
     EXPECT_EQ(index.count("run"), 0u);
 }
 
