@@ -74,7 +74,9 @@ void analyze(const LanguagePlugin& plugin, const char* project, const std::strin
 
 void jsAnalysis(std::string_view bytes) { analyze(JSFamilyPlugin(), "js-project", "src/fuzzed.tsx", bytes); }
 
-void pythonAnalysis(std::string_view bytes) { analyze(PythonPlugin(), "python-project", "shop/checkout/fuzzed.py", bytes); }
+void pythonAnalysis(std::string_view bytes) {
+    analyze(PythonPlugin(), "python-project", "shop/checkout/fuzzed.py", bytes);
+}
 
 void pythonImportStatement(std::string_view bytes) {
     std::string root = appendPathComponent(fixturesDir(), "python-project");

@@ -129,10 +129,10 @@ for round in $(seq 1 "$rounds"); do
   use_setting "$setting"
   ok=1
   scan_and_kill "$cache" discoveringFiles 40 && verify "the cache gate"
-  scan_and_kill "$cache" parsing 2500 && verify "parsing"
-  scan_and_kill "$cache" linking 600 && verify "linking"
+  scan_and_kill "$cache" parsing 2000 && verify "parsing"
+  scan_and_kill "$cache" linking 150 && verify "linking"
   scan "$cache" "$work/out.json"
-  scan_and_kill "$cache" parsing 1500 && verify "a warm scan"
+  scan_and_kill "$cache" parsing 300 && verify "a warm scan"
   if [ "$ok" -eq 1 ]; then
     echo "round $round (setting $setting): ok"
   else

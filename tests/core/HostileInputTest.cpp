@@ -164,7 +164,8 @@ TEST(HostileInput, FilesThatVanishOrCannotBeReadFailTheScanByName) {
         fs::create_symlink(target, path);
         auto result = runCommand({VANTREL_CLI_PATH, "scan", root, "--cache-dir", dir / "cache", "--quiet"});
         EXPECT_EQ(result.exitCode, 1);
-        EXPECT_EQ(result.err.rfind("vantrel-cli scan: scan failed: Could not read " + path + ": ", 0), 0u) << result.err;
+        EXPECT_EQ(result.err.rfind("vantrel-cli scan: scan failed: Could not read " + path + ": ", 0), 0u)
+            << result.err;
         EXPECT_EQ(std::count(result.err.begin(), result.err.end(), '\n'), 1) << result.err;
         fs::remove(path);
     }

@@ -29,7 +29,8 @@ JSEnclosingScope::JSEnclosingScope(TSNode root, std::u16string_view source, std:
     : root_(root), source_(source), fileRelPath_(fileRelPath) {}
 
 std::optional<std::string> JSEnclosingScope::symbolIdFor(TSNode node) {
-    if (ts_node_start_byte(node) < ts_node_end_byte(node)) {
+    // Only error nodes hold long flat lists of children; in an intact tree the chain is cheaper.
+    if (ts_node_has_error(root_) && ts_node_start_byte(node) < ts_node_end_byte(node)) {
         if (!callOwners_) indexCalls();
         if (auto it = callOwners_->find(node.id); it != callOwners_->end()) return idOf(it->second);
     }

@@ -17,15 +17,15 @@
 
 namespace vantrel {
 
-// Answers the caller rule for many nodes of one tree. Calls, the nodes the call pass asks
-// about, are answered from an index that one pre-order walk builds on the first question:
-// any order of questions costs the same, and a broken file whose error node holds 100,000
-// children does not make each answer search those children again. Other nodes climb an
-// ancestor chain kept from one question to the next, where every level carries the answer
-// of a climb starting there; nodes asked for in document order move it by a few levels.
-// (A ts_node_parent loop would search down from the root at every step: quadratic in the
-// depth, seconds for one call 10,000 brackets deep.) Nothing here recurses. The tree and
-// the text must outlive the object.
+// Answers the caller rule for many nodes of one tree. Nodes climb an ancestor chain kept
+// from one question to the next, where every level carries the answer of a climb starting
+// there; nodes asked for in document order move it by a few levels, so each answer costs
+// next to nothing even in files nested 100,000 levels deep. (A ts_node_parent loop would
+// search down from the root at every step: quadratic in the depth, seconds for one call
+// 10,000 brackets deep.) In a tree with syntax errors, calls are answered from an index
+// that one pre-order walk builds on the first question instead: an error node may hold
+// 100,000 children in a flat list, which each descent of the chain would search again.
+// Nothing here recurses. The tree and the text must outlive the object.
 class JSEnclosingScope {
 public:
     JSEnclosingScope(TSNode root, std::u16string_view source, std::string_view fileRelPath);

@@ -122,7 +122,10 @@ std::uint64_t errorSiblingScanSteps(TSNode root, std::uint64_t stopAbove) {
                 } while (ts_tree_cursor_goto_next_sibling(&children));
             }
         }
-        if (ts_tree_cursor_goto_first_child(&cursor) || ts_tree_cursor_goto_next_sibling(&cursor)) continue;
+        // Error nodes lie only below nodes that have an error: intact code costs one step.
+        if ((ts_node_has_error(node) && ts_tree_cursor_goto_first_child(&cursor)) ||
+            ts_tree_cursor_goto_next_sibling(&cursor))
+            continue;
         more = false;
         while (ts_tree_cursor_goto_parent(&cursor)) {
             if (ts_tree_cursor_goto_next_sibling(&cursor)) {
