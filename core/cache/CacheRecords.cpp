@@ -143,12 +143,15 @@ IdSet readIdSet(JsonReader& reader) {
     return ids;
 }
 
-Symbol readSymbol(JsonReader& reader) {
-    Symbol symbol;
+// Into `symbol`, whose strings keep their capacity when it is reused as scratch.
+void readSymbol(JsonReader& reader, Symbol& symbol) {
+    symbol.refsIn.clear();
+    symbol.refsOut.clear();
     static constexpr std::array<std::string_view, 5> kKeys{"id", "kind", "range", "refsIn", "refsOut"};
     readObject(reader, kKeys, [&](const std::string& key) {
         if (key == "id") {
-            symbol.id = readStringValue(reader);
+            if (reader.peek() != JsonReader::Type::string) throw DecodeError("expected a string");
+            reader.readString(symbol.id);
         } else if (key == "kind") {
             auto kind = symbolKindFromRaw(readStringValue(reader));
             if (!kind) throw DecodeError("unknown kind");
@@ -174,7 +177,6 @@ Symbol readSymbol(JsonReader& reader) {
         }
         return true;
     });
-    return symbol;
 }
 
 ResolutionDiagnostic readDiagnostic(JsonReader& reader) {
@@ -235,39 +237,58 @@ std::string encodeFileRecord(const CachedFileResult& record) {
     return out;
 }
 
-std::optional<CachedFileResult> decodeFileRecord(std::string_view bytes) {
+std::optional<CachedFileResult> decodeFileRecord(std::string_view bytes, RecordFields keep) {
+    const bool keepSymbols = keep != RecordFields::links;
+    const bool keepLinks = keep != RecordFields::symbols;
     try {
         JsonReader reader(bytes);
         CachedFileResult record;
+        // Fields the caller does not keep are read all the same, into scratch values that
+        // are reused, so the record is readable or not whatever part of it is kept.
+        Symbol scratchSymbol;
+        CachedCallSite scratchCall;
+        std::string scratchPath;
         static constexpr std::array<std::string_view, 5> kKeys{"calls", "diagnostics", "fileHash", "imports", "symbols"};
         readObject(reader, kKeys, [&](const std::string& key) {
             if (key == "fileHash") {
                 record.fileHash = readStringValue(reader);
             } else if (key == "symbols") {
                 record.symbols.clear();
-                readArray(reader, [&] { record.symbols.push_back(readSymbol(reader)); });
+                readArray(reader, [&] {
+                    readSymbol(reader, scratchSymbol);
+                    if (keepSymbols) record.symbols.push_back(std::move(scratchSymbol));
+                });
             } else if (key == "imports") {
                 record.imports.clear();
                 std::string name;
                 if (reader.peek() != JsonReader::Type::object) throw DecodeError("expected an object");
                 reader.beginObject();
-                while (reader.nextKey(name)) record.imports.insert_or_assign(name, readStringValue(reader));
+                while (reader.nextKey(name)) {
+                    if (reader.peek() != JsonReader::Type::string) throw DecodeError("expected a string");
+                    reader.readString(scratchPath);
+                    if (keepLinks) record.imports.insert_or_assign(name, scratchPath);
+                }
             } else if (key == "calls") {
                 record.calls.clear();
                 readArray(reader, [&] {
-                    CachedCallSite call;
                     static constexpr std::array<std::string_view, 2> kCall{"callerId", "calleeName"};
                     readObject(reader, kCall, [&](const std::string& field) {
-                        if (field == "callerId") call.callerId = readStringValue(reader);
-                        else if (field == "calleeName") call.calleeName = readStringValue(reader);
-                        else return false;
+                        std::string* target = field == "callerId"     ? &scratchCall.callerId
+                                              : field == "calleeName" ? &scratchCall.calleeName
+                                                                      : nullptr;
+                        if (!target) return false;
+                        if (reader.peek() != JsonReader::Type::string) throw DecodeError("expected a string");
+                        reader.readString(*target);
                         return true;
                     });
-                    record.calls.push_back(std::move(call));
+                    if (keepLinks) record.calls.push_back(std::move(scratchCall));
                 });
             } else if (key == "diagnostics") {
                 record.diagnostics.clear();
-                readArray(reader, [&] { record.diagnostics.push_back(readDiagnostic(reader)); });
+                readArray(reader, [&] {
+                    ResolutionDiagnostic diagnostic = readDiagnostic(reader);
+                    if (keepSymbols) record.diagnostics.push_back(std::move(diagnostic));
+                });
             } else {
                 return false;
             }

@@ -102,9 +102,11 @@ void ProjectCache::saveMeta(const ProjectCacheMeta& meta, std::string_view proje
     }
 }
 
-std::optional<CachedFileResult> ProjectCache::loadFile(std::string_view projectRoot, std::string_view relPath) const {
+std::optional<CachedFileResult> ProjectCache::loadFile(std::string_view projectRoot, std::string_view relPath,
+                                                      RecordFields keep) const {
     try {
-        return loadRecord<CachedFileResult>(fileRecordURL(projectRoot, relPath), decodeFileRecord);
+        return loadRecord<CachedFileResult>(fileRecordURL(projectRoot, relPath),
+                                            [keep](std::string_view bytes) { return decodeFileRecord(bytes, keep); });
     } catch (...) {
         return std::nullopt;
     }

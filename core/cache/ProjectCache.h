@@ -42,9 +42,14 @@ struct CacheKey {
     std::optional<std::string> tsconfigHash;
 };
 
+// What a reader of a file record keeps: the scan's merge needs `fileHash`, `symbols` and
+// `diagnostics`, its link phase `calls` and `imports`. The fields left out stay empty;
+// they are still read and checked, so a record decodes or fails alike for every choice.
+enum class RecordFields { all, symbols, links };
+
 // Record encodings (compact, sorted keys, "/" written as "\/") and strict decoders.
 std::string encodeFileRecord(const CachedFileResult& record);
-std::optional<CachedFileResult> decodeFileRecord(std::string_view bytes);
+std::optional<CachedFileResult> decodeFileRecord(std::string_view bytes, RecordFields keep = RecordFields::all);
 std::string encodeMeta(const ProjectCacheMeta& meta);
 std::optional<ProjectCacheMeta> decodeMeta(std::string_view bytes);
 std::string encodeCacheKey(const CacheKey& key);
@@ -69,7 +74,8 @@ public:
     std::optional<std::string> cacheRootURL() const;
     std::optional<ProjectCacheMeta> loadMeta(std::string_view projectRoot) const;
     void saveMeta(const ProjectCacheMeta& meta, std::string_view projectRoot) const;
-    std::optional<CachedFileResult> loadFile(std::string_view projectRoot, std::string_view relPath) const;
+    std::optional<CachedFileResult> loadFile(std::string_view projectRoot, std::string_view relPath,
+                                             RecordFields keep = RecordFields::all) const;
     void saveFile(const CachedFileResult& record, std::string_view projectRoot, std::string_view relPath) const;
     void invalidateProject(std::string_view projectRoot) const;
     void clearAll() const;

@@ -35,7 +35,10 @@ std::optional<CachedFileResult> parseAndCache(const EnumeratedFile& file, const 
     if (!bytes) throw ScanError(ScanError::Kind::readFailed, file.path, readError);
 
     std::string fileHash = sha256Hex(*bytes);
-    if (auto cached = context.cache.loadFile(context.root, file.relPath); cached && cached->fileHash == fileHash) {
+    // The link phase reads the record again for its calls and imports: here only what the
+    // merge takes is kept.
+    if (auto cached = context.cache.loadFile(context.root, file.relPath, RecordFields::symbols);
+        cached && cached->fileHash == fileHash) {
         if (context.stats) ++context.stats->fromCache;
         return cached;
     }

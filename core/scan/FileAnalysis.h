@@ -44,8 +44,10 @@ struct AnalysisLimits {
 FileAnalysisResult analyzeSource(const LanguagePlugin& plugin, const EnumeratedFile& file, std::u16string_view text,
                                  const std::string& root, const TSConfigResolver* tsconfig);
 
-// Nothing when no plugin takes the file's extension. Throws ScanError when cancelled,
-// when the file cannot be read, or when the parser gives no tree.
+// The file's record, from the cache when its hash matches (then with only the fields of
+// RecordFields::symbols), else freshly analysed and saved. Nothing when no plugin takes
+// the file's extension. Throws ScanError when cancelled, when the file cannot be read,
+// or when the parser gives no tree.
 std::optional<CachedFileResult> parseAndCache(const EnumeratedFile& file, const FileAnalysisContext& context);
 
 }  // namespace vantrel

@@ -218,7 +218,7 @@ private:
         const ProjectCache& cache = scanner_.cache();
         for (std::size_t i = 0; i < files.size(); ++i) {
             pool_->post([&, i] {
-                auto record = cache.loadFile(root_, files[i].relPath);
+                auto record = cache.loadFile(root_, files[i].relPath, RecordFields::links);
                 std::lock_guard lock(mutex);
                 records[i] = std::move(record);
                 ready[i] = 1;

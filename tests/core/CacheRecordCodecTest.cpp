@@ -51,6 +51,18 @@ TEST(CacheRecordCodec, MatchesTheDocumentWriterAndRoundTrips) {
     ASSERT_TRUE(spaced);
     EXPECT_EQ(spaced->imports.at("k"), "p\u00e4/q");
     EXPECT_FALSE(spaced->diagnostics.at(0).suggestion);
+
+    // The scan's two readers each keep their half; together they make up the record.
+    auto merged = decodeFileRecord(encoded, RecordFields::symbols);
+    auto linked = decodeFileRecord(encoded, RecordFields::links);
+    ASSERT_TRUE(merged && linked);
+    EXPECT_EQ(merged->fileHash, record.fileHash);
+    EXPECT_EQ(merged->symbols, record.symbols);
+    EXPECT_EQ(merged->diagnostics, record.diagnostics);
+    EXPECT_TRUE(merged->calls.empty() && merged->imports.empty());
+    EXPECT_EQ(linked->calls, record.calls);
+    EXPECT_EQ(linked->imports, record.imports);
+    EXPECT_TRUE(linked->symbols.empty() && linked->diagnostics.empty());
 }
 
 TEST(CacheRecordCodec, RefusesAnythingElse) {
@@ -64,10 +76,17 @@ TEST(CacheRecordCodec, RefusesAnythingElse) {
         replaceAll(good, "\"fileHash\":\"", "\"fileHash\":[\""),          // wrong type
         R"({"calls": [], "diagnostics": [], "fileHash": "h", "imports": {}, "symbols": null})",
         R"({"calls": [], "diagnostics": [], "fileHash": "h\ud800", "imports": {}, "symbols": []})",
+        R"({"calls": [{"calleeName": 1, "callerId": "a"}], "diagnostics": [], "fileHash": "h", "imports": {}, "symbols": []})",
+        R"({"calls": [{"callerId": "a"}], "diagnostics": [], "fileHash": "h", "imports": {}, "symbols": []})",
+        R"({"calls": [], "diagnostics": [], "fileHash": "h", "imports": {"a": null}, "symbols": []})",
+        R"({"calls": [], "diagnostics": [{"importerPath": "a", "importPath": "b", "reason": "gone"}], "fileHash": "h", "imports": {}, "symbols": []})",
         "",
         "[]",
     };
-    for (const auto& text : refused) EXPECT_FALSE(decodeFileRecord(text)) << text;
+    // A reader that keeps only part of a record still refuses a record damaged in the other
+    // part: the merge and the link phase must agree on which records are readable.
+    for (RecordFields keep : {RecordFields::all, RecordFields::symbols, RecordFields::links})
+        for (const auto& text : refused) EXPECT_FALSE(decodeFileRecord(text, keep)) << text;
     // Integral numbers count as integers, as for the document reader.
     EXPECT_TRUE(decodeFileRecord(replaceAll(good, "\"startLine\":10", "\"startLine\":10.0")));
 }

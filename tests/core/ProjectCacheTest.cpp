@@ -147,19 +147,24 @@ TEST(ProjectCache, ConcurrentWritersOfAFreshProject) {
     TempDir support;
     ProjectCache cache(support.path());
     auto relPath = [](int t, int i) { return "src/" + std::to_string(t) + "/" + std::to_string(i) + ".ts"; };
-    std::vector<std::thread> threads;
-    for (int t = 0; t < 4; ++t)
-        threads.emplace_back([&, t] {
-            for (int i = 0; i < 25; ++i) {
-                CachedFileResult record = sampleRecord();
-                record.fileHash = relPath(t, i);
-                cache.saveFile(record, kRoot, relPath(t, i));
-            }
-        });
-    for (auto& thread : threads) thread.join();
-    for (int t = 0; t < 4; ++t)
-        for (int i = 0; i < 25; ++i) EXPECT_EQ(cache.loadFile(kRoot, relPath(t, i))->fileHash, relPath(t, i));
-    EXPECT_EQ(listing(*cache.projectDirURL(kRoot) + "/files").size(), 100u);  // no temporary files left
+    // The first round makes new records, the second replaces them: the two ways a write
+    // takes its name.
+    for (std::string round : {"new-", "again-"}) {
+        std::vector<std::thread> threads;
+        for (int t = 0; t < 4; ++t)
+            threads.emplace_back([&, t] {
+                for (int i = 0; i < 25; ++i) {
+                    CachedFileResult record = sampleRecord();
+                    record.fileHash = round + relPath(t, i);
+                    cache.saveFile(record, kRoot, relPath(t, i));
+                }
+            });
+        for (auto& thread : threads) thread.join();
+        for (int t = 0; t < 4; ++t)
+            for (int i = 0; i < 25; ++i)
+                EXPECT_EQ(cache.loadFile(kRoot, relPath(t, i))->fileHash, round + relPath(t, i));
+        EXPECT_EQ(listing(*cache.projectDirURL(kRoot) + "/files").size(), 100u);  // no temporary files left
+    }
 }
 
 TEST(CacheKey, EncodingHashAndTsconfig) {
