@@ -41,9 +41,23 @@ public:
 
 private:
     [[noreturn]] void fail(const std::string& what) const;
-    void skipWhitespace();
-    char next();
-    void expect(char c);
+    // Inline, since every token passes through them: records are compact, so the usual
+    // case is a token that starts right here.
+    void skipWhitespace() {
+        if (pos_ < text_.size() && static_cast<unsigned char>(text_[pos_]) > ' ') return;
+        skipWhitespaceRun();
+    }
+    char next() {
+        skipWhitespace();
+        if (pos_ >= text_.size()) fail("unexpected end");
+        return text_[pos_];
+    }
+    void expect(char c) {
+        if (next() != c) failExpected(c);
+        ++pos_;
+    }
+    void skipWhitespaceRun();
+    [[noreturn]] void failExpected(char c) const;
     std::string_view numberText();
     void expectLiteral(std::string_view literal);
     void afterValue();
