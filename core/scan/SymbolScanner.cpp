@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <condition_variable>
+#include <exception>
 #include <mutex>
 #include <thread>
 
@@ -165,13 +166,14 @@ private:
         for (std::size_t received = 0; received < files.size(); ++received) {
             Outcome outcome = outcomes.pop();
             if (failure) continue;
-            if (outcome.error) {
-                failure = outcome.error;
-                continue;
+            try {
+                if (outcome.error) std::rethrow_exception(outcome.error);
+                ++processed_;
+                report(ScanPhase::parsing, processed_, outcome.file->relPath);
+                if (outcome.result) merge(std::move(*outcome.result));
+            } catch (...) {
+                failure = std::current_exception();
             }
-            ++processed_;
-            report(ScanPhase::parsing, processed_, outcome.file->relPath);
-            if (outcome.result) merge(std::move(*outcome.result));
         }
         if (failure) std::rethrow_exception(failure);
     }
@@ -210,43 +212,68 @@ private:
         }
     }
 
+    // The workers read each record and resolve its calls, which only reads the graph's
+    // keys and the name index; the edges go into the graph here, in walk order. Adding
+    // an edge changes a symbol's reference sets, never the set of symbols.
     void linkWindow(const std::vector<EnumeratedFile>& files, const SymbolNameIndex& nameIndex, std::int64_t& linked) {
-        std::vector<std::optional<CachedFileResult>> records(files.size());
-        std::vector<char> ready(files.size(), 0);
+        struct Resolved {
+            std::vector<std::pair<std::string, std::string>> edges;
+            std::exception_ptr error;
+            bool ready = false;
+        };
+        std::vector<Resolved> resolved(files.size());
         std::mutex mutex;
-        std::condition_variable loaded;
+        std::condition_variable done;
         const ProjectCache& cache = scanner_.cache();
         for (std::size_t i = 0; i < files.size(); ++i) {
             pool_->post([&, i] {
-                auto record = cache.loadFile(root_, files[i].relPath, RecordFields::links);
+                Resolved result;
+                try {
+                    if (auto record = cache.loadFile(root_, files[i].relPath, RecordFields::links))
+                        result.edges = resolveCalls(*record, files[i].relPath, nameIndex);
+                } catch (...) {
+                    result.error = std::current_exception();
+                }
+                result.ready = true;
                 std::lock_guard lock(mutex);
-                records[i] = std::move(record);
-                ready[i] = 1;
-                loaded.notify_all();
+                resolved[i] = std::move(result);
+                done.notify_all();
             });
         }
-        // Every load is waited for, also when wiring throws, since they write into this frame.
+        // Every task is waited for, also after a failure, since they write into this frame.
+        std::exception_ptr failure;
         for (std::size_t i = 0; i < files.size(); ++i) {
-            ++linked;
-            report(ScanPhase::linking, linked, files[i].relPath);
-            std::optional<CachedFileResult> record;
+            Resolved result;
             {
                 std::unique_lock lock(mutex);
-                loaded.wait(lock, [&] { return ready[i] != 0; });
-                record = std::move(records[i]);
+                done.wait(lock, [&] { return resolved[i].ready; });
+                result = std::move(resolved[i]);
             }
-            if (record) wire(*record, files[i].relPath, nameIndex);
-            if (linked % 500 == 0) std::this_thread::yield();
+            if (failure) continue;
+            try {
+                if (result.error) std::rethrow_exception(result.error);
+                ++linked;
+                report(ScanPhase::linking, linked, files[i].relPath);
+                for (const auto& [caller, callee] : result.edges) link(caller, callee, ir_);
+                if (linked % 500 == 0) std::this_thread::yield();
+            } catch (...) {
+                failure = std::current_exception();
+            }
         }
+        if (failure) std::rethrow_exception(failure);
     }
 
-    void wire(const CachedFileResult& record, const std::string& relPath, const SymbolNameIndex& nameIndex) {
+    std::vector<std::pair<std::string, std::string>> resolveCalls(const CachedFileResult& record,
+                                                                  const std::string& relPath,
+                                                                  const SymbolNameIndex& nameIndex) const {
+        std::vector<std::pair<std::string, std::string>> edges;
         for (const auto& call : record.calls) {
             if (!ir_.symbols.count(call.callerId)) continue;
             std::string current = symbolFilePath(call.callerId).value_or(relPath);
-            auto callee = resolveCalleeId(call.calleeName, record.imports, current, nameIndex);
-            if (callee) link(call.callerId, *callee, ir_);
+            if (auto callee = resolveCalleeId(call.calleeName, record.imports, current, nameIndex))
+                edges.emplace_back(call.callerId, std::move(*callee));
         }
+        return edges;
     }
 
     static constexpr std::size_t kLinkWindow = 256;
