@@ -15,8 +15,8 @@ public:
     // The Python grammar, whatever the extension.
     const TSLanguage* language(std::string_view fileExtension) const override;
 
-    // Three passes: declarations, imports, calls. The tsconfig is not used. A query that
-    // does not compile leaves its pass out; the import pass needs no query and always runs.
+    // Three passes over what one walk of the tree gathers: declarations, imports, calls.
+    // The tsconfig is not used.
     FileAnalysisResult analyzeFile(const AnalysisInput& input) const override;
 };
 

@@ -4,6 +4,7 @@
 
 #include <tree_sitter/api.h>
 
+#include <cstdint>
 #include <memory>
 #include <optional>
 #include <stdexcept>
@@ -109,15 +110,19 @@ private:
     std::uint16_t count_;
 };
 
+// The engine keeps a match's start depth in 16 bits: matches whose root lies deeper
+// (counted in visible nodes below the walk's root) are never reported, also by the
+// walks that stand in for queries. Deeper starts also left stale states behind that made
+// deeply nested input take quadratic time.
+inline constexpr std::uint32_t kMaxMatchStartDepth = UINT16_MAX;
+
 // Runs the query over the whole tree with a cursor of its own and hands each raw match
 // to `visit` in the order the cursor delivers them; a match's captures live until the
 // next one arrives.
 template <typename Visit>
 void forEachRawMatch(const SharedQuery& query, TSNode root, Visit&& visit) {
     TSQueryCursor* cursor = ts_query_cursor_new();
-    // The engine keeps a match's start depth in 16 bits: deeper starts never match and
-    // their stale states made deeply nested input take quadratic time.
-    ts_query_cursor_set_max_start_depth(cursor, UINT16_MAX);
+    ts_query_cursor_set_max_start_depth(cursor, kMaxMatchStartDepth);
     ts_query_cursor_exec(cursor, query.query(), root);
     TSQueryMatch match;
     while (ts_query_cursor_next_match(cursor, &match)) visit(static_cast<const TSQueryMatch&>(match));

@@ -9,30 +9,33 @@
 
 namespace vantrel {
 
-// Visits `root` and every visible node below it in pre-order, in document order, with
-// an explicit stack of pending nodes. `visit(node, inherited)` gets the value that the
-// visit of the node's parent returned (`rootValue` for the root) and returns the value
-// that the node's own children inherit.
+// Visits `root` and every visible node below it in pre-order, in document order.
+// `visit(node, inherited)` gets the value that the visit of the node's parent returned
+// (`rootValue` for the root) and returns the value that the node's own children inherit.
+// One cursor moves down, across and up the tree: each step is constant time, and the
+// values of the nodes on the way down from the root are all that is kept.
 template <typename Value, typename Visit>
 void walkPreOrder(TSNode root, Value rootValue, Visit&& visit) {
-    std::vector<std::pair<TSNode, Value>> stack;
-    stack.emplace_back(root, std::move(rootValue));
-    std::vector<TSNode> children;
-    // One cursor lists the children of each node in time linear in their number;
-    // ts_node_child would rescan the siblings for every index.
     TSTreeCursor cursor = ts_tree_cursor_new(root);
-    while (!stack.empty()) {
-        auto [node, inherited] = std::move(stack.back());
-        stack.pop_back();
-        Value value = visit(node, inherited);
-        children.clear();
-        ts_tree_cursor_reset(&cursor, node);
+    std::vector<Value> handedDown;  // what each node on the cursor's path hands down
+    handedDown.push_back(visit(root, rootValue));
+    while (!handedDown.empty()) {
         if (ts_tree_cursor_goto_first_child(&cursor)) {
-            do children.push_back(ts_tree_cursor_current_node(&cursor));
-            while (ts_tree_cursor_goto_next_sibling(&cursor));
+            Value value = visit(ts_tree_cursor_current_node(&cursor), handedDown.back());
+            handedDown.push_back(std::move(value));
+            continue;
         }
-        // Last child first, so that the first child is popped next.
-        for (auto it = children.rbegin(); it != children.rend(); ++it) stack.emplace_back(*it, value);
+        // Leave the node for its next sibling, else climb until an ancestor has one.
+        while (true) {
+            handedDown.pop_back();
+            if (handedDown.empty()) break;  // left the root
+            if (ts_tree_cursor_goto_next_sibling(&cursor)) {
+                Value value = visit(ts_tree_cursor_current_node(&cursor), handedDown.back());
+                handedDown.push_back(std::move(value));
+                break;
+            }
+            ts_tree_cursor_goto_parent(&cursor);
+        }
     }
     ts_tree_cursor_delete(&cursor);
 }
