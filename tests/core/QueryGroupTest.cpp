@@ -6,6 +6,7 @@
 #include <random>
 
 #include "languages/js/JSFamilyQueries.h"
+#include "languages/js/JSFamilySyntax.h"
 #include "languages/python/PythonQueries.h"
 #include "languages/python/PythonSyntax.h"
 #include "languages/syntax/Grammars.h"
@@ -92,6 +93,42 @@ std::vector<std::string> captureNames(const SharedQuery& query) {
     return names;
 }
 
+// Cut-down copies of `texts` (deterministic): error recovery builds trees no tidy file has.
+void addCutDownCopies(std::vector<std::u16string>& texts, std::size_t count) {
+    std::mt19937 random(20261123);
+    const std::size_t intact = texts.size();
+    for (std::size_t i = 0; i < count; ++i) {
+        std::u16string text = texts[random() % intact];
+        for (int cuts = 0; cuts < 3 && !text.empty(); ++cuts) {
+            std::size_t at = random() % text.size();
+            text.erase(at, std::min<std::size_t>(random() % 40, text.size() - at));
+        }
+        texts.push_back(std::move(text));
+    }
+}
+
+// The one walk of JS family analysis against the four queries it stands in for.
+void expectJSWalkAsQueries(const std::u16string& text, const std::string& label) {
+    auto tree = SyntaxTree::parse(tree_sitter_tsx(), text);
+    ASSERT_TRUE(tree);
+    JSFamilySyntax syntax = walkJSFamilySyntax(tree->root());
+    const std::pair<const RecordedMatches*, std::string_view> passes[] = {
+        {&syntax.declarations, jsqueries::kDeclarations},
+        {&syntax.arrowFunctions, jsqueries::kArrowFunctions},
+        {&syntax.imports, jsqueries::kImports},
+        {&syntax.calls, jsqueries::kCalls}};
+    for (const auto& [walked, source] : passes) {
+        const SharedQuery* query = SharedQuery::get(tree_sitter_tsx(), source);
+        ASSERT_TRUE(query);
+        auto names = captureNames(*query);
+        auto fromWalk = describe([&](auto&& v) { walked->forEach(v); },
+                                 [&](const std::string& n) { return walked->captureIndex(n); }, names);
+        auto fromQuery = describe([&](auto&& v) { forEachMatch(*query, tree->root(), v); },
+                                  [&](const std::string& n) { return query->captureIndex(n); }, names);
+        ASSERT_EQ(fromWalk, fromQuery) << label << "\n" << source;
+    }
+}
+
 // The one walk of Python analysis against the queries it stands in for, and its import
 // statements and scopes against a plain walk of the tree.
 void expectPythonWalkAsQueries(const std::u16string& text, const std::string& label) {
@@ -137,22 +174,38 @@ TEST(PythonSyntax, OneWalkFindsWhatTheQueriesFind) {
         "            try:\n                import json\n            except ImportError:\n                pass\n"
         "def match(print):\n    print(match(exec()))\n    return a.b.c.d()\n"
         "def (broken:\n    call_in_error()\nclass :\n    x = y(\nimport z\nw.v(\n"));
-    // Cut-down copies: error recovery builds trees no tidy file has.
-    std::mt19937 random(20261123);
-    const std::size_t intact = texts.size();
-    for (std::size_t i = 0; i < 300; ++i) {
-        std::u16string text = texts[random() % intact];
-        for (int cuts = 0; cuts < 3 && !text.empty(); ++cuts) {
-            std::size_t at = random() % text.size();
-            text.erase(at, std::min<std::size_t>(random() % 40, text.size() - at));
-        }
-        texts.push_back(std::move(text));
-    }
+    addCutDownCopies(texts, 300);
     for (std::size_t i = 0; i < texts.size(); ++i) expectPythonWalkAsQueries(texts[i], "text " + std::to_string(i));
 
     // Matches whose root lies deeper than the engine counts are not reported by either.
     std::u16string deep = u"def f():\n    x = " + std::u16string(66000, u'(') + u"g()" + std::u16string(66000, u')');
     expectPythonWalkAsQueries(deep, "deep");
+}
+
+TEST(JSFamilySyntax, OneWalkFindsWhatTheQueriesFind) {
+    std::vector<std::u16string> texts;
+    for (const char* root : {VANTREL_FIXTURES_DIR, VANTREL_SAMPLE_PROJECT_DIR})
+        for (const auto& entry : fs::recursive_directory_iterator(root)) {
+            std::string ext = entry.path().extension().string();
+            if (entry.is_regular_file() && (ext == ".ts" || ext == ".tsx" || ext == ".js" || ext == ".jsx"))
+                if (auto text = utf8ToUtf16(readWholeFile(entry.path()).value_or(""))) texts.push_back(*text);
+        }
+    ASSERT_GT(texts.size(), 20u);
+    // Shapes the fixtures may lack: several declarators, destructuring, var and let,
+    // nested arrows, calls of calls, imports of every form and inside broken code.
+    texts.push_back(*utf8ToUtf16(
+        "import def, * as ns from 'a'\nimport d2, { e, f as g, default as h } from \"./b\"\nimport './side'\n"
+        "import type { T } from './types'\nexport { x } from './x'\n"
+        "const a = () => 1, b = 2, c = () => d(), { e2 } = () => f2\nvar v = () => w(), u = async () => await z()\n"
+        "let l = (() => () => m())()\nfunction outer() { function inner() { g()()(h()) } class K { #p() {} q() { r() } "
+        "static s = () => t() } }\nexport default function () { u2() }\nconst o = { m() { n() }, k: () => j() }\n"
+        "function (x { y(); const z = () => \nimport { broken from 'q'\nclass { m2( { n2() }"));
+    addCutDownCopies(texts, 300);
+    for (std::size_t i = 0; i < texts.size(); ++i) expectJSWalkAsQueries(texts[i], "text " + std::to_string(i));
+
+    std::u16string deep = u"function f() { x = " + std::u16string(66000, u'(') + u"g()" +
+                          std::u16string(66000, u')') + u" }";
+    expectJSWalkAsQueries(deep, "deep");
 }
 
 }  // namespace

@@ -1,7 +1,7 @@
 #include "languages/js/JSFamilyPlugin.h"
 
 #include "languages/js/JSEnclosingScope.h"
-#include "languages/js/JSFamilyQueries.h"
+#include "languages/js/JSFamilySyntax.h"
 #include "languages/syntax/CommonPasses.h"
 #include "languages/syntax/Grammars.h"
 #include "languages/syntax/SyntaxTree.h"
@@ -12,7 +12,7 @@ namespace vantrel {
 
 namespace {
 
-void collectImports(const PassMatches::Feed& feed, const AnalysisInput& input, FileAnalysisResult& result) {
+void collectImports(const RecordedMatches& feed, const AnalysisInput& input, FileAnalysisResult& result) {
     int sourceIndex = feed.captureIndex("import_source");
     int nameIndex = feed.captureIndex("import_name");
     int aliasIndex = feed.captureIndex("import_alias");
@@ -56,30 +56,22 @@ const TSLanguage* JSFamilyPlugin::language(std::string_view) const {
 
 FileAnalysisResult JSFamilyPlugin::analyzeFile(const AnalysisInput& input) const {
     FileAnalysisResult result;
-    PassMatches matches(tree_sitter_tsx(),
-                        {jsqueries::kDeclarations, jsqueries::kArrowFunctions, jsqueries::kImports, jsqueries::kCalls},
-                        input.root);
-    if (auto feed = matches.feed(0)) {
-        collectDeclarations(*feed, input,
-                            [](std::uint16_t pattern, TSNode, const std::string& name) -> std::optional<SymbolKind> {
-                                return pattern != 0 ? SymbolKind::method : classifyFunction(name);
-                            },
-                            result.symbols);
-    }
-    if (auto feed = matches.feed(1)) {
-        collectDeclarations(
-            *feed, input,
-            [](std::uint16_t, TSNode, const std::string& name) -> std::optional<SymbolKind> {
-                return classifyFunction(name);
-            },
-            result.symbols);
-    }
-    if (auto feed = matches.feed(2)) collectImports(*feed, input, result);
-    if (auto feed = matches.feed(3)) {
-        // A call outside every declaration (module top level, class field arrows) is dropped.
-        JSEnclosingScope scope(input.root, input.source, input.fileRelPath);
-        collectCallSites(*feed, input, [&](TSNode call) { return scope.symbolIdFor(call); }, result.calls);
-    }
+    JSFamilySyntax syntax = walkJSFamilySyntax(input.root);
+    collectDeclarations(syntax.declarations, input,
+                        [](std::uint16_t pattern, TSNode, const std::string& name) -> std::optional<SymbolKind> {
+                            return pattern != 0 ? SymbolKind::method : classifyFunction(name);
+                        },
+                        result.symbols);
+    collectDeclarations(
+        syntax.arrowFunctions, input,
+        [](std::uint16_t, TSNode, const std::string& name) -> std::optional<SymbolKind> {
+            return classifyFunction(name);
+        },
+        result.symbols);
+    collectImports(syntax.imports, input, result);
+    // A call outside every declaration (module top level, class field arrows) is dropped.
+    JSEnclosingScope scope(input.root, input.source, input.fileRelPath);
+    collectCallSites(syntax.calls, input, [&](TSNode call) { return scope.symbolIdFor(call); }, result.calls);
     return result;
 }
 

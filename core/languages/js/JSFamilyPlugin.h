@@ -20,8 +20,8 @@ public:
     std::vector<std::string> fileExtensions() const override;  // js, jsx, ts, tsx
     const TSLanguage* language(std::string_view fileExtension) const override;  // tsx, always
 
-    // Four passes in this order: declarations, arrow functions, imports, calls. The
-    // queries are compiled once per process; one that does not compile leaves its pass out.
+    // Four passes in this order: declarations, arrow functions, imports, calls, over the
+    // matches of the four queries (JSFamilyQueries.h) as one walk of the tree finds them.
     FileAnalysisResult analyzeFile(const AnalysisInput& input) const override;
 };
 

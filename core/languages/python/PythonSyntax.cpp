@@ -2,6 +2,7 @@
 
 #include "languages/syntax/Grammars.h"
 #include "languages/syntax/SyntaxTree.h"
+#include "languages/syntax/TreeWalk.h"
 
 namespace vantrel {
 
@@ -56,9 +57,8 @@ PythonSyntax walkPythonSyntax(TSNode root, std::u16string_view source, std::stri
     const int callee = syntax.calls.captureIndex("callee");
     const int call = syntax.calls.captureIndex("call");
 
-    TSTreeCursor cursor = ts_tree_cursor_new(root);
     std::vector<Step> path;  // the root first, the cursor's node last
-    auto enter = [&](TSNode node) {
+    auto enter = [&](TSNode node, const TSTreeCursor& cursor) {
         const Step* parent = path.empty() ? nullptr : &path.back();
         TSSymbol symbol = ts_node_symbol(node);
         TSFieldId field = parent && names.fieldsMatter(parent->symbol) ? ts_tree_cursor_current_field_id(&cursor) : 0;
@@ -83,24 +83,7 @@ PythonSyntax walkPythonSyntax(TSNode root, std::u16string_view source, std::stri
         path.push_back(Step{node, symbol, field, scope});
     };
 
-    enter(root);
-    while (!path.empty()) {
-        if (ts_tree_cursor_goto_first_child(&cursor)) {
-            enter(ts_tree_cursor_current_node(&cursor));
-            continue;
-        }
-        // Leave the node for its next sibling, else climb until an ancestor has one.
-        while (true) {
-            path.pop_back();
-            if (path.empty()) break;
-            if (ts_tree_cursor_goto_next_sibling(&cursor)) {
-                enter(ts_tree_cursor_current_node(&cursor));
-                break;
-            }
-            ts_tree_cursor_goto_parent(&cursor);
-        }
-    }
-    ts_tree_cursor_delete(&cursor);
+    walkTree(root, enter, [&] { path.pop_back(); });
     return syntax;
 }
 

@@ -31,6 +31,12 @@ public:
         for (const auto& [index, node] : captures) captures_.push_back(TSQueryCapture{node, static_cast<std::uint32_t>(index)});
     }
 
+    // A match as the query cursor delivers it, its captures numbered as in `captureNames`.
+    void add(std::uint16_t pattern, const TSQueryCapture* captures, std::uint16_t count) {
+        matches_.push_back({pattern, static_cast<std::uint32_t>(captures_.size()), count});
+        captures_.insert(captures_.end(), captures, captures + count);
+    }
+
     std::size_t size() const { return matches_.size(); }
 
     template <typename Visit>

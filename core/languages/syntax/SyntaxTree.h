@@ -80,6 +80,8 @@ public:
     const TSQuery* query() const { return query_; }
     // Index of a capture name, or -1 when the query has no such capture.
     int captureIndex(std::string_view name) const;
+    // The capture names by index.
+    const std::vector<std::string>& captureNames() const { return captureNames_; }
 
     SharedQuery(const SharedQuery&) = delete;
     SharedQuery& operator=(const SharedQuery&) = delete;

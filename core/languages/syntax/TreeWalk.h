@@ -4,40 +4,58 @@
 
 #include <tree_sitter/api.h>
 
+#include <cstddef>
 #include <utility>
 #include <vector>
 
 namespace vantrel {
 
-// Visits `root` and every visible node below it in pre-order, in document order.
-// `visit(node, inherited)` gets the value that the visit of the node's parent returned
-// (`rootValue` for the root) and returns the value that the node's own children inherit.
-// One cursor moves down, across and up the tree: each step is constant time, and the
-// values of the nodes on the way down from the root are all that is kept.
-template <typename Value, typename Visit>
-void walkPreOrder(TSNode root, Value rootValue, Visit&& visit) {
+// Visits `root` and every visible node below it in pre-order, in document order:
+// `enter(node, cursor)` on arriving at a node, with the cursor standing on it (for its
+// field, say), and `leave()` once the node and all below it are done. One cursor moves
+// down, across and up the tree, each step in constant time.
+template <typename Enter, typename Leave>
+void walkTree(TSNode root, Enter&& enter, Leave&& leave) {
     TSTreeCursor cursor = ts_tree_cursor_new(root);
-    std::vector<Value> handedDown;  // what each node on the cursor's path hands down
-    handedDown.push_back(visit(root, rootValue));
-    while (!handedDown.empty()) {
+    enter(root, static_cast<const TSTreeCursor&>(cursor));
+    std::size_t below = 0;  // how far the cursor stands below the root
+    while (true) {
         if (ts_tree_cursor_goto_first_child(&cursor)) {
-            Value value = visit(ts_tree_cursor_current_node(&cursor), handedDown.back());
-            handedDown.push_back(std::move(value));
+            ++below;
+            enter(ts_tree_cursor_current_node(&cursor), static_cast<const TSTreeCursor&>(cursor));
             continue;
         }
         // Leave the node for its next sibling, else climb until an ancestor has one.
+        bool more = false;
         while (true) {
-            handedDown.pop_back();
-            if (handedDown.empty()) break;  // left the root
+            leave();
+            if (below == 0) break;
             if (ts_tree_cursor_goto_next_sibling(&cursor)) {
-                Value value = visit(ts_tree_cursor_current_node(&cursor), handedDown.back());
-                handedDown.push_back(std::move(value));
+                enter(ts_tree_cursor_current_node(&cursor), static_cast<const TSTreeCursor&>(cursor));
+                more = true;
                 break;
             }
             ts_tree_cursor_goto_parent(&cursor);
+            --below;
         }
+        if (!more) break;
     }
     ts_tree_cursor_delete(&cursor);
+}
+
+// The same order, for walks that hand a value down: `visit(node, inherited)` gets what
+// the visit of the node's parent returned (`rootValue` for the root) and returns what
+// the node's own children inherit. Only the values on the path from the root are kept.
+template <typename Value, typename Visit>
+void walkPreOrder(TSNode root, Value rootValue, Visit&& visit) {
+    std::vector<Value> handedDown;
+    walkTree(
+        root,
+        [&](TSNode node, const TSTreeCursor&) {
+            Value value = visit(node, handedDown.empty() ? rootValue : handedDown.back());
+            handedDown.push_back(std::move(value));
+        },
+        [&] { handedDown.pop_back(); });
 }
 
 }  // namespace vantrel
