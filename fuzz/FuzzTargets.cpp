@@ -1,5 +1,7 @@
 #include "FuzzTargets.h"
 
+#include "SyntaxWalkCheck.h"
+
 #include <cstring>
 #include <optional>
 
@@ -72,10 +74,22 @@ void analyze(const LanguagePlugin& plugin, const char* project, const std::strin
     checkAnalysis(analyzeSource(plugin, file, text, root, tsconfig ? &*tsconfig : nullptr), relPath);
 }
 
-void jsAnalysis(std::string_view bytes) { analyze(JSFamilyPlugin(), "js-project", "src/fuzzed.tsx", bytes); }
+// The analysis walks find exactly what the queries they stand in for find.
+void checkWalk(WalkedLanguage language, std::string_view bytes) {
+    std::u16string text = textOf(bytes);
+    if (text.size() * 2 > AnalysisLimits::maxFileBytes) return;
+    std::string mismatch = syntaxWalkMismatch(language, text);
+    require(mismatch.empty(), mismatch);
+}
+
+void jsAnalysis(std::string_view bytes) {
+    analyze(JSFamilyPlugin(), "js-project", "src/fuzzed.tsx", bytes);
+    checkWalk(WalkedLanguage::jsFamily, bytes);
+}
 
 void pythonAnalysis(std::string_view bytes) {
     analyze(PythonPlugin(), "python-project", "shop/checkout/fuzzed.py", bytes);
+    checkWalk(WalkedLanguage::python, bytes);
 }
 
 void pythonImportStatement(std::string_view bytes) {

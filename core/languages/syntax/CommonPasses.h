@@ -1,6 +1,6 @@
 // The two query passes that every language plugin runs the same way, over a feed of
-// matches (see QueryGroup.h): declarations (a
-// `decl` node named by a `name` node) and calls (a `call` node naming a `callee`).
+// matches (RecordedMatches.h): declarations (a `decl` node named by a `name` node) and
+// calls (a `call` node naming a `callee`).
 // What differs per language (the kind of a declaration, the enclosing caller of a call,
 // whether an empty name counts) is handed in.
 #pragma once
@@ -10,7 +10,7 @@
 #include <vector>
 
 #include "languages/LanguagePlugin.h"
-#include "languages/syntax/QueryGroup.h"
+#include "languages/syntax/RecordedMatches.h"
 #include "languages/syntax/SyntaxTree.h"
 
 namespace vantrel {
