@@ -54,35 +54,9 @@ bool writeAll(int fd, std::string_view bytes) {
     return true;
 }
 
-// A file written without a name and then linked under its own in one step. A temporary
-// name plus a rename costs two directory updates where this costs one, and on ext4 those
-// are a good part of writing a small cache record. Linking never replaces a file, and
-// where the file system or /proc lacks what it needs it simply fails.
-bool linkUnnamedFile(const std::string& path, std::string_view bytes) {
-#ifdef O_TMPFILE
-    std::string::size_type slash = path.rfind('/');
-    std::string dir = slash == std::string::npos ? "." : slash == 0 ? "/" : path.substr(0, slash);
-    int fd = ::open(dir.c_str(), O_TMPFILE | O_WRONLY | O_CLOEXEC, 0644);
-    if (fd < 0) return false;
-    bool ok = writeAll(fd, bytes);
-    if (ok) {
-        std::string self = "/proc/self/fd/" + std::to_string(fd);
-        ok = ::linkat(AT_FDCWD, self.c_str(), AT_FDCWD, path.c_str(), AT_SYMLINK_FOLLOW) == 0;
-    }
-    ::close(fd);
-    return ok;
-#else
-    (void)path;
-    (void)bytes;
-    return false;
-#endif
-}
-
 }  // namespace
 
 bool writeFileAtomically(const std::string& path, std::string_view bytes) {
-    struct stat st {};
-    if (::lstat(path.c_str(), &st) != 0 && errno == ENOENT && linkUnnamedFile(path, bytes)) return true;
     static std::atomic<unsigned long> counter{0};
     std::string temp = path + ".tmp-" + std::to_string(::getpid()) + "-" + std::to_string(counter.fetch_add(1));
     int fd = ::open(temp.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);

@@ -10,9 +10,8 @@ namespace vantrel {
 // The whole file, or nothing with `error` set to the system's reason.
 std::optional<std::string> readWholeFile(const std::string& path, std::string* error = nullptr);
 
-// Writes through a temporary file in the same folder that then takes the target's name
-// in one step (an unnamed file linked in, where the target does not exist yet and the
-// system allows it), so a reader sees the old bytes or the new ones, never a part.
+// Writes through a temporary file in the same folder that then replaces the target in
+// one step, so a reader sees the old bytes or the new ones, never a part.
 bool writeFileAtomically(const std::string& path, std::string_view bytes);
 
 // True when something (file or folder, links followed) is at the path.
