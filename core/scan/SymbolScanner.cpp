@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <condition_variable>
+#include <deque>
+#include <memory>
 #include <exception>
 #include <mutex>
 #include <thread>
@@ -186,75 +188,102 @@ private:
         for (auto& diagnostic : result.diagnostics) allDiagnostics_.push_back(std::move(diagnostic));
     }
 
-    // The walk itself stays in this thread and in walk order; the pool only reads and
-    // decodes the records of the files just ahead, which is most of the phase's cost.
+    // The walk itself stays in this thread and in walk order; the pool reads each
+    // record and resolves its calls, which only reads the graph's keys and the name
+    // index, and the walk adds the edges in walk order (an edge changes a symbol's
+    // reference sets, never the set of symbols). The next window's records are read
+    // while the current one is wired, so the pool does not wait at each window's end.
     void linkWalk() {
         SymbolNameIndex nameIndex = symbolNameIndex(ir_);
         Enumerator enumerator = makeEnumerator(root_, active_);
         if (!enumerator.walker) return;
         std::int64_t linked = 0;
-        std::vector<EnumeratedFile> window;
-        window.reserve(kLinkWindow);
+        std::deque<std::unique_ptr<LinkWindow>> windows;  // walk order, at most two
         bool more = true;
-        while (more) {
-            window.clear();
-            while (window.size() < kLinkWindow) {
-                auto entry = enumerator.walker->next();
-                if (!entry) {
-                    more = false;
-                    break;
+        try {
+            while (more || !windows.empty()) {
+                while (more && windows.size() < 2) {
+                    auto window = std::make_unique<LinkWindow>();
+                    more = fillWindow(enumerator, window->files);
+                    startWindow(*window, nameIndex);
+                    windows.push_back(std::move(window));
                 }
-                pollCancellation();
-                if (auto file = shouldInclude(*entry, root_, exclude_, enumerator.pluginByExt, *enumerator.walker))
-                    window.push_back(std::move(*file));
+                wireWindow(*windows.front(), linked);
+                windows.pop_front();
             }
-            linkWindow(window, nameIndex, linked);
+        } catch (...) {
+            // The tasks of the windows still in flight write into them.
+            for (auto& window : windows) window->waitForAll();
+            throw;
         }
     }
 
-    // The workers read each record and resolve its calls, which only reads the graph's
-    // keys and the name index; the edges go into the graph here, in walk order. Adding
-    // an edge changes a symbol's reference sets, never the set of symbols.
-    void linkWindow(const std::vector<EnumeratedFile>& files, const SymbolNameIndex& nameIndex, std::int64_t& linked) {
+    struct LinkWindow {
         struct Resolved {
             std::vector<std::pair<std::string, std::string>> edges;
             std::exception_ptr error;
             bool ready = false;
         };
-        std::vector<Resolved> resolved(files.size());
+        std::vector<EnumeratedFile> files;
+        std::vector<Resolved> resolved;
         std::mutex mutex;
         std::condition_variable done;
+
+        void waitFor(std::size_t i) {
+            std::unique_lock lock(mutex);
+            done.wait(lock, [&] { return resolved[i].ready; });
+        }
+        void waitForAll() {
+            for (std::size_t i = 0; i < resolved.size(); ++i) waitFor(i);
+        }
+    };
+
+    // The next files of the walk, up to a window's worth; false once the walk is done.
+    bool fillWindow(Enumerator& enumerator, std::vector<EnumeratedFile>& files) {
+        files.reserve(kLinkWindow);
+        while (files.size() < kLinkWindow) {
+            auto entry = enumerator.walker->next();
+            if (!entry) return false;
+            pollCancellation();
+            if (auto file = shouldInclude(*entry, root_, exclude_, enumerator.pluginByExt, *enumerator.walker))
+                files.push_back(std::move(*file));
+        }
+        return true;
+    }
+
+    void startWindow(LinkWindow& window, const SymbolNameIndex& nameIndex) {
+        window.resolved.resize(window.files.size());
         const ProjectCache& cache = scanner_.cache();
-        for (std::size_t i = 0; i < files.size(); ++i) {
+        for (std::size_t i = 0; i < window.files.size(); ++i) {
             pool_->post([&, i] {
-                Resolved result;
+                LinkWindow::Resolved result;
                 try {
-                    if (auto record = cache.loadFile(root_, files[i].relPath, RecordFields::links))
-                        result.edges = resolveCalls(*record, files[i].relPath, nameIndex);
+                    if (auto record = cache.loadFile(root_, window.files[i].relPath, RecordFields::links))
+                        result.edges = resolveCalls(*record, window.files[i].relPath, nameIndex);
                 } catch (...) {
                     result.error = std::current_exception();
                 }
                 result.ready = true;
-                std::lock_guard lock(mutex);
-                resolved[i] = std::move(result);
-                done.notify_all();
+                std::lock_guard lock(window.mutex);
+                window.resolved[i] = std::move(result);
+                window.done.notify_all();
             });
         }
-        // Every task is waited for, also after a failure, since they write into this frame.
+    }
+
+    // Every task of the window is waited for, also after a failure.
+    void wireWindow(LinkWindow& window, std::int64_t& linked) {
         std::exception_ptr failure;
-        for (std::size_t i = 0; i < files.size(); ++i) {
-            Resolved result;
-            {
-                std::unique_lock lock(mutex);
-                done.wait(lock, [&] { return resolved[i].ready; });
-                result = std::move(resolved[i]);
-            }
+        for (std::size_t i = 0; i < window.files.size(); ++i) {
+            window.waitFor(i);
             if (failure) continue;
             try {
+                LinkWindow::Resolved& result = window.resolved[i];
                 if (result.error) std::rethrow_exception(result.error);
                 ++linked;
-                report(ScanPhase::linking, linked, files[i].relPath);
+                report(ScanPhase::linking, linked, window.files[i].relPath);
                 for (const auto& [caller, callee] : result.edges) link(caller, callee, ir_);
+                result.edges = {};
                 if (linked % 500 == 0) std::this_thread::yield();
             } catch (...) {
                 failure = std::current_exception();
