@@ -2,6 +2,7 @@
 // own query gives, the same matches in the same order with the same pattern indices.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <random>
 
@@ -16,6 +17,19 @@ using fuzz::syntaxWalkMismatch;
 using fuzz::WalkedLanguage;
 
 namespace fs = std::filesystem;
+
+// The test fixtures' and the sample project's sources with these extensions.
+std::vector<std::u16string> checkedInSources(const std::vector<std::string>& extensions) {
+    std::vector<std::u16string> texts;
+    for (const char* root : {VANTREL_FIXTURES_DIR, VANTREL_SAMPLE_PROJECT_DIR})
+        for (const auto& entry : fs::recursive_directory_iterator(root)) {
+            std::string ext = entry.path().extension().string();
+            if (!entry.is_regular_file() || std::find(extensions.begin(), extensions.end(), ext) == extensions.end())
+                continue;
+            if (auto text = utf8ToUtf16(readWholeFile(entry.path()).value_or(""))) texts.push_back(*text);
+        }
+    return texts;
+}
 
 // Cut-down copies of `texts` (deterministic): error recovery builds trees no tidy file has.
 void addCutDownCopies(std::vector<std::u16string>& texts, std::size_t count) {
@@ -34,11 +48,7 @@ void addCutDownCopies(std::vector<std::u16string>& texts, std::size_t count) {
 
 
 TEST(PythonSyntax, OneWalkFindsWhatTheQueriesFind) {
-    std::vector<std::u16string> texts;
-    for (const char* root : {VANTREL_FIXTURES_DIR, VANTREL_SAMPLE_PROJECT_DIR})
-        for (const auto& entry : fs::recursive_directory_iterator(root))
-            if (entry.is_regular_file() && entry.path().extension() == ".py")
-                if (auto text = utf8ToUtf16(readWholeFile(entry.path()).value_or(""))) texts.push_back(*text);
+    std::vector<std::u16string> texts = checkedInSources({".py"});
     ASSERT_GT(texts.size(), 5u);
     // Shapes the fixtures may lack: calls on calls and subscripts, parenthesised callees,
     // keywords used as names, definitions without names, imports in odd places, and code
@@ -51,7 +61,8 @@ TEST(PythonSyntax, OneWalkFindsWhatTheQueriesFind) {
         "def match(print):\n    print(match(exec()))\n    return a.b.c.d()\n"
         "def (broken:\n    call_in_error()\nclass :\n    x = y(\nimport z\nw.v(\n"));
     addCutDownCopies(texts, 300);
-    for (std::size_t i = 0; i < texts.size(); ++i) EXPECT_EQ(syntaxWalkMismatch(WalkedLanguage::python, texts[i]), "") << "text " << i;
+    for (std::size_t i = 0; i < texts.size(); ++i)
+        EXPECT_EQ(syntaxWalkMismatch(WalkedLanguage::python, texts[i]), "") << "text " << i;
 
     // Matches whose root lies deeper than the engine counts are not reported by either.
     std::u16string deep = u"def f():\n    x = " + std::u16string(66000, u'(') + u"g()" + std::u16string(66000, u')');
@@ -59,13 +70,7 @@ TEST(PythonSyntax, OneWalkFindsWhatTheQueriesFind) {
 }
 
 TEST(JSFamilySyntax, OneWalkFindsWhatTheQueriesFind) {
-    std::vector<std::u16string> texts;
-    for (const char* root : {VANTREL_FIXTURES_DIR, VANTREL_SAMPLE_PROJECT_DIR})
-        for (const auto& entry : fs::recursive_directory_iterator(root)) {
-            std::string ext = entry.path().extension().string();
-            if (entry.is_regular_file() && (ext == ".ts" || ext == ".tsx" || ext == ".js" || ext == ".jsx"))
-                if (auto text = utf8ToUtf16(readWholeFile(entry.path()).value_or(""))) texts.push_back(*text);
-        }
+    std::vector<std::u16string> texts = checkedInSources({".ts", ".tsx", ".js", ".jsx"});
     ASSERT_GT(texts.size(), 20u);
     // Shapes the fixtures may lack: several declarators, destructuring, var and let,
     // nested arrows, calls of calls, imports of every form and inside broken code.
@@ -77,7 +82,8 @@ TEST(JSFamilySyntax, OneWalkFindsWhatTheQueriesFind) {
         "static s = () => t() } }\nexport default function () { u2() }\nconst o = { m() { n() }, k: () => j() }\n"
         "function (x { y(); const z = () => \nimport { broken from 'q'\nclass { m2( { n2() }"));
     addCutDownCopies(texts, 300);
-    for (std::size_t i = 0; i < texts.size(); ++i) EXPECT_EQ(syntaxWalkMismatch(WalkedLanguage::jsFamily, texts[i]), "") << "text " << i;
+    for (std::size_t i = 0; i < texts.size(); ++i)
+        EXPECT_EQ(syntaxWalkMismatch(WalkedLanguage::jsFamily, texts[i]), "") << "text " << i;
 
     std::u16string deep = u"function f() { x = " + std::u16string(66000, u'(') + u"g()" +
                           std::u16string(66000, u')') + u" }";

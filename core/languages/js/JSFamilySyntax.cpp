@@ -12,8 +12,7 @@ namespace vantrel {
 
 namespace {
 
-// The grammar's numbers for the names the queries use, looked up the way the query
-// compiler looks them up, so that a node matches here exactly when it would there.
+// The grammar's numbers for the names the queries use.
 struct Names {
     TSSymbol functionDeclaration, methodDefinition, lexicalDeclaration, variableDeclaration, variableDeclarator,
         arrowFunction, importStatement, callExpression, identifier, propertyIdentifier;
@@ -22,17 +21,12 @@ struct Names {
     static const Names& get() {
         static const Names names = [] {
             const TSLanguage* tsx = tree_sitter_tsx();
-            auto symbol = [&](std::string_view text) {
-                return ts_language_symbol_for_name(tsx, text.data(), static_cast<std::uint32_t>(text.size()), true);
-            };
-            auto field = [&](std::string_view text) {
-                return ts_language_field_id_for_name(tsx, text.data(), static_cast<std::uint32_t>(text.size()));
-            };
-            return Names{symbol("function_declaration"), symbol("method_definition"), symbol("lexical_declaration"),
+            auto symbol = [&](std::string_view type) { return namedSymbol(tsx, type); };
+            return Names{symbol("function_declaration"), symbol("method_definition"),   symbol("lexical_declaration"),
                          symbol("variable_declaration"), symbol("variable_declarator"), symbol("arrow_function"),
-                         symbol("import_statement"),     symbol("call_expression"),    symbol("identifier"),
-                         symbol("property_identifier"),  field("name"),                field("value"),
-                         field("function")};
+                         symbol("import_statement"),     symbol("call_expression"),     symbol("identifier"),
+                         symbol("property_identifier"),  fieldId(tsx, "name"),          fieldId(tsx, "value"),
+                         fieldId(tsx, "function")};
         }();
         return names;
     }

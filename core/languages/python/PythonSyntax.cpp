@@ -8,8 +8,7 @@ namespace vantrel {
 
 namespace {
 
-// The grammar's numbers for the names the queries use, looked up the way the query
-// compiler looks them up, so that a node matches here exactly when it would there.
+// The grammar's numbers for the names the queries use.
 struct Names {
     TSSymbol classDefinition, functionDefinition, call, attribute, identifier, importStatement, importFrom;
     TSFieldId name, function, attributeField;
@@ -17,15 +16,11 @@ struct Names {
     static const Names& get() {
         static const Names names = [] {
             const TSLanguage* python = tree_sitter_python();
-            auto symbol = [&](std::string_view text) {
-                return ts_language_symbol_for_name(python, text.data(), static_cast<std::uint32_t>(text.size()), true);
-            };
-            auto field = [&](std::string_view text) {
-                return ts_language_field_id_for_name(python, text.data(), static_cast<std::uint32_t>(text.size()));
-            };
-            return Names{symbol("class_definition"), symbol("function_definition"), symbol("call"),
-                         symbol("attribute"),        symbol("identifier"),          symbol("import_statement"),
-                         symbol("import_from_statement"), field("name"), field("function"), field("attribute")};
+            auto symbol = [&](std::string_view type) { return namedSymbol(python, type); };
+            return Names{symbol("class_definition"),      symbol("function_definition"), symbol("call"),
+                         symbol("attribute"),             symbol("identifier"),          symbol("import_statement"),
+                         symbol("import_from_statement"), fieldId(python, "name"),       fieldId(python, "function"),
+                         fieldId(python, "attribute")};
         }();
         return names;
     }

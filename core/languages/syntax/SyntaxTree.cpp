@@ -162,6 +162,14 @@ std::optional<TSNode> nearestAncestorOfType(TSNode node, std::string_view type, 
     return std::nullopt;
 }
 
+TSSymbol namedSymbol(const TSLanguage* language, std::string_view type) {
+    return ts_language_symbol_for_name(language, type.data(), static_cast<std::uint32_t>(type.size()), true);
+}
+
+TSFieldId fieldId(const TSLanguage* language, std::string_view field) {
+    return ts_language_field_id_for_name(language, field.data(), static_cast<std::uint32_t>(field.size()));
+}
+
 std::optional<std::string> nameFieldText(TSNode node, std::u16string_view source) {
     TSNode name = ts_node_child_by_field_name(node, "name", 4);
     if (ts_node_is_null(name)) return std::nullopt;

@@ -67,6 +67,11 @@ TextRange textRangeOf(TSNode node);
 // Climbs from `node` (itself included) to the first ancestor of the given type.
 std::optional<TSNode> nearestAncestorOfType(TSNode node, std::string_view type, bool includeSelf);
 
+// A grammar's number for a named node type, and for a field, found the way the query
+// compiler finds them: a walk that compares them with nodes matches what a query would.
+TSSymbol namedSymbol(const TSLanguage* language, std::string_view type);
+TSFieldId fieldId(const TSLanguage* language, std::string_view field);
+
 // Text of the node's "name" field, if it has one.
 std::optional<std::string> nameFieldText(TSNode node, std::u16string_view source);
 
