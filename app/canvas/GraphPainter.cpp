@@ -5,6 +5,7 @@
 #include <QPen>
 #include <algorithm>
 #include <cmath>
+#include <cstring>
 
 #include "canvas/CanvasShapes.h"
 #include "canvas/EdgeMask.h"
@@ -47,7 +48,9 @@ NodeBox nodeBox(const GraphFrame& frame, std::size_t symbol, double captionLineH
     return box;
 }
 
-GraphPainter::GraphPainter() { invalidate(); }
+GraphPainter::GraphPainter(int threads) : team_(std::make_unique<BandTeam>(threads)) { invalidate(); }
+
+GraphPainter::~GraphPainter() = default;
 
 void GraphPainter::invalidate() {
     sprites_.clear();
@@ -88,13 +91,17 @@ void GraphPainter::paintEdges(QPainter& painter, const GraphFrame& frame, const 
     edgeLayerKey_ = key;
     const QSize pixels(static_cast<int>(std::ceil(frame.viewSize.width() * dpr)),
                        static_cast<int>(std::ceil(frame.viewSize.height() * dpr)));
-    if (edgeLayer_.size() != pixels) {
+    // Bands of rows, a few per thread so that dense and sparse stretches even out.
+    const int bands = team_->threads() == 1 ? 1 : std::clamp(pixels.height() / 32, 1, 4 * team_->threads());
+    const int bandHeight = (pixels.height() + bands - 1) / std::max(bands, 1);
+    if (edgeLayer_.size() != pixels || static_cast<int>(edgeMasks_.size()) != bands) {
         edgeLayer_ = QImage(pixels, QImage::Format_ARGB32_Premultiplied);
         edgeHues_.clear();
-        edgeMasks_.clear();
+        edgeMasks_.assign(bands, {});
+        bandStrokes_.assign(bands, {});
+        bandArrows_.assign(bands, {});
     }
     edgeLayer_.setDevicePixelRatio(1.0);
-    edgeLayer_.fill(Qt::transparent);
 
     // One mask per hue; every style of a hue adds to it with its own alpha. Strokes of
     // different hues may be laid in any order: the plain ones go first, so that the
@@ -104,7 +111,9 @@ void GraphPainter::paintEdges(QPainter& painter, const GraphFrame& frame, const 
         const auto rank = [](NamedColor hue) { return hue == NamedColor::secondary ? -1 : static_cast<int>(hue); };
         auto at = std::find_if(edgeHues_.begin(), edgeHues_.end(),
                                [&](NamedColor hue) { return rank(hue) > rank(style.color.name); });
-        edgeMasks_.emplace(edgeMasks_.begin() + (at - edgeHues_.begin()), pixels);
+        for (int band = 0; band < bands; ++band)
+            edgeMasks_[band].emplace(edgeMasks_[band].begin() + (at - edgeHues_.begin()), pixels, band * bandHeight,
+                                     (band + 1) * bandHeight);
         edgeHues_.insert(at, style.color.name);
     }
     std::vector<std::size_t> maskOf;
@@ -117,11 +126,17 @@ void GraphPainter::paintEdges(QPainter& painter, const GraphFrame& frame, const 
         arrowColors.push_back(palette.color(style.color, std::min(style.opacity + 0.15, 1.0)));
     }
 
-    struct Arrow {
-        QPointF tip, from;
-        std::uint8_t style;
+    // Every band that the rows [top, bottom] (device pixels) reach gets the item.
+    auto sortIntoBands = [&](std::vector<std::vector<std::uint32_t>>& lists, std::size_t item, double top,
+                             double bottom) {
+        const int first = std::clamp(static_cast<int>(std::floor(top)) / bandHeight, 0, bands - 1);
+        const int last = std::clamp(static_cast<int>(std::floor(bottom)) / bandHeight, 0, bands - 1);
+        for (int band = first; band <= last; ++band) lists[band].push_back(static_cast<std::uint32_t>(item));
     };
-    std::vector<Arrow> arrows;
+    strokes_.clear();
+    arrows_.clear();
+    for (auto& list : bandStrokes_) list.clear();
+    for (auto& list : bandArrows_) list.clear();
     const QRectF view(QPointF(0, 0), frame.viewSize);
     const auto& edges = scene.topology().edges();
     for (std::size_t e = 0; e < edges.size(); ++e) {
@@ -132,22 +147,48 @@ void GraphPainter::paintEdges(QPainter& painter, const GraphFrame& frame, const 
         const QPointF q = frame.transform.toScreen(scene.place(edges[e].to));
         const QPointF c = edgeControlPoint(p, q, edges[e].bend);
         const double reach = style.lineWidth + (style.showArrow ? style.arrowSize : 0);
-        if (!curveBounds(p, c, q).adjusted(-reach, -reach, reach, reach).intersects(view)) continue;
-        edgeMasks_[maskOf[index]].strokeQuad(p * dpr, c * dpr, q * dpr, style.lineWidth * dpr, alphas[index]);
-        if (style.showArrow) arrows.push_back({q, c, index});
+        const QRectF bounds = curveBounds(p, c, q);
+        if (!bounds.adjusted(-reach, -reach, reach, reach).intersects(view)) continue;
+        // The curve stays inside the triangle of its points; its stroke is no wider than
+        // the line width, and antialiasing adds a pixel.
+        const double rows = (style.lineWidth + 1) * dpr + 2;
+        sortIntoBands(bandStrokes_, strokes_.size(), bounds.top() * dpr - rows, bounds.bottom() * dpr + rows);
+        strokes_.push_back({p * dpr, c * dpr, q * dpr, index});
+        if (style.showArrow) {
+            // The head lies within 1.15 × its size of its tip.
+            const double head = (1.2 * style.arrowSize + 1) * dpr + 2;
+            sortIntoBands(bandArrows_, arrows_.size(), q.y() * dpr - head, q.y() * dpr + head);
+            arrows_.push_back({q, c, index});
+        }
     }
 
-    for (std::size_t h = 0; h < edgeHues_.size(); ++h)
-        edgeMasks_[h].paintOnto(edgeLayer_, palette.color(edgeHues_[h]).rgb());
-
-    if (!arrows.empty()) {
-        QPainter layer(&edgeLayer_);
+    uchar* const layerBits = edgeLayer_.bits();
+    const qsizetype layerStride = edgeLayer_.bytesPerLine();
+    team_->run(bands, [&](int band) {
+        const int firstRow = std::min(band * bandHeight, pixels.height());
+        const int endRow = std::min(firstRow + bandHeight, pixels.height());
+        if (firstRow >= endRow) return;
+        std::memset(layerBits + firstRow * layerStride, 0, static_cast<std::size_t>((endRow - firstRow) * layerStride));
+        std::vector<EdgeMask>& masks = edgeMasks_[band];
+        for (const std::uint32_t i : bandStrokes_[band]) {
+            const Stroke& stroke = strokes_[i];
+            masks[maskOf[stroke.style]].strokeQuad(stroke.p, stroke.c, stroke.q, styles[stroke.style].lineWidth * dpr,
+                                                   alphas[stroke.style]);
+        }
+        for (std::size_t h = 0; h < edgeHues_.size(); ++h) masks[h].paintOnto(edgeLayer_, palette.color(edgeHues_[h]).rgb());
+        if (bandArrows_[band].empty()) return;
+        // A painter of its own over the same pixels, kept to the band's rows.
+        QImage rows(layerBits, pixels.width(), pixels.height(), layerStride, QImage::Format_ARGB32_Premultiplied);
+        QPainter layer(&rows);
+        layer.setClipRect(QRect(0, firstRow, pixels.width(), endRow - firstRow));
         layer.setRenderHint(QPainter::Antialiasing);
         layer.scale(dpr, dpr);
-        for (const Arrow& arrow : arrows)
+        for (const std::uint32_t i : bandArrows_[band]) {
+            const Arrow& arrow = arrows_[i];
             layer.fillPath(arrowHeadPath(arrow.tip, arrow.from, styles[arrow.style].arrowSize),
                            arrowColors[arrow.style]);
-    }
+        }
+    });
     edgeLayer_.setDevicePixelRatio(dpr);
     painter.drawImage(QPointF(0, 0), edgeLayer_);
 }

@@ -9,10 +9,12 @@
 #include <QRectF>
 #include <QSizeF>
 #include <QStaticText>
+#include <memory>
 #include <optional>
 #include <utility>
 #include <vector>
 
+#include "canvas/BandTeam.h"
 #include "canvas/CanvasPalette.h"
 #include "canvas/CanvasTooltip.h"
 #include "canvas/EdgeMask.h"
@@ -67,7 +69,10 @@ NodeBox nodeBox(const GraphFrame& frame, std::size_t symbol, double captionLineH
 
 class GraphPainter {
 public:
-    GraphPainter();
+    // `threads` share out the edge layer by bands of rows (see BandTeam; 1: all on the
+    // caller, in one band). The picture is the same, pixel for pixel, for any number.
+    explicit GraphPainter(int threads = 0);
+    ~GraphPainter();
     void paint(QPainter& painter, const GraphFrame& frame, const CanvasPalette& palette);
     // Fonts or colours changed.
     void invalidate();
@@ -98,7 +103,22 @@ private:
     };
     std::optional<EdgeLayerKey> edgeLayerKey_;
     std::vector<NamedColor> edgeHues_;   // in the order their masks are painted
-    std::vector<EdgeMask> edgeMasks_;    // one per hue
+    // Per band of rows, one mask per hue.
+    std::vector<std::vector<EdgeMask>> edgeMasks_;
+    // A curve or arrow head in device pixels, by the index of its style.
+    struct Stroke {
+        QPointF p, c, q;
+        std::uint8_t style;
+    };
+    struct Arrow {
+        QPointF tip, from;
+        std::uint8_t style;
+    };
+    std::vector<Stroke> strokes_;
+    std::vector<Arrow> arrows_;
+    // Per band, the strokes and arrow heads that may reach its rows, in drawing order.
+    std::vector<std::vector<std::uint32_t>> bandStrokes_, bandArrows_;
+    std::unique_ptr<BandTeam> team_;
     QFont caption_, captionBold_, caption2_, nodeLabel_;
     double captionLineHeight_ = 0;
     const GraphTopology* labelsFor_ = nullptr;
