@@ -65,41 +65,101 @@ void GraphPainter::invalidate() {
     edgeLayerKey_.reset();
 }
 
+std::pair<int, int> GraphPainter::bandsOf(double top, double bottom) const {
+    const int first = std::clamp(static_cast<int>(std::floor(top)) / bandHeight_, 0, bands_ - 1);
+    const int last = std::clamp(static_cast<int>(std::floor(bottom)) / bandHeight_, 0, bands_ - 1);
+    return {first, last};
+}
+
 void GraphPainter::paint(QPainter& painter, const GraphFrame& frame, const CanvasPalette& palette) {
     if (spritePalette_ != palette) {
         sprites_.clear();
         edgeLayerKey_.reset();
         spritePalette_ = palette;
     }
-    painter.fillRect(QRectF(QPointF(0, 0), frame.viewSize), palette.windowBackground());
-    if (!frame.scene || frame.scene->isEmpty()) return;
-    painter.setRenderHint(QPainter::Antialiasing);
-    paintEdges(painter, frame, palette);
-    paintNodes(painter, frame, palette);
+    const QRectF view(QPointF(0, 0), frame.viewSize);
+    if (!frame.scene || frame.scene->isEmpty()) {
+        painter.fillRect(view, palette.windowBackground());
+        return;
+    }
+    const double dpr = painter.device()->devicePixelRatioF();
+    const QSize pixels(static_cast<int>(std::ceil(frame.viewSize.width() * dpr)),
+                       static_cast<int>(std::ceil(frame.viewSize.height() * dpr)));
+    bands_ = team_->threads() == 1 ? 1 : std::clamp(pixels.height() / 32, 1, 4 * team_->threads());
+    bandHeight_ = std::max(1, (pixels.height() + bands_ - 1) / bands_);
+    layEdges(frame, palette, dpr, pixels);
+    collectNodes(frame, palette, dpr);
+
+    // Every node drawn in full costs a pause of the bands; past a few (names under every
+    // node) one thread draws the nodes. Put together apart, the frame must cover what
+    // was there before, as an opaque ground does.
+    constexpr std::size_t kMostFullNodes = 8;
+    if (bands_ > 1 && fullNodes_.size() <= kMostFullNodes && palette.windowBackground().alpha() == 255) {
+        composeInBands(frame, palette, dpr, pixels);
+        painter.drawImage(QPointF(0, 0), frame_);
+        painter.setRenderHint(QPainter::Antialiasing);
+    } else {
+        painter.fillRect(view, palette.windowBackground());
+        painter.setRenderHint(QPainter::Antialiasing);
+        painter.drawImage(QPointF(0, 0), edgeLayer_);
+        for (const NodeOp& op : nodeOps_) {
+            if (op.sprite.isNull()) {
+                const FullNode& node = fullNodes_[op.full];
+                paintNode(painter, frame, palette, node.symbol, node.box, node.style);
+            } else {
+                painter.drawImage(op.at, op.sprite);
+            }
+        }
+    }
     if (frame.tooltip) paintTooltip(painter, *frame.tooltip, frame.viewSize);
 }
 
-void GraphPainter::paintEdges(QPainter& painter, const GraphFrame& frame, const CanvasPalette& palette) {
+void GraphPainter::composeInBands(const GraphFrame& frame, const CanvasPalette& palette, double dpr, QSize pixels) {
+    if (frame_.size() != pixels) frame_ = QImage(pixels, QImage::Format_ARGB32_Premultiplied);
+    frame_.setDevicePixelRatio(dpr);
+    uchar* const bits = frame_.bits();
+    const qsizetype stride = frame_.bytesPerLine();
+    const QRectF view(QPointF(0, 0), frame.viewSize);
+    std::vector<std::size_t> next(bands_, 0);  // per band, its first node image not yet drawn
+    // Rounds of node images between the nodes drawn in full; the first lays the ground
+    // and the edges.
+    for (std::size_t round = 0; round <= fullNodes_.size(); ++round) {
+        const std::size_t end = round < fullOps_.size() ? fullOps_[round] : nodeOps_.size();
+        team_->run(bands_, [&](int band) {
+            const int firstRow = std::min(band * bandHeight_, pixels.height());
+            const int endRow = std::min(firstRow + bandHeight_, pixels.height());
+            const std::vector<std::uint32_t>& nodes = bandNodes_[band];
+            std::size_t& at = next[band];
+            if (firstRow >= endRow || (round > 0 && (at == nodes.size() || nodes[at] >= end))) return;
+            // A painter of its own over the frame's pixels, kept to the band's rows.
+            QImage rows(bits, pixels.width(), pixels.height(), stride, QImage::Format_ARGB32_Premultiplied);
+            QPainter p(&rows);
+            p.setClipRect(QRect(0, firstRow, pixels.width(), endRow - firstRow));
+            p.scale(dpr, dpr);
+            if (round == 0) p.fillRect(view, palette.windowBackground());
+            p.setRenderHint(QPainter::Antialiasing);
+            if (round == 0) p.drawImage(QPointF(0, 0), edgeLayer_);
+            for (; at < nodes.size() && nodes[at] < end; ++at) p.drawImage(nodeOps_[nodes[at]].at, nodeOps_[nodes[at]].sprite);
+        });
+        if (round < fullNodes_.size()) {
+            QPainter p(&frame_);
+            p.setRenderHint(QPainter::Antialiasing);
+            const FullNode& node = fullNodes_[round];
+            paintNode(p, frame, palette, node.symbol, node.box, node.style);
+        }
+    }
+}
+
+void GraphPainter::layEdges(const GraphFrame& frame, const CanvasPalette& palette, double dpr, QSize pixels) {
     const GraphScene& scene = *frame.scene;
     const auto& styles = scene.edgeStyles();
-    const double dpr = painter.device()->devicePixelRatioF();
     const EdgeLayerKey key{scene.serial(), frame.transform.pan, frame.transform.zoom, frame.viewSize, dpr};
-    if (edgeLayerKey_ == key) {
-        painter.drawImage(QPointF(0, 0), edgeLayer_);
-        return;
-    }
+    if (edgeLayerKey_ == key && static_cast<int>(edgeMasks_.size()) == bands_) return;
     edgeLayerKey_ = key;
-    const QSize pixels(static_cast<int>(std::ceil(frame.viewSize.width() * dpr)),
-                       static_cast<int>(std::ceil(frame.viewSize.height() * dpr)));
-    // Bands of rows, a few per thread so that dense and sparse stretches even out.
-    const int bands = team_->threads() == 1 ? 1 : std::clamp(pixels.height() / 32, 1, 4 * team_->threads());
-    const int bandHeight = (pixels.height() + bands - 1) / std::max(bands, 1);
-    if (edgeLayer_.size() != pixels || static_cast<int>(edgeMasks_.size()) != bands) {
+    if (edgeLayer_.size() != pixels || static_cast<int>(edgeMasks_.size()) != bands_) {
         edgeLayer_ = QImage(pixels, QImage::Format_ARGB32_Premultiplied);
         edgeHues_.clear();
-        edgeMasks_.assign(bands, {});
-        bandStrokes_.assign(bands, {});
-        bandArrows_.assign(bands, {});
+        edgeMasks_.assign(bands_, {});
     }
     edgeLayer_.setDevicePixelRatio(1.0);
 
@@ -111,9 +171,9 @@ void GraphPainter::paintEdges(QPainter& painter, const GraphFrame& frame, const 
         const auto rank = [](NamedColor hue) { return hue == NamedColor::secondary ? -1 : static_cast<int>(hue); };
         auto at = std::find_if(edgeHues_.begin(), edgeHues_.end(),
                                [&](NamedColor hue) { return rank(hue) > rank(style.color.name); });
-        for (int band = 0; band < bands; ++band)
-            edgeMasks_[band].emplace(edgeMasks_[band].begin() + (at - edgeHues_.begin()), pixels, band * bandHeight,
-                                     (band + 1) * bandHeight);
+        for (int band = 0; band < bands_; ++band)
+            edgeMasks_[band].emplace(edgeMasks_[band].begin() + (at - edgeHues_.begin()), pixels, band * bandHeight_,
+                                     (band + 1) * bandHeight_);
         edgeHues_.insert(at, style.color.name);
     }
     std::vector<std::size_t> maskOf;
@@ -126,15 +186,10 @@ void GraphPainter::paintEdges(QPainter& painter, const GraphFrame& frame, const 
         arrowColors.push_back(palette.color(style.color, std::min(style.opacity + 0.15, 1.0)));
     }
 
-    // Every band that the rows [top, bottom] (device pixels) reach gets the item.
-    auto sortIntoBands = [&](std::vector<std::vector<std::uint32_t>>& lists, std::size_t item, double top,
-                             double bottom) {
-        const int first = std::clamp(static_cast<int>(std::floor(top)) / bandHeight, 0, bands - 1);
-        const int last = std::clamp(static_cast<int>(std::floor(bottom)) / bandHeight, 0, bands - 1);
-        for (int band = first; band <= last; ++band) lists[band].push_back(static_cast<std::uint32_t>(item));
-    };
     strokes_.clear();
     arrows_.clear();
+    bandStrokes_.resize(bands_);
+    bandArrows_.resize(bands_);
     for (auto& list : bandStrokes_) list.clear();
     for (auto& list : bandArrows_) list.clear();
     const QRectF view(QPointF(0, 0), frame.viewSize);
@@ -152,21 +207,23 @@ void GraphPainter::paintEdges(QPainter& painter, const GraphFrame& frame, const 
         // The curve stays inside the triangle of its points; its stroke is no wider than
         // the line width, and antialiasing adds a pixel.
         const double rows = (style.lineWidth + 1) * dpr + 2;
-        sortIntoBands(bandStrokes_, strokes_.size(), bounds.top() * dpr - rows, bounds.bottom() * dpr + rows);
+        const auto [first, last] = bandsOf(bounds.top() * dpr - rows, bounds.bottom() * dpr + rows);
+        for (int band = first; band <= last; ++band) bandStrokes_[band].push_back(static_cast<std::uint32_t>(strokes_.size()));
         strokes_.push_back({p * dpr, c * dpr, q * dpr, index});
         if (style.showArrow) {
             // The head lies within 1.15 × its size of its tip.
             const double head = (1.2 * style.arrowSize + 1) * dpr + 2;
-            sortIntoBands(bandArrows_, arrows_.size(), q.y() * dpr - head, q.y() * dpr + head);
+            const auto [top, bottom] = bandsOf(q.y() * dpr - head, q.y() * dpr + head);
+            for (int band = top; band <= bottom; ++band) bandArrows_[band].push_back(static_cast<std::uint32_t>(arrows_.size()));
             arrows_.push_back({q, c, index});
         }
     }
 
     uchar* const layerBits = edgeLayer_.bits();
     const qsizetype layerStride = edgeLayer_.bytesPerLine();
-    team_->run(bands, [&](int band) {
-        const int firstRow = std::min(band * bandHeight, pixels.height());
-        const int endRow = std::min(firstRow + bandHeight, pixels.height());
+    team_->run(bands_, [&](int band) {
+        const int firstRow = std::min(band * bandHeight_, pixels.height());
+        const int endRow = std::min(firstRow + bandHeight_, pixels.height());
         if (firstRow >= endRow) return;
         std::memset(layerBits + firstRow * layerStride, 0, static_cast<std::size_t>((endRow - firstRow) * layerStride));
         std::vector<EdgeMask>& masks = edgeMasks_[band];
@@ -190,13 +247,17 @@ void GraphPainter::paintEdges(QPainter& painter, const GraphFrame& frame, const 
         }
     });
     edgeLayer_.setDevicePixelRatio(dpr);
-    painter.drawImage(QPointF(0, 0), edgeLayer_);
 }
 
-void GraphPainter::paintNodes(QPainter& painter, const GraphFrame& frame, const CanvasPalette& palette) {
+void GraphPainter::collectNodes(const GraphFrame& frame, const CanvasPalette& palette, double dpr) {
     const GraphScene& scene = *frame.scene;
     const GraphTopology& graph = scene.topology();
     const QRectF view(QPointF(0, 0), frame.viewSize);
+    nodeOps_.clear();
+    fullNodes_.clear();
+    fullOps_.clear();
+    bandNodes_.resize(bands_);
+    for (auto& list : bandNodes_) list.clear();
     // Glows and names below reach past the square; a node further out is not seen.
     const double glowReach = kSelectedGlowRadius * 1.5 + 8;
     for (std::size_t symbol = 0; symbol < graph.symbolCount(); ++symbol) {
@@ -210,7 +271,18 @@ void GraphPainter::paintNodes(QPainter& painter, const GraphFrame& frame, const 
         const bool hovered = frame.hovered == symbol;
         const bool hit = frame.searchHits && (*frame.searchHits)[symbol];
         const NodeStyle style = nodeStyle(scene.role(symbol), scene.hasSelection(), hit, hovered);
-        paintNode(painter, frame, palette, symbol, box, style);
+        const bool plain = scene.selectedPoint() != symbol && !hovered && box.scale == 1.0;
+        if (!plain || box.labelInside || box.labelBelow) {
+            fullOps_.push_back(nodeOps_.size());
+            nodeOps_.push_back({QImage(), QPointF(), static_cast<std::uint32_t>(fullNodes_.size())});
+            fullNodes_.push_back({symbol, box, style});
+            continue;
+        }
+        NodeSpriteCache::Placed placed = sprites_.place(graph.kind(symbol), style, box.square, palette, dpr);
+        const double top = placed.at.y() * dpr;
+        const auto [first, last] = bandsOf(top - 1, top + placed.image.height() + 1);
+        for (int band = first; band <= last; ++band) bandNodes_[band].push_back(static_cast<std::uint32_t>(nodeOps_.size()));
+        nodeOps_.push_back({std::move(placed.image), placed.at, 0});
     }
 }
 

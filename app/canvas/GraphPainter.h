@@ -69,8 +69,9 @@ NodeBox nodeBox(const GraphFrame& frame, std::size_t symbol, double captionLineH
 
 class GraphPainter {
 public:
-    // `threads` share out the edge layer by bands of rows (see BandTeam; 1: all on the
-    // caller, in one band). The picture is the same, pixel for pixel, for any number.
+    // `threads` share out the frame by bands of rows (see BandTeam; 1: all on the
+    // caller, straight onto the painter's device). The picture is the same, pixel for
+    // pixel, for any number.
     explicit GraphPainter(int threads = 0);
     ~GraphPainter();
     void paint(QPainter& painter, const GraphFrame& frame, const CanvasPalette& palette);
@@ -81,16 +82,33 @@ public:
     double captionLineHeight() const { return captionLineHeight_; }
 
 private:
-    void paintEdges(QPainter& painter, const GraphFrame& frame, const CanvasPalette& palette);
-    void paintNodes(QPainter& painter, const GraphFrame& frame, const CanvasPalette& palette);
+    // A node as the frame draws it: a ready-drawn image, or (glowing, scaled or named)
+    // drawn in full by paintNode, on the caller's thread.
+    struct NodeOp {
+        QImage sprite;  // null for a node drawn in full
+        QPointF at;
+        std::uint32_t full = 0;  // its index in fullNodes_
+    };
+    struct FullNode {
+        std::size_t symbol;
+        NodeBox box;
+        NodeStyle style;
+    };
+
+    void layEdges(const GraphFrame& frame, const CanvasPalette& palette, double dpr, QSize pixels);
+    void collectNodes(const GraphFrame& frame, const CanvasPalette& palette, double dpr);
+    void composeInBands(const GraphFrame& frame, const CanvasPalette& palette, double dpr, QSize pixels);
     void paintNode(QPainter& painter, const GraphFrame& frame, const CanvasPalette& palette, std::size_t symbol,
                    const NodeBox& box, const NodeStyle& style);
     void paintTooltip(QPainter& painter, const TooltipFrame& tooltip, QSizeF viewSize) const;
     const QStaticText& labelBelow(const GraphScene& scene, std::size_t symbol, double width);
+    // The bands that device rows [top, bottom] reach.
+    std::pair<int, int> bandsOf(double top, double bottom) const;
 
     NodeSpriteCache sprites_;
     std::optional<CanvasPalette> spritePalette_;  // the colours the sprites were drawn in
     QImage edgeLayer_;                   // the edges over a transparent ground
+    QImage frame_;                       // the frame put together in bands
     // What the edge layer was drawn for: while it holds, a frame that only animates
     // nodes, hover or the tooltip reuses the layer.
     struct EdgeLayerKey {
@@ -103,9 +121,12 @@ private:
     };
     std::optional<EdgeLayerKey> edgeLayerKey_;
     std::vector<NamedColor> edgeHues_;   // in the order their masks are painted
-    // Per band of rows, one mask per hue.
+    // Bands of rows: a few per thread, so that dense and sparse stretches even out.
+    int bands_ = 1;
+    int bandHeight_ = 0;
+    // Per band, one mask per hue.
     std::vector<std::vector<EdgeMask>> edgeMasks_;
-    // A curve or arrow head in device pixels, by the index of its style.
+    // A curve in device pixels and an arrow head in view points, by their style's index.
     struct Stroke {
         QPointF p, c, q;
         std::uint8_t style;
@@ -116,8 +137,12 @@ private:
     };
     std::vector<Stroke> strokes_;
     std::vector<Arrow> arrows_;
-    // Per band, the strokes and arrow heads that may reach its rows, in drawing order.
-    std::vector<std::vector<std::uint32_t>> bandStrokes_, bandArrows_;
+    std::vector<NodeOp> nodeOps_;         // in drawing order
+    std::vector<FullNode> fullNodes_;
+    std::vector<std::size_t> fullOps_;    // where in nodeOps_ the full nodes stand
+    // Per band, the strokes, arrow heads and node images that may reach its rows, in
+    // drawing order.
+    std::vector<std::vector<std::uint32_t>> bandStrokes_, bandArrows_, bandNodes_;
     std::unique_ptr<BandTeam> team_;
     QFont caption_, captionBold_, caption2_, nodeLabel_;
     double captionLineHeight_ = 0;

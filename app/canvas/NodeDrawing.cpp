@@ -102,7 +102,12 @@ std::size_t NodeSpriteCache::KeyHash::operator()(const Key& k) const noexcept {
 
 void NodeSpriteCache::draw(QPainter& painter, SymbolKind kind, const NodeStyle& style, const QRectF& square,
                            const CanvasPalette& palette) {
-    const double dpr = painter.device()->devicePixelRatioF();
+    const Placed placed = place(kind, style, square, palette, painter.device()->devicePixelRatioF());
+    painter.drawImage(placed.at, placed.image);
+}
+
+NodeSpriteCache::Placed NodeSpriteCache::place(SymbolKind kind, const NodeStyle& style, const QRectF& square,
+                                               const CanvasPalette& palette, double dpr) {
     const double margin = strokeMargin(style.lineWidth);
     // The image's origin lands on a whole device pixel; the square keeps its fraction
     // to a quarter pixel.
@@ -142,7 +147,7 @@ void NodeSpriteCache::draw(QPainter& painter, SymbolKind kind, const NodeStyle& 
         image.setDevicePixelRatio(dpr);
         it = sprites_.emplace(key, std::move(image)).first;
     }
-    painter.drawImage(QPointF(originX / dpr, originY / dpr), it->second);
+    return {it->second, QPointF(originX / dpr, originY / dpr)};
 }
 
 }  // namespace vantrel

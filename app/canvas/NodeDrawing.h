@@ -35,6 +35,13 @@ class NodeSpriteCache {
 public:
     void draw(QPainter& painter, SymbolKind kind, const NodeStyle& style, const QRectF& square,
               const CanvasPalette& palette);
+    // The image that draw() would put down and where, for a device of `dpr`.
+    struct Placed {
+        QImage image;
+        QPointF at;
+    };
+    Placed place(SymbolKind kind, const NodeStyle& style, const QRectF& square, const CanvasPalette& palette,
+                 double dpr);
     // Colours are resolved into the images: call when the palette changes.
     void clear() {
         sprites_.clear();
