@@ -5,6 +5,7 @@
 #include <cmath>
 #include <cstdint>
 #include <cstring>
+#include <vector>
 
 namespace vantrel {
 
@@ -25,14 +26,32 @@ inline QRgb byteMul(QRgb x, uint a) {
     return x | t;
 }
 
-// Source over in alpha alone: m + a × (1 - m), with a = alpha × coverage, both out of
-// 255 and 65536.
-inline void addAlpha(unsigned char* mask, unsigned alpha, std::uint32_t coverage) {
-    const std::uint32_t a = (alpha * coverage + 32768) >> 16;
-    const std::uint32_t m = *mask;
-    const std::uint32_t t = (255 - m) * a + 128;
-    *mask = static_cast<unsigned char>(m + ((t + (t >> 8)) >> 8));
+// Source over in alpha alone, m + a × (1 - m) out of 255 and rounded, for every a and m:
+// a look-up costs less than the arithmetic at millions of pixels a frame.
+struct OverTable {
+    unsigned char over[256][256];  // [a][m]
+};
+constexpr OverTable makeOverTable() {
+    OverTable table{};
+    for (std::uint32_t a = 0; a < 256; ++a)
+        for (std::uint32_t m = 0; m < 256; ++m) {
+            const std::uint32_t t = (255 - m) * a + 128;
+            table.over[a][m] = static_cast<unsigned char>(m + ((t + (t >> 8)) >> 8));
+        }
+    return table;
 }
+constexpr OverTable kOver = makeOverTable();
+
+// Lays `alpha` (out of 255) times `coverage` (out of 65536) over the mask's alpha. No
+// coverage changes nothing.
+inline void addAlpha(unsigned char* mask, unsigned alpha, std::uint32_t coverage) {
+    *mask = kOver.over[(alpha * coverage + 32768) >> 16][*mask];
+}
+
+// One curve's coverage while it is gathered (zero outside a curve), and the offsets it
+// touched. Each thread lays its curves start to end, so one of each per thread does.
+thread_local std::vector<unsigned char> gathered;
+thread_local std::vector<std::uint32_t> touched;
 
 // floor() for the working coordinate range, without a library call: the baseline
 // instruction set has no rounding instruction.
@@ -128,6 +147,21 @@ void sweepPiece(QPointF a, QPointF b, float width, bool includeEnd, const Window
     // Offsets count from the window's first row; unsigned arithmetic wraps back to them.
     std::size_t column = static_cast<std::size_t>(first) * majorStep -
                          static_cast<std::size_t>(window.firstRow) * static_cast<std::size_t>(window.width);
+    if (lower - upper <= 65536) {
+        // At most a pixel thick, the band crosses at most two pixels of a step: both get
+        // their share, the second none when the band ends in the first (the window
+        // leaves room for that second pixel past its end).
+        for (int i = first; i <= last; ++i, upper += step, lower += step, column += majorStep) {
+            const std::int32_t from = std::max(upper, minorFirst), to = std::min(lower, minorLimit);
+            if (from >= to) continue;
+            const int firstPixel = from >> 16;
+            const std::int32_t split = std::min(to, (firstPixel + 1) << 16);
+            const std::size_t at = column + static_cast<std::size_t>(firstPixel) * minorStep;
+            lay(at, static_cast<std::uint32_t>(split - from));
+            lay(at + minorStep, static_cast<std::uint32_t>(to - split));
+        }
+        return;
+    }
     for (int i = first; i <= last; ++i, upper += step, lower += step, column += majorStep) {
         const std::int32_t from = std::max(upper, minorFirst), to = std::min(lower, minorLimit);
         if (from >= to) continue;
@@ -150,7 +184,8 @@ EdgeMask::EdgeMask(QSize pixels, int firstRow, int endRow)
       height_(pixels.height()),
       firstRow_(std::clamp(firstRow, 0, height_)),
       endRow_(std::clamp(endRow, firstRow_, height_)),
-      alpha_(static_cast<std::size_t>(width_) * (endRow_ - firstRow_), 0),
+      // A row and a pixel to spare past the end: see sweepPiece.
+      alpha_(static_cast<std::size_t>(width_) * (endRow_ - firstRow_ + 1) + 1, 0),
       dirtyTop_(endRow_),
       dirtyBottom_(firstRow_) {}
 
@@ -234,20 +269,32 @@ void EdgeMask::strokeQuad(QPointF p, QPointF c, QPointF q, double width, double 
         }
     };
     if (oneWay) {
-        forEachPiece([&](std::size_t at, std::uint32_t coverage) { addAlpha(mask + at, strength, coverage); });
+        forEachPiece([mask, strength](std::size_t at, std::uint32_t coverage) { addAlpha(mask + at, strength, coverage); });
         return;
     }
-    if (gathered_.empty()) gathered_.assign(alpha_.size(), 0);
-    forEachPiece([&](std::size_t at, std::uint32_t coverage) {
+    // The curve touches at most as many pixels as its pieces' steps times the pixels
+    // that a step crosses, and at most the window's.
+    double steps = 0;
+    for (int i = 0; i < n; ++i)
+        steps += std::abs(points[i + 1].x - points[i].x) + std::abs(points[i + 1].y - points[i].y) + 2;
+    const double windowPixels = static_cast<double>(alpha_.size());
+    const auto most = static_cast<std::size_t>(std::min(steps * (1.5 * width + 3), windowPixels));
+    if (gathered.size() < alpha_.size()) gathered.resize(alpha_.size(), 0);
+    if (touched.size() < most) touched.resize(most);
+    unsigned char* const gather = gathered.data();
+    std::uint32_t* const list = touched.data();
+    std::size_t count = 0;
+    forEachPiece([gather, list, &count](std::size_t at, std::uint32_t coverage) {
         const auto c = static_cast<unsigned char>(std::min<std::uint32_t>(coverage >> 8, 255));
-        if (gathered_[at] == 0 && c != 0) touched_.push_back(at);
-        gathered_[at] = std::max(gathered_[at], c);
+        const unsigned char before = gather[at];
+        if (before == 0 && c != 0) list[count++] = static_cast<std::uint32_t>(at);
+        gather[at] = std::max(before, c);
     });
-    for (std::size_t at : touched_) {
-        addAlpha(mask + at, strength, gathered_[at] * 257u);
-        gathered_[at] = 0;
+    for (std::size_t i = 0; i < count; ++i) {
+        const std::uint32_t at = list[i];
+        addAlpha(mask + at, strength, gather[at] * 257u);
+        gather[at] = 0;
     }
-    touched_.clear();
 }
 
 }  // namespace vantrel

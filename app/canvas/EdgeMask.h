@@ -53,11 +53,7 @@ private:
     int height_;
     int firstRow_;
     int endRow_;
-    std::vector<unsigned char> alpha_;  // the band's rows only
-    // One curve's coverage, for curves whose pieces may cover a pixel twice; zero
-    // between curves except at `touched_`.
-    std::vector<unsigned char> gathered_;
-    std::vector<std::size_t> touched_;
+    std::vector<unsigned char> alpha_;  // the band's rows only, and a row to spare
     int dirtyTop_;     // rows [dirtyTop_, dirtyBottom_) may hold alpha
     int dirtyBottom_;
 };
