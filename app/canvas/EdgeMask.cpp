@@ -189,12 +189,12 @@ EdgeMask::EdgeMask(QSize pixels, int firstRow, int endRow)
       dirtyTop_(endRow_),
       dirtyBottom_(firstRow_) {}
 
-void EdgeMask::paintOnto(QImage& target, QRgb color) {
+void EdgeMask::paintOnto(uchar* pixels, qsizetype bytesPerLine, QRgb color) {
     QRgb shade[256];
     for (uint a = 0; a < 256; ++a) shade[a] = byteMul(color | 0xff000000u, a);
     for (int y = dirtyTop_; y < dirtyBottom_; ++y) {
         unsigned char* m = alpha_.data() + static_cast<std::size_t>(y - firstRow_) * width_;
-        QRgb* pixel = reinterpret_cast<QRgb*>(target.scanLine(y));
+        QRgb* pixel = reinterpret_cast<QRgb*>(pixels + y * bytesPerLine);
         for (int x = 0; x < width_;) {
             // Most of a mask is empty: skip it eight pixels at a time.
             std::uint64_t word;

@@ -46,7 +46,10 @@ public:
 
     // Paints `color` (its alpha ignored) at the gathered alpha over the mask's rows of
     // `target` (Format_ARGB32_Premultiplied, the view's size), and empties the mask.
-    void paintOnto(QImage& target, QRgb color);
+    void paintOnto(QImage& target, QRgb color) { paintOnto(target.bits(), target.bytesPerLine(), color); }
+    // The same onto the pixels of such an image: bands on other threads paint onto
+    // other rows of one image, which its non-const accessors would touch as a whole.
+    void paintOnto(uchar* pixels, qsizetype bytesPerLine, QRgb color);
 
 private:
     int width_;

@@ -219,6 +219,8 @@ void GraphPainter::layEdges(const GraphFrame& frame, const CanvasPalette& palett
         }
     }
 
+    std::vector<QRgb> hues;
+    for (NamedColor hue : edgeHues_) hues.push_back(palette.color(hue).rgb());
     uchar* const layerBits = edgeLayer_.bits();
     const qsizetype layerStride = edgeLayer_.bytesPerLine();
     team_->run(bands_, [&](int band) {
@@ -232,7 +234,7 @@ void GraphPainter::layEdges(const GraphFrame& frame, const CanvasPalette& palett
             masks[maskOf[stroke.style]].strokeQuad(stroke.p, stroke.c, stroke.q, styles[stroke.style].lineWidth * dpr,
                                                    alphas[stroke.style]);
         }
-        for (std::size_t h = 0; h < edgeHues_.size(); ++h) masks[h].paintOnto(edgeLayer_, palette.color(edgeHues_[h]).rgb());
+        for (std::size_t h = 0; h < edgeHues_.size(); ++h) masks[h].paintOnto(layerBits, layerStride, hues[h]);
         if (bandArrows_[band].empty()) return;
         // A painter of its own over the same pixels, kept to the band's rows.
         QImage rows(layerBits, pixels.width(), pixels.height(), layerStride, QImage::Format_ARGB32_Premultiplied);
