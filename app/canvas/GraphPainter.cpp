@@ -186,38 +186,48 @@ void GraphPainter::layEdges(const GraphFrame& frame, const CanvasPalette& palett
         arrowColors.push_back(palette.color(style.color, std::min(style.opacity + 0.15, 1.0)));
     }
 
-    strokes_.clear();
-    arrows_.clear();
-    bandStrokes_.resize(bands_);
-    bandArrows_.resize(bands_);
-    for (auto& list : bandStrokes_) list.clear();
-    for (auto& list : bandArrows_) list.clear();
-    const QRectF view(QPointF(0, 0), frame.viewSize);
+    // Curves and heads are placed and sorted into bands by chunks of edges on the
+    // team; each band then takes the chunks in turn, which keeps the edges' order.
     const auto& edges = scene.topology().edges();
-    for (std::size_t e = 0; e < edges.size(); ++e) {
-        const std::uint8_t index = scene.edgeStyleIndex(e);
-        if (index == GraphScene::kNoEdge) continue;
-        const EdgeStyle& style = styles[index];
-        const QPointF p = frame.transform.toScreen(scene.place(edges[e].from));
-        const QPointF q = frame.transform.toScreen(scene.place(edges[e].to));
-        const QPointF c = edgeControlPoint(p, q, edges[e].bend);
-        const double reach = style.lineWidth + (style.showArrow ? style.arrowSize : 0);
-        const QRectF bounds = curveBounds(p, c, q);
-        if (!bounds.adjusted(-reach, -reach, reach, reach).intersects(view)) continue;
-        // The curve stays inside the triangle of its points; its stroke is no wider than
-        // the line width, and antialiasing adds a pixel.
-        const double rows = (style.lineWidth + 1) * dpr + 2;
-        const auto [first, last] = bandsOf(bounds.top() * dpr - rows, bounds.bottom() * dpr + rows);
-        for (int band = first; band <= last; ++band) bandStrokes_[band].push_back(static_cast<std::uint32_t>(strokes_.size()));
-        strokes_.push_back({p * dpr, c * dpr, q * dpr, index});
-        if (style.showArrow) {
-            // The head lies within 1.15 × its size of its tip.
-            const double head = (1.2 * style.arrowSize + 1) * dpr + 2;
-            const auto [top, bottom] = bandsOf(q.y() * dpr - head, q.y() * dpr + head);
-            for (int band = top; band <= bottom; ++band) bandArrows_[band].push_back(static_cast<std::uint32_t>(arrows_.size()));
-            arrows_.push_back({q, c, index});
+    const int chunks = std::max(1, std::min<int>(2 * team_->threads(), static_cast<int>(edges.size() / 4096) + 1));
+    if (static_cast<int>(edgeChunks_.size()) != chunks) edgeChunks_.resize(chunks);
+    const QRectF view(QPointF(0, 0), frame.viewSize);
+    team_->run(chunks, [&](int k) {
+        EdgeChunk& chunk = edgeChunks_[k];
+        chunk.strokes.clear();
+        chunk.arrows.clear();
+        chunk.bandStrokes.resize(bands_);
+        chunk.bandArrows.resize(bands_);
+        for (auto& list : chunk.bandStrokes) list.clear();
+        for (auto& list : chunk.bandArrows) list.clear();
+        const std::size_t end = edges.size() * (k + 1) / chunks;
+        for (std::size_t e = edges.size() * k / chunks; e < end; ++e) {
+            const std::uint8_t index = scene.edgeStyleIndex(e);
+            if (index == GraphScene::kNoEdge) continue;
+            const EdgeStyle& style = styles[index];
+            const QPointF p = frame.transform.toScreen(scene.place(edges[e].from));
+            const QPointF q = frame.transform.toScreen(scene.place(edges[e].to));
+            const QPointF c = edgeControlPoint(p, q, edges[e].bend);
+            const double reach = style.lineWidth + (style.showArrow ? style.arrowSize : 0);
+            const QRectF bounds = curveBounds(p, c, q);
+            if (!bounds.adjusted(-reach, -reach, reach, reach).intersects(view)) continue;
+            // The curve stays inside the triangle of its points; its stroke is no wider
+            // than the line width, and antialiasing adds a pixel.
+            const double rows = (style.lineWidth + 1) * dpr + 2;
+            const auto [first, last] = bandsOf(bounds.top() * dpr - rows, bounds.bottom() * dpr + rows);
+            for (int band = first; band <= last; ++band)
+                chunk.bandStrokes[band].push_back(static_cast<std::uint32_t>(chunk.strokes.size()));
+            chunk.strokes.push_back({p * dpr, c * dpr, q * dpr, index});
+            if (style.showArrow) {
+                // The head lies within 1.15 × its size of its tip.
+                const double head = (1.2 * style.arrowSize + 1) * dpr + 2;
+                const auto [top, bottom] = bandsOf(q.y() * dpr - head, q.y() * dpr + head);
+                for (int band = top; band <= bottom; ++band)
+                    chunk.bandArrows[band].push_back(static_cast<std::uint32_t>(chunk.arrows.size()));
+                chunk.arrows.push_back({q, c, index});
+            }
         }
-    }
+    });
 
     std::vector<QRgb> hues;
     for (NamedColor hue : edgeHues_) hues.push_back(palette.color(hue).rgb());
@@ -229,23 +239,29 @@ void GraphPainter::layEdges(const GraphFrame& frame, const CanvasPalette& palett
         if (firstRow >= endRow) return;
         std::memset(layerBits + firstRow * layerStride, 0, static_cast<std::size_t>((endRow - firstRow) * layerStride));
         std::vector<EdgeMask>& masks = edgeMasks_[band];
-        for (const std::uint32_t i : bandStrokes_[band]) {
-            const Stroke& stroke = strokes_[i];
-            masks[maskOf[stroke.style]].strokeQuad(stroke.p, stroke.c, stroke.q, styles[stroke.style].lineWidth * dpr,
-                                                   alphas[stroke.style]);
+        bool anyArrow = false;
+        for (const EdgeChunk& chunk : edgeChunks_) {
+            for (const std::uint32_t i : chunk.bandStrokes[band]) {
+                const Stroke& stroke = chunk.strokes[i];
+                masks[maskOf[stroke.style]].strokeQuad(stroke.p, stroke.c, stroke.q,
+                                                       styles[stroke.style].lineWidth * dpr, alphas[stroke.style]);
+            }
+            anyArrow = anyArrow || !chunk.bandArrows[band].empty();
         }
         for (std::size_t h = 0; h < edgeHues_.size(); ++h) masks[h].paintOnto(layerBits, layerStride, hues[h]);
-        if (bandArrows_[band].empty()) return;
+        if (!anyArrow) return;
         // A painter of its own over the same pixels, kept to the band's rows.
         QImage rows(layerBits, pixels.width(), pixels.height(), layerStride, QImage::Format_ARGB32_Premultiplied);
         QPainter layer(&rows);
         layer.setClipRect(QRect(0, firstRow, pixels.width(), endRow - firstRow));
         layer.setRenderHint(QPainter::Antialiasing);
         layer.scale(dpr, dpr);
-        for (const std::uint32_t i : bandArrows_[band]) {
-            const Arrow& arrow = arrows_[i];
-            layer.fillPath(arrowHeadPath(arrow.tip, arrow.from, styles[arrow.style].arrowSize),
-                           arrowColors[arrow.style]);
+        for (const EdgeChunk& chunk : edgeChunks_) {
+            for (const std::uint32_t i : chunk.bandArrows[band]) {
+                const Arrow& arrow = chunk.arrows[i];
+                layer.fillPath(arrowHeadPath(arrow.tip, arrow.from, styles[arrow.style].arrowSize),
+                               arrowColors[arrow.style]);
+            }
         }
     });
     edgeLayer_.setDevicePixelRatio(dpr);

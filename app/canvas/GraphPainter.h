@@ -135,14 +135,19 @@ private:
         QPointF tip, from;
         std::uint8_t style;
     };
-    std::vector<Stroke> strokes_;
-    std::vector<Arrow> arrows_;
+    // The curves and heads of a run of edges, and per band the ones that may reach its
+    // rows, in drawing order.
+    struct EdgeChunk {
+        std::vector<Stroke> strokes;
+        std::vector<Arrow> arrows;
+        std::vector<std::vector<std::uint32_t>> bandStrokes, bandArrows;
+    };
+    std::vector<EdgeChunk> edgeChunks_;
     std::vector<NodeOp> nodeOps_;         // in drawing order
     std::vector<FullNode> fullNodes_;
     std::vector<std::size_t> fullOps_;    // where in nodeOps_ the full nodes stand
-    // Per band, the strokes, arrow heads and node images that may reach its rows, in
-    // drawing order.
-    std::vector<std::vector<std::uint32_t>> bandStrokes_, bandArrows_, bandNodes_;
+    // Per band, the node images that may reach its rows, in drawing order.
+    std::vector<std::vector<std::uint32_t>> bandNodes_;
     std::unique_ptr<BandTeam> team_;
     QFont caption_, captionBold_, caption2_, nodeLabel_;
     double captionLineHeight_ = 0;
