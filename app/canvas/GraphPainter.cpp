@@ -85,7 +85,7 @@ void GraphPainter::paint(QPainter& painter, const GraphFrame& frame, const Canva
     const double dpr = painter.device()->devicePixelRatioF();
     const QSize pixels(static_cast<int>(std::ceil(frame.viewSize.width() * dpr)),
                        static_cast<int>(std::ceil(frame.viewSize.height() * dpr)));
-    bands_ = team_->threads() == 1 ? 1 : std::clamp(pixels.height() / 32, 1, 4 * team_->threads());
+    bands_ = team_->threads() == 1 ? 1 : std::clamp(pixels.height() / 64, 1, 2 * team_->threads());
     bandHeight_ = std::max(1, (pixels.height() + bands_ - 1) / bands_);
     layEdges(frame, palette, dpr, pixels);
     collectNodes(frame, palette, dpr);

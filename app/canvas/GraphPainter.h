@@ -121,7 +121,8 @@ private:
     };
     std::optional<EdgeLayerKey> edgeLayerKey_;
     std::vector<NamedColor> edgeHues_;   // in the order their masks are painted
-    // Bands of rows: a few per thread, so that dense and sparse stretches even out.
+    // Bands of rows, two per thread: dense and sparse stretches even out, and few bands
+    // flatten few curves twice.
     int bands_ = 1;
     int bandHeight_ = 0;
     // Per band, one mask per hue.
