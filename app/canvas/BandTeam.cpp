@@ -22,9 +22,9 @@ void BandTeam::takeBands() {
     for (int band = next_.fetch_add(1); band < count_; band = next_.fetch_add(1)) (*work_)(band);
 }
 
-void BandTeam::run(int count, const std::function<void(int)>& work) {
-    if (count <= 0) return;
-    if (helpers_.empty() || count == 1) {
+void BandTeam::run(int count, const std::function<void(int)>& work, const std::function<void()>& first) {
+    if (helpers_.empty() || count <= 1) {
+        if (first) first();
         for (int band = 0; band < count; ++band) work(band);
         return;
     }
@@ -37,6 +37,7 @@ void BandTeam::run(int count, const std::function<void(int)>& work) {
         ++round_;
     }
     wake_.notify_all();
+    if (first) first();
     takeBands();
     std::unique_lock lock(mutex_);
     finished_.wait(lock, [&] { return helping_ == 0; });

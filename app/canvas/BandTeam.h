@@ -25,7 +25,9 @@ public:
     int threads() const { return static_cast<int>(helpers_.size()) + 1; }
 
     // Calls work(band) once for every band in [0, count) and returns when all are done.
-    void run(int count, const std::function<void(int)>& work);
+    // The caller first runs `first` (if any), work of its own that the bands do not
+    // touch, while the helpers start on the bands.
+    void run(int count, const std::function<void(int)>& work, const std::function<void()>& first = {});
 
 private:
     void help();

@@ -87,8 +87,9 @@ void GraphPainter::paint(QPainter& painter, const GraphFrame& frame, const Canva
                        static_cast<int>(std::ceil(frame.viewSize.height() * dpr)));
     bands_ = team_->threads() == 1 ? 1 : std::clamp(pixels.height() / 64, 1, 2 * team_->threads());
     bandHeight_ = std::max(1, (pixels.height() + bands_ - 1) / bands_);
-    layEdges(frame, palette, dpr, pixels);
-    collectNodes(frame, palette, dpr);
+    // The nodes are gathered on this thread (their images are cached here) while the
+    // edges are laid.
+    layEdges(frame, palette, dpr, pixels, [&] { collectNodes(frame, palette, dpr); });
 
     // Every node drawn in full costs a pause of the bands; past a few (names under every
     // node) one thread draws the nodes. Put together apart, the frame must cover what
@@ -150,11 +151,15 @@ void GraphPainter::composeInBands(const GraphFrame& frame, const CanvasPalette& 
     }
 }
 
-void GraphPainter::layEdges(const GraphFrame& frame, const CanvasPalette& palette, double dpr, QSize pixels) {
+void GraphPainter::layEdges(const GraphFrame& frame, const CanvasPalette& palette, double dpr, QSize pixels,
+                            const std::function<void()>& meanwhile) {
     const GraphScene& scene = *frame.scene;
     const auto& styles = scene.edgeStyles();
     const EdgeLayerKey key{scene.serial(), frame.transform.pan, frame.transform.zoom, frame.viewSize, dpr};
-    if (edgeLayerKey_ == key && static_cast<int>(edgeMasks_.size()) == bands_) return;
+    if (edgeLayerKey_ == key && static_cast<int>(edgeMasks_.size()) == bands_) {
+        meanwhile();
+        return;
+    }
     edgeLayerKey_ = key;
     if (edgeLayer_.size() != pixels || static_cast<int>(edgeMasks_.size()) != bands_) {
         edgeLayer_ = QImage(pixels, QImage::Format_ARGB32_Premultiplied);
@@ -263,7 +268,7 @@ void GraphPainter::layEdges(const GraphFrame& frame, const CanvasPalette& palett
                                arrowColors[arrow.style]);
             }
         }
-    });
+    }, meanwhile);
     edgeLayer_.setDevicePixelRatio(dpr);
 }
 

@@ -9,6 +9,7 @@
 #include <QRectF>
 #include <QSizeF>
 #include <QStaticText>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <utility>
@@ -95,7 +96,10 @@ private:
         NodeStyle style;
     };
 
-    void layEdges(const GraphFrame& frame, const CanvasPalette& palette, double dpr, QSize pixels);
+    // Lays the edge layer anew if its key changed; `meanwhile` runs on the calling
+    // thread while other threads start on the layer (and before the call returns).
+    void layEdges(const GraphFrame& frame, const CanvasPalette& palette, double dpr, QSize pixels,
+                  const std::function<void()>& meanwhile);
     void collectNodes(const GraphFrame& frame, const CanvasPalette& palette, double dpr);
     void composeInBands(const GraphFrame& frame, const CanvasPalette& palette, double dpr, QSize pixels);
     void paintNode(QPainter& painter, const GraphFrame& frame, const CanvasPalette& palette, std::size_t symbol,
