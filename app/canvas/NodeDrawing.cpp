@@ -60,6 +60,20 @@ void blurAndTint(QImage& image, double sigma, const QColor& color) {
     }
 }
 
+// The smallest rectangle holding every pixel of the image that is not fully transparent.
+QRect paintedRect(const QImage& image) {
+    int left = image.width(), right = -1, top = image.height(), bottom = -1;
+    for (int y = 0; y < image.height(); ++y) {
+        const QRgb* line = reinterpret_cast<const QRgb*>(image.constScanLine(y));
+        for (int x = 0; x < image.width(); ++x) {
+            if (qAlpha(line[x]) == 0) continue;
+            left = std::min(left, x), right = std::max(right, x);
+            top = std::min(top, y), bottom = std::max(bottom, y);
+        }
+    }
+    return right < 0 ? QRect() : QRect(QPoint(left, top), QPoint(right, bottom));
+}
+
 }  // namespace
 
 void drawNodeShape(QPainter& painter, SymbolKind kind, const NodeStyle& style, const QRectF& square,
@@ -144,10 +158,20 @@ NodeSpriteCache::Placed NodeSpriteCache::place(SymbolKind kind, const NodeStyle&
             const QPointF corner((snappedX - originX) / dpr + margin, (snappedY - originY) / dpr + margin);
             drawNodeShape(p, kind, style, QRectF(corner, square.size()), palette);
         }
+        // Fully transparent pixels change nothing where the image lands: they are cut
+        // away, where moving the origin by whole device pixels keeps it exact.
+        QPoint offset;
+        if (const double whole = std::exp2(std::round(std::log2(dpr))); whole == dpr) {
+            const QRect opaque = paintedRect(image);
+            if (!opaque.isEmpty() && opaque != image.rect()) {
+                offset = opaque.topLeft();
+                image = image.copy(opaque);
+            }
+        }
         image.setDevicePixelRatio(dpr);
-        it = sprites_.emplace(key, std::move(image)).first;
+        it = sprites_.emplace(key, Sprite{std::move(image), offset}).first;
     }
-    return {it->second, QPointF(originX / dpr, originY / dpr)};
+    return {it->second.image, QPointF((originX + it->second.offset.x()) / dpr, (originY + it->second.offset.y()) / dpr)};
 }
 
 }  // namespace vantrel
