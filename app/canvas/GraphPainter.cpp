@@ -91,11 +91,13 @@ void GraphPainter::paint(QPainter& painter, const GraphFrame& frame, const Canva
     // edges are laid.
     layEdges(frame, palette, dpr, pixels, [&] { collectNodes(frame, palette, dpr); });
 
-    // Every node drawn in full costs a pause of the bands; past a few (names under every
-    // node) one thread draws the nodes. Put together apart, the frame must cover what
-    // was there before, as an opaque ground does.
-    constexpr std::size_t kMostFullNodes = 8;
-    if (bands_ > 1 && fullNodes_.size() <= kMostFullNodes && palette.windowBackground().alpha() == 255) {
+    // Putting the frame together apart costs one more copy of it, worth it past a
+    // thousand node images. Every node drawn in full costs a pause of the bands; past a
+    // few (names under every node) one thread draws the nodes. And the frame must cover
+    // what was there before, as an opaque ground does.
+    constexpr std::size_t kFewestNodeImages = 1000, kMostFullNodes = 8;
+    if (bands_ > 1 && nodeOps_.size() >= kFewestNodeImages && fullNodes_.size() <= kMostFullNodes &&
+        palette.windowBackground().alpha() == 255) {
         composeInBands(frame, palette, dpr, pixels);
         painter.drawImage(QPointF(0, 0), frame_);
         painter.setRenderHint(QPainter::Antialiasing);

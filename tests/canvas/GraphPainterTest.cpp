@@ -112,11 +112,10 @@ private slots:
         for (const GraphScene* scene : {&plain, &selected}) {
             const bool focus = scene == &selected;
             for (double dpr : {1.0, 2.0}) {
-                const QSize size = dpr == 1.0 ? view : view / 2;
-                const QImage serial = paintFrame(one, *scene, graph.ir, size, dpr, focus);
+                const QImage serial = paintFrame(one, *scene, graph.ir, view, dpr, focus);
                 // Twice each: once laying the edges, once reusing them as an animation does.
                 for (GraphPainter* painter : {&two, &two, &three, &three}) {
-                    const QImage banded = paintFrame(*painter, *scene, graph.ir, size, dpr, focus);
+                    const QImage banded = paintFrame(*painter, *scene, graph.ir, view, dpr, focus);
                     QVERIFY2(banded == serial, qPrintable(QString("threads differ at dpr %1, %2").arg(dpr).arg(focus)));
                 }
                 two.forgetEdges();
