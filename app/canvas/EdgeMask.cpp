@@ -269,7 +269,8 @@ void EdgeMask::strokeQuad(QPointF p, QPointF c, QPointF q, double width, double 
         }
     };
     if (oneWay) {
-        forEachPiece([mask, strength](std::size_t at, std::uint32_t coverage) { addAlpha(mask + at, strength, coverage); });
+        forEachPiece(
+            [mask, strength](std::size_t at, std::uint32_t coverage) { addAlpha(mask + at, strength, coverage); });
         return;
     }
     // The curve touches at most as many pixels as its pieces' steps times the pixels

@@ -142,7 +142,10 @@ void GraphPainter::composeInBands(const GraphFrame& frame, const CanvasPalette& 
             if (round == 0) p.fillRect(view, palette.windowBackground());
             p.setRenderHint(QPainter::Antialiasing);
             if (round == 0) p.drawImage(QPointF(0, 0), edgeLayer_);
-            for (; at < nodes.size() && nodes[at] < end; ++at) p.drawImage(nodeOps_[nodes[at]].at, nodeOps_[nodes[at]].sprite);
+            for (; at < nodes.size() && nodes[at] < end; ++at) {
+                const NodeOp& op = nodeOps_[nodes[at]];
+                p.drawImage(op.at, op.sprite);
+            }
         });
         if (round < fullNodes_.size()) {
             QPainter p(&frame_);
@@ -306,7 +309,8 @@ void GraphPainter::collectNodes(const GraphFrame& frame, const CanvasPalette& pa
         NodeSpriteCache::Placed placed = sprites_.place(graph.kind(symbol), style, box.square, palette, dpr);
         const double top = placed.at.y() * dpr;
         const auto [first, last] = bandsOf(top - 1, top + placed.image.height() + 1);
-        for (int band = first; band <= last; ++band) bandNodes_[band].push_back(static_cast<std::uint32_t>(nodeOps_.size()));
+        for (int band = first; band <= last; ++band)
+            bandNodes_[band].push_back(static_cast<std::uint32_t>(nodeOps_.size()));
         nodeOps_.push_back({std::move(placed.image), placed.at, 0});
     }
 }

@@ -171,7 +171,8 @@ NodeSpriteCache::Placed NodeSpriteCache::place(SymbolKind kind, const NodeStyle&
         image.setDevicePixelRatio(dpr);
         it = sprites_.emplace(key, Sprite{std::move(image), offset}).first;
     }
-    return {it->second.image, QPointF((originX + it->second.offset.x()) / dpr, (originY + it->second.offset.y()) / dpr)};
+    const QPoint offset = it->second.offset;
+    return {it->second.image, QPointF((originX + offset.x()) / dpr, (originY + offset.y()) / dpr)};
 }
 
 }  // namespace vantrel

@@ -42,7 +42,8 @@ struct DenseGraph {
             s.id = idOf(i);
             s.kind = kinds[i % 4];
             s.range = {i + 1, 1, i + 5, 2};
-            const double angle = next(3600) * 0.1 * std::numbers::pi / 180, radius = std::sqrt(next(10000) / 10000.0) * 0.7;
+            const double angle = next(3600) * 0.1 * std::numbers::pi / 180;
+            const double radius = std::sqrt(next(10000) / 10000.0) * 0.7;
             places[s.id] = {radius * std::cos(angle), radius * std::sin(angle)};
         }
         for (int i = 0; i < kSymbols; ++i) {
@@ -100,8 +101,8 @@ private slots:
         const IdSet noIds, downstream = graph.ir.symbols.at(*hub).refsOut;
         const EdgeSet noEdges;
         const QSize view(900, 640);
-        const GraphScene plain(topology,
-                               SceneInputs{&graph.ir, graph.places, none, noLevels, noIds, noIds, false, noEdges, 0.55, view});
+        const GraphScene plain(
+            topology, SceneInputs{&graph.ir, graph.places, none, noLevels, noIds, noIds, false, noEdges, 0.55, view});
         const GraphScene selected(
             topology, SceneInputs{&graph.ir, graph.places, hub, levels, downstream, noIds, false, noEdges, 0.55, view});
         std::size_t reached = 0;
