@@ -66,8 +66,11 @@ void GraphPainter::invalidate() {
 }
 
 std::pair<int, int> GraphPainter::bandsOf(double top, double bottom) const {
-    const int first = std::clamp(static_cast<int>(std::floor(top)) / bandHeight_, 0, bands_ - 1);
-    const int last = std::clamp(static_cast<int>(std::floor(bottom)) / bandHeight_, 0, bands_ - 1);
+    // A curve may end far outside the view: rows are kept to the bands before they
+    // become integers.
+    const double end = static_cast<double>(bands_) * bandHeight_;
+    const int first = static_cast<int>(std::clamp(top, 0.0, end - 1)) / bandHeight_;
+    const int last = static_cast<int>(std::clamp(bottom, 0.0, end - 1)) / bandHeight_;
     return {first, last};
 }
 
