@@ -60,13 +60,13 @@ struct DenseGraph {
 };
 
 QImage paintFrame(GraphPainter& painter, const GraphScene& scene, const ProjectIR& ir, QSize size, double dpr,
-                  bool withFocus) {
+                  bool withFocus, double zoom = 1.3) {
     QImage image(size * dpr, QImage::Format_ARGB32_Premultiplied);
     image.setDevicePixelRatio(dpr);
     image.fill(Qt::black);  // what the frame must cover
     GraphFrame frame;
     frame.scene = &scene;
-    frame.transform = {QPointF(-20, 15), 1.3, QPointF(size.width() / 2.0, size.height() / 2.0)};
+    frame.transform = {QPointF(-20, 15), zoom, QPointF(size.width() / 2.0, size.height() / 2.0)};
     frame.viewSize = QSizeF(size);
     frame.nodePlaces = &scene.places();
     std::vector<std::uint8_t> hits(scene.topology().symbolCount(), 0);
@@ -123,6 +123,11 @@ private slots:
                 three.forgetEdges();
             }
         }
+        // Close up, most curves cross the view from thousands of pixels away.
+        const QImage closeUp = paintFrame(one, selected, graph.ir, view, 1.0, true, 12);
+        two.forgetEdges();
+        QVERIFY(paintFrame(two, selected, graph.ir, view, 1.0, true, 12) == closeUp);
+
         // The frames are far from empty: the ground shows in under half of the view.
         const QImage frame = paintFrame(one, selected, graph.ir, view, 1.0, true);
         const QRgb ground = frame.pixel(0, 0);
