@@ -13,6 +13,11 @@
 // blends each pixel once: pieces running the same way share no step, and the coverage
 // of a curve that turns past 45 degrees or doubles back is gathered first, each pixel
 // taking the most that any of its pieces gives it.
+//
+// A mask may cover only a band of the view's rows, so that bands can be laid on
+// separate threads: every band follows the same steps in the view's coordinates and
+// keeps the pixels of its own rows, so a pixel gets the same value whichever band, or
+// the whole view, lays it.
 #pragma once
 
 #include <QImage>
@@ -26,26 +31,32 @@ namespace vantrel {
 // The gathered alpha of one hue's strokes.
 class EdgeMask {
 public:
-    explicit EdgeMask(QSize pixels);
+    // A mask of the whole view, `pixels` large.
+    explicit EdgeMask(QSize pixels) : EdgeMask(pixels, 0, pixels.height()) {}
+    // A mask of the view's rows [firstRow, endRow).
+    EdgeMask(QSize pixels, int firstRow, int endRow);
     int width() const { return width_; }
     int height() const { return height_; }
+    int firstRow() const { return firstRow_; }
+    int endRow() const { return endRow_; }
 
     // Adds the curve from p to q around control point c (in the mask's pixels), `width`
     // pixels wide, at `alpha` (0 to 1). A curve of no length adds nothing.
     void strokeQuad(QPointF p, QPointF c, QPointF q, double width, double alpha);
 
-    // Paints `color` (its alpha ignored) at the gathered alpha over `target`
-    // (Format_ARGB32_Premultiplied, the mask's size), and empties the mask.
-    void paintOnto(QImage& target, QRgb color);
+    // Paints `color` (its alpha ignored) at the gathered alpha over the mask's rows of
+    // `target` (Format_ARGB32_Premultiplied, the view's size), and empties the mask.
+    void paintOnto(QImage& target, QRgb color) { paintOnto(target.bits(), target.bytesPerLine(), color); }
+    // The same onto the pixels of such an image: bands on other threads paint onto
+    // other rows of one image, which its non-const accessors would touch as a whole.
+    void paintOnto(uchar* pixels, qsizetype bytesPerLine, QRgb color);
 
 private:
     int width_;
     int height_;
-    std::vector<unsigned char> alpha_;
-    // One curve's coverage, for curves whose pieces may cover a pixel twice; zero
-    // between curves except at `touched_`.
-    std::vector<unsigned char> gathered_;
-    std::vector<std::size_t> touched_;
+    int firstRow_;
+    int endRow_;
+    std::vector<unsigned char> alpha_;  // the band's rows only, and a row to spare
     int dirtyTop_;     // rows [dirtyTop_, dirtyBottom_) may hold alpha
     int dirtyBottom_;
 };

@@ -9,10 +9,13 @@
 #include <QRectF>
 #include <QSizeF>
 #include <QStaticText>
+#include <functional>
+#include <memory>
 #include <optional>
 #include <utility>
 #include <vector>
 
+#include "canvas/BandTeam.h"
 #include "canvas/CanvasPalette.h"
 #include "canvas/CanvasTooltip.h"
 #include "canvas/EdgeMask.h"
@@ -67,7 +70,11 @@ NodeBox nodeBox(const GraphFrame& frame, std::size_t symbol, double captionLineH
 
 class GraphPainter {
 public:
-    GraphPainter();
+    // `threads` share out the frame by bands of rows (see BandTeam; 1: all on the
+    // caller, straight onto the painter's device). The picture is the same, pixel for
+    // pixel, for any number.
+    explicit GraphPainter(int threads = 0);
+    ~GraphPainter();
     void paint(QPainter& painter, const GraphFrame& frame, const CanvasPalette& palette);
     // Fonts or colours changed.
     void invalidate();
@@ -76,16 +83,36 @@ public:
     double captionLineHeight() const { return captionLineHeight_; }
 
 private:
-    void paintEdges(QPainter& painter, const GraphFrame& frame, const CanvasPalette& palette);
-    void paintNodes(QPainter& painter, const GraphFrame& frame, const CanvasPalette& palette);
+    // A node as the frame draws it: a ready-drawn image, or (glowing, scaled or named)
+    // drawn in full by paintNode, on the caller's thread.
+    struct NodeOp {
+        QImage sprite;  // null for a node drawn in full
+        QPointF at;
+        std::uint32_t full = 0;  // its index in fullNodes_
+    };
+    struct FullNode {
+        std::size_t symbol;
+        NodeBox box;
+        NodeStyle style;
+    };
+
+    // Lays the edge layer anew if its key changed; `meanwhile` runs on the calling
+    // thread while other threads start on the layer (and before the call returns).
+    void layEdges(const GraphFrame& frame, const CanvasPalette& palette, double dpr, QSize pixels,
+                  const std::function<void()>& meanwhile);
+    void collectNodes(const GraphFrame& frame, const CanvasPalette& palette, double dpr);
+    void composeInBands(const GraphFrame& frame, const CanvasPalette& palette, double dpr, QSize pixels);
     void paintNode(QPainter& painter, const GraphFrame& frame, const CanvasPalette& palette, std::size_t symbol,
                    const NodeBox& box, const NodeStyle& style);
     void paintTooltip(QPainter& painter, const TooltipFrame& tooltip, QSizeF viewSize) const;
     const QStaticText& labelBelow(const GraphScene& scene, std::size_t symbol, double width);
+    // The bands that device rows [top, bottom] reach.
+    std::pair<int, int> bandsOf(double top, double bottom) const;
 
     NodeSpriteCache sprites_;
     std::optional<CanvasPalette> spritePalette_;  // the colours the sprites were drawn in
     QImage edgeLayer_;                   // the edges over a transparent ground
+    QImage frame_;                       // the frame put together in bands
     // What the edge layer was drawn for: while it holds, a frame that only animates
     // nodes, hover or the tooltip reuses the layer.
     struct EdgeLayerKey {
@@ -98,7 +125,35 @@ private:
     };
     std::optional<EdgeLayerKey> edgeLayerKey_;
     std::vector<NamedColor> edgeHues_;   // in the order their masks are painted
-    std::vector<EdgeMask> edgeMasks_;    // one per hue
+    // Bands of rows, two per thread: dense and sparse stretches even out, and few bands
+    // flatten few curves twice.
+    int bands_ = 1;
+    int bandHeight_ = 0;
+    // Per band, one mask per hue.
+    std::vector<std::vector<EdgeMask>> edgeMasks_;
+    // A curve in device pixels and an arrow head in view points, by their style's index.
+    struct Stroke {
+        QPointF p, c, q;
+        std::uint8_t style;
+    };
+    struct Arrow {
+        QPointF tip, from;
+        std::uint8_t style;
+    };
+    // The curves and heads of a run of edges, and per band the ones that may reach its
+    // rows, in drawing order.
+    struct EdgeChunk {
+        std::vector<Stroke> strokes;
+        std::vector<Arrow> arrows;
+        std::vector<std::vector<std::uint32_t>> bandStrokes, bandArrows;
+    };
+    std::vector<EdgeChunk> edgeChunks_;
+    std::vector<NodeOp> nodeOps_;         // in drawing order
+    std::vector<FullNode> fullNodes_;
+    std::vector<std::size_t> fullOps_;    // where in nodeOps_ the full nodes stand
+    // Per band, the node images that may reach its rows, in drawing order.
+    std::vector<std::vector<std::uint32_t>> bandNodes_;
+    std::unique_ptr<BandTeam> team_;
     QFont caption_, captionBold_, caption2_, nodeLabel_;
     double captionLineHeight_ = 0;
     const GraphTopology* labelsFor_ = nullptr;

@@ -60,6 +60,20 @@ void blurAndTint(QImage& image, double sigma, const QColor& color) {
     }
 }
 
+// The smallest rectangle holding every pixel of the image that is not fully transparent.
+QRect paintedRect(const QImage& image) {
+    int left = image.width(), right = -1, top = image.height(), bottom = -1;
+    for (int y = 0; y < image.height(); ++y) {
+        const QRgb* line = reinterpret_cast<const QRgb*>(image.constScanLine(y));
+        for (int x = 0; x < image.width(); ++x) {
+            if (qAlpha(line[x]) == 0) continue;
+            left = std::min(left, x), right = std::max(right, x);
+            top = std::min(top, y), bottom = std::max(bottom, y);
+        }
+    }
+    return right < 0 ? QRect() : QRect(QPoint(left, top), QPoint(right, bottom));
+}
+
 }  // namespace
 
 void drawNodeShape(QPainter& painter, SymbolKind kind, const NodeStyle& style, const QRectF& square,
@@ -102,7 +116,12 @@ std::size_t NodeSpriteCache::KeyHash::operator()(const Key& k) const noexcept {
 
 void NodeSpriteCache::draw(QPainter& painter, SymbolKind kind, const NodeStyle& style, const QRectF& square,
                            const CanvasPalette& palette) {
-    const double dpr = painter.device()->devicePixelRatioF();
+    const Placed placed = place(kind, style, square, palette, painter.device()->devicePixelRatioF());
+    painter.drawImage(placed.at, placed.image);
+}
+
+NodeSpriteCache::Placed NodeSpriteCache::place(SymbolKind kind, const NodeStyle& style, const QRectF& square,
+                                               const CanvasPalette& palette, double dpr) {
     const double margin = strokeMargin(style.lineWidth);
     // The image's origin lands on a whole device pixel; the square keeps its fraction
     // to a quarter pixel.
@@ -139,10 +158,21 @@ void NodeSpriteCache::draw(QPainter& painter, SymbolKind kind, const NodeStyle& 
             const QPointF corner((snappedX - originX) / dpr + margin, (snappedY - originY) / dpr + margin);
             drawNodeShape(p, kind, style, QRectF(corner, square.size()), palette);
         }
+        // Fully transparent pixels change nothing where the image lands: they are cut
+        // away, where moving the origin by whole device pixels keeps it exact.
+        QPoint offset;
+        if (const double whole = std::exp2(std::round(std::log2(dpr))); whole == dpr) {
+            const QRect opaque = paintedRect(image);
+            if (!opaque.isEmpty() && opaque != image.rect()) {
+                offset = opaque.topLeft();
+                image = image.copy(opaque);
+            }
+        }
         image.setDevicePixelRatio(dpr);
-        it = sprites_.emplace(key, std::move(image)).first;
+        it = sprites_.emplace(key, Sprite{std::move(image), offset}).first;
     }
-    painter.drawImage(QPointF(originX / dpr, originY / dpr), it->second);
+    const QPoint offset = it->second.offset;
+    return {it->second.image, QPointF((originX + offset.x()) / dpr, (originY + offset.y()) / dpr)};
 }
 
 }  // namespace vantrel

@@ -35,6 +35,13 @@ class NodeSpriteCache {
 public:
     void draw(QPainter& painter, SymbolKind kind, const NodeStyle& style, const QRectF& square,
               const CanvasPalette& palette);
+    // The image that draw() would put down and where, for a device of `dpr`.
+    struct Placed {
+        QImage image;
+        QPointF at;
+    };
+    Placed place(SymbolKind kind, const NodeStyle& style, const QRectF& square, const CanvasPalette& palette,
+                 double dpr);
     // Colours are resolved into the images: call when the palette changes.
     void clear() {
         sprites_.clear();
@@ -56,7 +63,11 @@ private:
     struct KeyHash {
         std::size_t operator()(const Key& key) const noexcept;
     };
-    std::unordered_map<Key, QImage, KeyHash> sprites_;
+    struct Sprite {
+        QImage image;  // without the fully transparent border
+        QPoint offset;  // of the image's corner from the drawing's, in device pixels
+    };
+    std::unordered_map<Key, Sprite, KeyHash> sprites_;
     // Styles repeat from node to node: their resolved colours are kept.
     std::vector<std::pair<NodeStyle, std::pair<QRgb, QRgb>>> resolved_;
 };
