@@ -59,10 +59,14 @@ struct ResolutionDiagnostic {
 std::string_view rawValue(ResolutionDiagnostic::Reason reason);
 std::optional<ResolutionDiagnostic::Reason> reasonFromRaw(std::string_view raw);
 
+// Symbols by id. The transparent order lets an id held as a view be looked up without
+// copying it into a string first.
+using SymbolMap = std::map<std::string, Symbol, std::less<>>;
+
 struct ProjectIR {
     std::string projectId;
     double lastScan = 0;  // seconds since 2001-01-01T00:00:00Z
-    std::map<std::string, Symbol> symbols;
+    SymbolMap symbols;
     std::vector<ResolutionDiagnostic> diagnostics;
 };
 

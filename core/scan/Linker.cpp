@@ -21,48 +21,63 @@ bool byFile(const NameCandidate& a, const NameCandidate& b) {
 }
 }  // namespace
 
+void addToNameIndex(SymbolNameIndex& index, const std::string& id, const Symbol& symbol) {
+    auto parts = nameAndFileLength(id);
+    if (!parts) return;
+    index[parts->first].push_back(NameCandidate{id, parts->second, &symbol});
+}
+
+void sortNameIndex(SymbolNameIndex& index) {
+    for (auto& [name, candidates] : index)
+        if (candidates.size() > 1) std::sort(candidates.begin(), candidates.end(), byFile);
+}
+
 SymbolNameIndex symbolNameIndex(const ProjectIR& ir) {
     SymbolNameIndex index;
-    for (const auto& [id, symbol] : ir.symbols) {
-        auto parts = nameAndFileLength(id);
-        if (!parts) continue;
-        index[std::string(parts->first)].push_back(NameCandidate{id, parts->second});
-    }
-    for (auto& [name, candidates] : index) std::sort(candidates.begin(), candidates.end(), byFile);
+    index.reserve(ir.symbols.size());
+    for (const auto& [id, symbol] : ir.symbols) addToNameIndex(index, id, symbol);
+    sortNameIndex(index);
     return index;
 }
 
-std::optional<std::string> symbolFilePath(std::string_view id) {
+std::optional<std::string_view> symbolFilePath(std::string_view id) {
     // The file part runs up to the second-to-last ':', so a path holding ':' survives.
     auto parts = nameAndFileLength(id);
     if (!parts) return std::nullopt;
-    return std::string(id.substr(0, parts->second));
+    return id.substr(0, parts->second);
 }
 
 namespace {
 // The one candidate whose file is exactly `file`, if there is exactly one.
-std::optional<std::string> singleInFile(const std::vector<NameCandidate>& candidates, std::string_view file) {
+const NameCandidate* singleInFile(const std::vector<NameCandidate>& candidates, std::string_view file) {
     auto first = std::partition_point(candidates.begin(), candidates.end(),
                                       [&](const NameCandidate& c) { return c.filePath() < file; });
-    if (first == candidates.end() || first->filePath() != file) return std::nullopt;
+    if (first == candidates.end() || first->filePath() != file) return nullptr;
     auto next = first + 1;
-    if (next != candidates.end() && next->filePath() == file) return std::nullopt;
-    return first->id;
+    if (next != candidates.end() && next->filePath() == file) return nullptr;
+    return &*first;
 }
 }  // namespace
 
 std::optional<std::string> resolveCalleeId(const std::string& calleeName,
                                            const std::map<std::string, std::string>& imports,
                                            std::string_view currentFileRelPath, const SymbolNameIndex& nameIndex) {
+    if (const NameCandidate* found = resolveCallee(calleeName, imports, currentFileRelPath, nameIndex))
+        return std::string(found->id);
+    return std::nullopt;
+}
+
+const NameCandidate* resolveCallee(const std::string& calleeName, const std::map<std::string, std::string>& imports,
+                                   std::string_view currentFileRelPath, const SymbolNameIndex& nameIndex) {
     auto entry = nameIndex.find(calleeName);
-    if (entry == nameIndex.end() || entry->second.empty()) return std::nullopt;
+    if (entry == nameIndex.end() || entry->second.empty()) return nullptr;
     const auto& candidates = entry->second;
-    if (candidates.size() == 1) return candidates.front().id;
+    if (candidates.size() == 1) return &candidates.front();
 
     auto imported = imports.find(calleeName);
     if (imported != imports.end()) {
         const std::string& importPath = imported->second;
-        if (auto exact = singleInFile(candidates, importPath)) return exact;
+        if (const NameCandidate* exact = singleInFile(candidates, importPath)) return exact;
         const std::string variants[] = {importPath, importPath + ".ts", importPath + ".tsx", importPath + "/index.ts",
                                         importPath + "/index.tsx"};
         const NameCandidate* found = nullptr;
@@ -77,7 +92,7 @@ std::optional<std::string> resolveCalleeId(const std::string& calleeName,
             }
             found = &candidate;
         }
-        if (found && !ambiguous) return found->id;
+        if (found && !ambiguous) return found;
     }
     return singleInFile(candidates, currentFileRelPath);
 }

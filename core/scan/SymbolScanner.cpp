@@ -1,10 +1,13 @@
 #include "scan/SymbolScanner.h"
 
 #include <algorithm>
+#include <array>
+#include <chrono>
 #include <condition_variable>
+#include <cstdint>
 #include <deque>
-#include <memory>
 #include <exception>
+#include <memory>
 #include <mutex>
 #include <thread>
 
@@ -45,10 +48,28 @@ std::string projectIdForRoot(const std::string& root) {
 
 namespace {
 
+// One file's part of the graph, made ready on the worker: its symbols already sit in
+// map nodes of their own, in id order, so merging them costs the parse walk's thread
+// no allocation and, thanks to the order, seldom a full search of the graph.
 struct Outcome {
     const EnumeratedFile* file = nullptr;
-    std::optional<CachedFileResult> result;
+    bool hasResult = false;
+    std::vector<SymbolMap::node_type> symbols;
+    std::vector<ResolutionDiagnostic> diagnostics;
     std::exception_ptr error;
+
+    void take(CachedFileResult&& result) {
+        hasResult = true;
+        SymbolMap byId;
+        // A later symbol of one id replaces an earlier one, as in the graph itself.
+        for (auto& symbol : result.symbols) {
+            Symbol stored{symbol.id, symbol.kind, symbol.range, {}, {}};
+            byId.insert_or_assign(std::move(symbol.id), std::move(stored));
+        }
+        symbols.reserve(byId.size());
+        while (!byId.empty()) symbols.push_back(byId.extract(byId.begin()));
+        diagnostics = std::move(result.diagnostics);
+    }
 };
 
 class ScanRun {
@@ -73,9 +94,11 @@ public:
         ir_.projectId = projectIdForRoot(root_);
         active_ = activePlugins(scanner_.plugins(), config_.enabledLanguages);
 
+        Stopwatch clock = std::chrono::steady_clock::now();
         std::int64_t fileCount = knownFileCount_ ? *knownFileCount_
                                                  : vantrel::countSourceFiles(root_, config_, scanner_.plugins(), isCancelled_);
         total_ = std::max<std::int64_t>(fileCount, 1);
+        lap(clock, &ScanStats::countSeconds);
         report(ScanPhase::discoveringFiles, 0, std::nullopt);
 
         Enumerator enumerator = makeEnumerator(root_, active_);
@@ -86,9 +109,15 @@ public:
         // Thread count follows the permits: the semaphore is what bounds the parses.
         pool_.emplace(static_cast<std::size_t>(std::min<std::int64_t>(permits_, 256)));
         parseWalk(enumerator);
+        lap(clock, &ScanStats::parseSeconds);
 
         report(ScanPhase::linking, 0, std::nullopt);
-        linkWalk();
+        // Filled by the merges as each id entered the graph, so it holds every id of the
+        // complete graph; only its order is left to make.
+        sortNameIndex(nameIndex_);
+        lap(clock, &ScanStats::indexSeconds);
+        linkWalk(nameIndex_);
+        lap(clock, &ScanStats::linkSeconds);
         pool_.reset();
         report(ScanPhase::savingCache, total_, std::nullopt);
 
@@ -102,6 +131,14 @@ public:
     }
 
 private:
+    using Stopwatch = std::chrono::steady_clock::time_point;
+
+    void lap(Stopwatch& clock, double ScanStats::*field) {
+        auto now = std::chrono::steady_clock::now();
+        if (stats_) stats_->*field = std::chrono::duration<double>(now - clock).count();
+        clock = now;
+    }
+
     void report(ScanPhase phase, std::int64_t processed, std::optional<std::string> path) {
         if (progress_) progress_(ScanProgress{phase, processed, total_, std::move(path)});
     }
@@ -144,57 +181,94 @@ private:
         if (!batch.empty()) flush(batch);
     }
 
+    // The children of a flush run on the pool, a few lanes taking the files in list
+    // order. Each child hands its outcome to `deliver`, which receives it in the scan's
+    // name: outcomes are received one at a time, in the order they arrive, so the
+    // graph, the counts and the reports need no other lock, and no thread waits to
+    // hand one over.
     void flush(const std::vector<EnumeratedFile>& files) {
-        Channel<Outcome> outcomes;
         FileAnalysisContext context{root_, pluginByExt_, tsconfig_ ? &*tsconfig_ : nullptr, scanner_.cache(),
                                     isCancelled_, stats_};
-        for (const auto& file : files) {
-            pool_->post([&, filePtr = &file] {
+        flushFailure_ = nullptr;
+        {
+            // Every child is waited for, also after a failure: they hold references into
+            // this frame, and the ones still running write their records all the same.
+            IndexedTasks children(*pool_, files.size(), static_cast<std::size_t>(permits_), [&](std::size_t i) {
                 semaphore_.wait();
                 Outcome outcome;
-                outcome.file = filePtr;
+                outcome.file = &files[i];
                 try {
-                    outcome.result = parseAndCache(*filePtr, context);
+                    if (auto result = parseAndCache(files[i], context)) outcome.take(std::move(*result));
                 } catch (...) {
                     outcome.error = std::current_exception();
                 }
                 semaphore_.signal();
-                outcomes.push(std::move(outcome));
+                deliver(std::move(outcome));
             });
+            children.wait();
         }
-        // Every child is waited for, also after a failure: they hold references into
-        // this frame, and the ones still running write their records all the same.
-        std::exception_ptr failure;
-        for (std::size_t received = 0; received < files.size(); ++received) {
-            Outcome outcome = outcomes.pop();
-            if (failure) continue;
-            try {
-                if (outcome.error) std::rethrow_exception(outcome.error);
-                ++processed_;
-                report(ScanPhase::parsing, processed_, outcome.file->relPath);
-                if (outcome.result) merge(std::move(*outcome.result));
-            } catch (...) {
-                failure = std::current_exception();
+        if (flushFailure_) std::rethrow_exception(flushFailure_);
+    }
+
+    // Whoever finds the receiving side free receives everything waiting, its own outcome
+    // and those that others left while it was busy; the others go straight back to work.
+    // After letting go it looks again, so nothing left in between is forgotten: a later
+    // arrival either is seen by that look or finds the receiving side free itself.
+    void deliver(Outcome&& outcome) {
+        {
+            std::lock_guard lock(arrivalsMutex_);
+            arrivals_.push_back(std::move(outcome));
+        }
+        std::vector<Outcome> taken;
+        while (true) {
+            std::unique_lock receiving(receiveMutex_, std::try_to_lock);
+            if (!receiving) return;
+            {
+                std::lock_guard lock(arrivalsMutex_);
+                taken.swap(arrivals_);
             }
+            for (auto& arrived : taken) receive(arrived);
+            taken.clear();
+            receiving.unlock();
+            std::lock_guard lock(arrivalsMutex_);
+            if (arrivals_.empty()) return;
         }
-        if (failure) std::rethrow_exception(failure);
     }
 
-    void merge(CachedFileResult&& result) {
-        for (auto& symbol : result.symbols) {
-            Symbol stored{symbol.id, symbol.kind, symbol.range, {}, {}};
-            ir_.symbols.insert_or_assign(std::move(symbol.id), std::move(stored));
+    // The first failure ends the flush; what arrives after it is dropped.
+    void receive(Outcome& outcome) {
+        if (flushFailure_) return;
+        try {
+            if (outcome.error) std::rethrow_exception(outcome.error);
+            ++processed_;
+            report(ScanPhase::parsing, processed_, outcome.file->relPath);
+            if (outcome.hasResult) merge(outcome);
+        } catch (...) {
+            flushFailure_ = std::current_exception();
         }
-        for (auto& diagnostic : result.diagnostics) allDiagnostics_.push_back(std::move(diagnostic));
     }
 
-    // The walk itself stays in this thread and in walk order; the pool reads each
-    // record and resolves its calls, which only reads the graph's keys and the name
-    // index, and the walk adds the edges in walk order (an edge changes a symbol's
-    // reference sets, never the set of symbols). The next window's records are read
-    // while the current one is wired, so the pool does not wait at each window's end.
-    void linkWalk() {
-        SymbolNameIndex nameIndex = symbolNameIndex(ir_);
+    void merge(Outcome& outcome) {
+        // Each id goes in just before the hint when that is its place, which it is for a
+        // file's ids following one another; otherwise the map searches as usual.
+        auto hint = ir_.symbols.end();
+        for (auto& node : outcome.symbols) {
+            auto at = ir_.symbols.insert(hint, std::move(node));
+            if (node) at->second = std::move(node.mapped());  // the id was there: replaced
+            else addToNameIndex(nameIndex_, at->first, at->second);
+            hint = std::next(at);
+        }
+        for (auto& diagnostic : outcome.diagnostics) allDiagnostics_.push_back(std::move(diagnostic));
+    }
+
+    // The walk itself stays in this thread and in walk order, and reports each file; the
+    // pool reads each record, resolves its calls and adds the edges. Resolving only reads
+    // the graph's keys and the name index; an edge changes two reference sets, each
+    // under the lock of its symbol's stripe, and never the set of symbols. The sets do
+    // not depend on the order of insertion, so neither does the graph. The next window's
+    // records are read while the current one is reported, so the pool does not wait at
+    // each window's end.
+    void linkWalk(const SymbolNameIndex& nameIndex) {
         Enumerator enumerator = makeEnumerator(root_, active_);
         if (!enumerator.walker) return;
         std::int64_t linked = 0;
@@ -208,33 +282,23 @@ private:
                     startWindow(*window, nameIndex);
                     windows.push_back(std::move(window));
                 }
-                wireWindow(*windows.front(), linked);
+                finishWindow(*windows.front(), linked);
                 windows.pop_front();
             }
         } catch (...) {
-            // The tasks of the windows still in flight write into them.
+            // The tasks of the windows still in flight write into them and into the graph.
             for (auto& window : windows) window->waitForAll();
             throw;
         }
     }
 
     struct LinkWindow {
-        struct Resolved {
-            std::vector<std::pair<std::string, std::string>> edges;
-            std::exception_ptr error;
-            bool ready = false;
-        };
         std::vector<EnumeratedFile> files;
-        std::vector<Resolved> resolved;
-        std::mutex mutex;
-        std::condition_variable done;
+        std::vector<std::exception_ptr> errors;
+        std::optional<IndexedTasks> tasks;
 
-        void waitFor(std::size_t i) {
-            std::unique_lock lock(mutex);
-            done.wait(lock, [&] { return resolved[i].ready; });
-        }
         void waitForAll() {
-            for (std::size_t i = 0; i < resolved.size(); ++i) waitFor(i);
+            if (tasks) tasks->wait();
         }
     };
 
@@ -252,57 +316,57 @@ private:
     }
 
     void startWindow(LinkWindow& window, const SymbolNameIndex& nameIndex) {
-        window.resolved.resize(window.files.size());
+        window.errors.resize(window.files.size());
         const ProjectCache& cache = scanner_.cache();
-        for (std::size_t i = 0; i < window.files.size(); ++i) {
-            pool_->post([&, i] {
-                LinkWindow::Resolved result;
-                try {
-                    if (auto record = cache.loadFile(root_, window.files[i].relPath, RecordFields::links))
-                        result.edges = resolveCalls(*record, window.files[i].relPath, nameIndex);
-                } catch (...) {
-                    result.error = std::current_exception();
-                }
-                result.ready = true;
-                std::lock_guard lock(window.mutex);
-                window.resolved[i] = std::move(result);
-                window.done.notify_all();
-            });
-        }
-    }
-
-    // Every task of the window is waited for, also after a failure.
-    void wireWindow(LinkWindow& window, std::int64_t& linked) {
-        std::exception_ptr failure;
-        for (std::size_t i = 0; i < window.files.size(); ++i) {
-            window.waitFor(i);
-            if (failure) continue;
+        window.tasks.emplace(*pool_, window.files.size(), static_cast<std::size_t>(permits_), [&](std::size_t i) {
             try {
-                LinkWindow::Resolved& result = window.resolved[i];
-                if (result.error) std::rethrow_exception(result.error);
-                ++linked;
-                report(ScanPhase::linking, linked, window.files[i].relPath);
-                for (const auto& [caller, callee] : result.edges) link(caller, callee, ir_);
-                result.edges = {};
-                if (linked % 500 == 0) std::this_thread::yield();
+                if (auto record = cache.loadFile(root_, window.files[i].relPath, RecordFields::links))
+                    wireCalls(*record, window.files[i].relPath, nameIndex);
             } catch (...) {
-                failure = std::current_exception();
+                window.errors[i] = std::current_exception();
             }
-        }
-        if (failure) std::rethrow_exception(failure);
+        });
     }
 
-    std::vector<std::pair<std::string, std::string>> resolveCalls(const CachedFileResult& record,
-                                                                  const std::string& relPath,
-                                                                  const SymbolNameIndex& nameIndex) const {
-        std::vector<std::pair<std::string, std::string>> edges;
-        for (const auto& call : record.calls) {
-            if (!ir_.symbols.count(call.callerId)) continue;
-            std::string current = symbolFilePath(call.callerId).value_or(relPath);
-            if (auto callee = resolveCalleeId(call.calleeName, record.imports, current, nameIndex))
-                edges.emplace_back(call.callerId, std::move(*callee));
+    // Reports the window's files in walk order once all of them are wired.
+    void finishWindow(LinkWindow& window, std::int64_t& linked) {
+        window.waitForAll();
+        for (std::size_t i = 0; i < window.files.size(); ++i) {
+            if (window.errors[i]) std::rethrow_exception(window.errors[i]);
+            ++linked;
+            report(ScanPhase::linking, linked, window.files[i].relPath);
+            if (linked % 500 == 0) std::this_thread::yield();
         }
-        return edges;
+    }
+
+    // The call sites of one file's record, in order: a caller missing from the graph is
+    // skipped, the callee is resolved by name, and a self-edge is never made.
+    void wireCalls(const CachedFileResult& record, const std::string& relPath, const SymbolNameIndex& nameIndex) {
+        SymbolMap::iterator caller = ir_.symbols.end();
+        const std::string* callerId = nullptr;  // a file's calls come in runs of one caller
+        for (const auto& call : record.calls) {
+            if (!callerId || *callerId != call.callerId) {
+                caller = ir_.symbols.find(call.callerId);
+                callerId = &call.callerId;
+            }
+            if (caller == ir_.symbols.end()) continue;
+            std::string_view current = symbolFilePath(call.callerId).value_or(relPath);
+            const NameCandidate* callee = resolveCallee(call.calleeName, record.imports, current, nameIndex);
+            if (!callee || callee->id == caller->first) continue;
+            // The scan owns the graph it indexed; the index only hands its symbols out as const.
+            Symbol& target = const_cast<Symbol&>(*callee->symbol);
+            {
+                std::lock_guard lock(stripeOf(caller->second));
+                caller->second.refsOut.insert(target.id);
+            }
+            std::lock_guard lock(stripeOf(target));
+            target.refsIn.insert(caller->first);
+        }
+    }
+
+    std::mutex& stripeOf(const Symbol& symbol) {
+        auto address = reinterpret_cast<std::uintptr_t>(&symbol);
+        return edgeLocks_[(address / alignof(Symbol)) % edgeLocks_.size()];
     }
 
     static constexpr std::size_t kLinkWindow = 256;
@@ -319,6 +383,7 @@ private:
     const PathGlobMatcher exclude_;
 
     ProjectIR ir_;
+    SymbolNameIndex nameIndex_;  // names of ir_'s symbols, borrowed from its keys
     PluginList active_;
     PluginByExt pluginByExt_;
     std::optional<TSConfigResolver> tsconfig_;
@@ -327,6 +392,13 @@ private:
     std::vector<ResolutionDiagnostic> allDiagnostics_;
     AsyncSemaphore semaphore_;
     std::optional<WorkerPool> pool_;
+    std::array<std::mutex, 61> edgeLocks_;  // stripes of the symbols' reference sets
+    // Receiving a flush's outcomes (see `deliver`): the graph, `processed_`, the
+    // diagnostics and the reports are touched only while `receiveMutex_` is held.
+    std::mutex arrivalsMutex_;
+    std::vector<Outcome> arrivals_;
+    std::mutex receiveMutex_;
+    std::exception_ptr flushFailure_;
 };
 
 }  // namespace

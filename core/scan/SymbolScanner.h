@@ -20,10 +20,15 @@ namespace vantrel {
 
 using ProgressCallback = std::function<void(const ScanProgress&)>;
 
-// Counts of how files were handled, for summaries and benchmarks.
+// Counts of how files were handled, for summaries and benchmarks, and the wall-clock
+// seconds of the scan's phases (written by the scanning thread as each phase ends).
 struct ScanStats {
     std::atomic<std::int64_t> parsed{0};
     std::atomic<std::int64_t> fromCache{0};
+    double countSeconds = 0;  // the counting walk, when no count was given
+    double parseSeconds = 0;  // cache gate, parse walk and its flushes
+    double indexSeconds = 0;  // the name index
+    double linkSeconds = 0;   // the link walk
 };
 
 class SymbolScanner {

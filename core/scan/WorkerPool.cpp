@@ -1,5 +1,7 @@
 #include "scan/WorkerPool.h"
 
+#include <algorithm>
+
 namespace vantrel {
 
 WorkerPool::WorkerPool(std::size_t threadCount) {
@@ -36,6 +38,29 @@ void WorkerPool::run() {
         }
         job();
     }
+}
+
+IndexedTasks::IndexedTasks(WorkerPool& pool, std::size_t count, std::size_t lanes,
+                           std::function<void(std::size_t)> work)
+    : work_(std::move(work)), count_(count), lanesRunning_(std::min(std::max<std::size_t>(1, lanes), count)) {
+    // Counted before the first lane starts: a lane that ends lowers the count at once.
+    const std::size_t laneCount = lanesRunning_;
+    for (std::size_t i = 0; i < laneCount; ++i) pool.post([this] { runLane(); });
+}
+
+IndexedTasks::~IndexedTasks() { wait(); }
+
+void IndexedTasks::runLane() {
+    for (std::size_t i = next_++; i < count_; i = next_++) work_(i);
+    // Notified under the lock: the waiter may destroy this object as soon as it sees
+    // the count reach zero, so nothing may touch it after the lock is released.
+    std::lock_guard lock(mutex_);
+    if (--lanesRunning_ == 0) finished_.notify_all();
+}
+
+void IndexedTasks::wait() {
+    std::unique_lock lock(mutex_);
+    finished_.wait(lock, [&] { return lanesRunning_ == 0; });
 }
 
 }  // namespace vantrel

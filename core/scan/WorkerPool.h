@@ -2,6 +2,7 @@
 // per-file work of a batch; the threads end when the pool is destroyed.
 #pragma once
 
+#include <atomic>
 #include <condition_variable>
 #include <deque>
 #include <functional>
@@ -29,29 +30,28 @@ private:
     std::vector<std::thread> threads_;
 };
 
-// A first-in, first-out hand-over of values from many producers to one consumer.
-template <typename T>
-class Channel {
+// Runs `work(i)` for every index of [0, count) on a pool: `lanes` jobs each take the
+// next index in turn, so the indexes start in order and at most `lanes` calls run at
+// once, and a batch of files costs a few jobs instead of one per file. `work` must not
+// throw. `wait` returns once every call has returned; the destructor waits too, since
+// the jobs refer to this object.
+class IndexedTasks {
 public:
-    void push(T value) {
-        // Notified under the lock: the consumer may destroy the channel as soon as it has
-        // taken the last value, so nothing may touch it after the lock is released.
-        std::lock_guard lock(mutex_);
-        items_.push_back(std::move(value));
-        ready_.notify_one();
-    }
-    T pop() {
-        std::unique_lock lock(mutex_);
-        ready_.wait(lock, [&] { return !items_.empty(); });
-        T value = std::move(items_.front());
-        items_.pop_front();
-        return value;
-    }
+    IndexedTasks(WorkerPool& pool, std::size_t count, std::size_t lanes, std::function<void(std::size_t)> work);
+    ~IndexedTasks();
+    IndexedTasks(const IndexedTasks&) = delete;
+    IndexedTasks& operator=(const IndexedTasks&) = delete;
+
+    void wait();
 
 private:
+    void runLane();
+    std::function<void(std::size_t)> work_;
+    const std::size_t count_;
+    std::atomic<std::size_t> next_{0};
     std::mutex mutex_;
-    std::condition_variable ready_;
-    std::deque<T> items_;
+    std::condition_variable finished_;
+    std::size_t lanesRunning_;
 };
 
 }  // namespace vantrel
