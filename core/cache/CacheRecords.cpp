@@ -108,8 +108,10 @@ void appendArray(std::string& out, const Items& items, Append append) {
     out.push_back(']');
 }
 
-// Reads one object, handing each key to `field`; unknown keys are skipped. Every name
-// in `required` must have been seen.
+// Reads one object, handing each key to `field` with its position in `required` (N for
+// a key not listed there), so that the reader of a field needs no second comparison of
+// the key; `field` gives false to have the value skipped, as for unknown keys. Every
+// name in `required` must have been seen.
 template <std::size_t N, typename Field>
 void readObject(JsonReader& reader, const std::array<std::string_view, N>& required, Field field) {
     if (reader.peek() != JsonReader::Type::object) throw DecodeError("expected an object");
@@ -117,12 +119,18 @@ void readObject(JsonReader& reader, const std::array<std::string_view, N>& requi
     std::string key;
     reader.beginObject();
     while (reader.nextKey(key)) {
-        for (std::size_t i = 0; i < N; ++i)
-            if (key == required[i]) seen[i] = true;
-        if (!field(key)) reader.skipValue();
+        std::size_t which = 0;
+        while (which < N && std::string_view(key) != required[which]) ++which;
+        if (which < N) seen[which] = true;
+        if (!field(which, key)) reader.skipValue();
     }
     for (std::size_t i = 0; i < N; ++i)
         if (!seen[i]) throw DecodeError("missing key '" + std::string(required[i]) + "'");
+}
+
+void readStringInto(JsonReader& reader, std::string& out) {
+    if (reader.peek() != JsonReader::Type::string) throw DecodeError("expected a string");
+    reader.readString(out);
 }
 
 std::string readStringValue(JsonReader& reader) {
@@ -144,64 +152,73 @@ IdSet readIdSet(JsonReader& reader) {
 }
 
 // Into `symbol`, whose strings keep their capacity when it is reused as scratch.
-void readSymbol(JsonReader& reader, Symbol& symbol) {
+void readSymbol(JsonReader& reader, Symbol& symbol, std::string& scratch) {
     symbol.refsIn.clear();
     symbol.refsOut.clear();
     static constexpr std::array<std::string_view, 5> kKeys{"id", "kind", "range", "refsIn", "refsOut"};
-    readObject(reader, kKeys, [&](const std::string& key) {
-        if (key == "id") {
-            if (reader.peek() != JsonReader::Type::string) throw DecodeError("expected a string");
-            reader.readString(symbol.id);
-        } else if (key == "kind") {
-            auto kind = symbolKindFromRaw(readStringValue(reader));
-            if (!kind) throw DecodeError("unknown kind");
-            symbol.kind = *kind;
-        } else if (key == "range") {
-            static constexpr std::array<std::string_view, 4> kRange{"startLine", "startCol", "endLine", "endCol"};
-            readObject(reader, kRange, [&](const std::string& field) {
-                std::int64_t* target = field == "startLine" ? &symbol.range.startLine
-                                       : field == "startCol" ? &symbol.range.startCol
-                                       : field == "endLine"  ? &symbol.range.endLine
-                                       : field == "endCol"   ? &symbol.range.endCol
-                                                             : nullptr;
-                if (!target) return false;
-                *target = reader.readInteger();
+    readObject(reader, kKeys, [&](std::size_t which, const std::string&) {
+        switch (which) {
+            case 0:
+                readStringInto(reader, symbol.id);
                 return true;
-            });
-        } else if (key == "refsIn") {
-            symbol.refsIn = readIdSet(reader);
-        } else if (key == "refsOut") {
-            symbol.refsOut = readIdSet(reader);
-        } else {
-            return false;
+            case 1: {
+                readStringInto(reader, scratch);
+                auto kind = symbolKindFromRaw(scratch);
+                if (!kind) throw DecodeError("unknown kind");
+                symbol.kind = *kind;
+                return true;
+            }
+            case 2: {
+                static constexpr std::array<std::string_view, 4> kRange{"startLine", "startCol", "endLine", "endCol"};
+                std::int64_t* targets[] = {&symbol.range.startLine, &symbol.range.startCol, &symbol.range.endLine,
+                                           &symbol.range.endCol};
+                readObject(reader, kRange, [&](std::size_t field, const std::string&) {
+                    if (field >= kRange.size()) return false;
+                    *targets[field] = reader.readInteger();
+                    return true;
+                });
+                return true;
+            }
+            case 3:
+                symbol.refsIn = readIdSet(reader);
+                return true;
+            case 4:
+                symbol.refsOut = readIdSet(reader);
+                return true;
+            default:
+                return false;
         }
-        return true;
     });
 }
 
-ResolutionDiagnostic readDiagnostic(JsonReader& reader) {
+ResolutionDiagnostic readDiagnostic(JsonReader& reader, std::string& scratch) {
     ResolutionDiagnostic diagnostic;
     static constexpr std::array<std::string_view, 3> kKeys{"importerPath", "importPath", "reason"};
-    readObject(reader, kKeys, [&](const std::string& key) {
-        if (key == "importerPath") {
-            diagnostic.importerPath = readStringValue(reader);
-        } else if (key == "importPath") {
-            diagnostic.importPath = readStringValue(reader);
-        } else if (key == "reason") {
-            auto reason = reasonFromRaw(readStringValue(reader));
-            if (!reason) throw DecodeError("unknown reason");
-            diagnostic.reason = *reason;
-        } else if (key == "suggestion") {
-            if (reader.peekNull()) {
-                reader.readNull();
-                diagnostic.suggestion.reset();
-            } else {
-                diagnostic.suggestion = readStringValue(reader);
+    readObject(reader, kKeys, [&](std::size_t which, const std::string& key) {
+        switch (which) {
+            case 0:
+                readStringInto(reader, diagnostic.importerPath);
+                return true;
+            case 1:
+                readStringInto(reader, diagnostic.importPath);
+                return true;
+            case 2: {
+                readStringInto(reader, scratch);
+                auto reason = reasonFromRaw(scratch);
+                if (!reason) throw DecodeError("unknown reason");
+                diagnostic.reason = *reason;
+                return true;
             }
-        } else {
-            return false;
+            default:
+                if (key != "suggestion") return false;
+                if (reader.peekNull()) {
+                    reader.readNull();
+                    diagnostic.suggestion.reset();
+                } else {
+                    diagnostic.suggestion = readStringValue(reader);
+                }
+                return true;
         }
-        return true;
     });
     return diagnostic;
 }
@@ -248,51 +265,53 @@ std::optional<CachedFileResult> decodeFileRecord(std::string_view bytes, RecordF
         Symbol scratchSymbol;
         CachedCallSite scratchCall;
         std::string scratchPath;
+        std::string scratch;
         static constexpr std::array<std::string_view, 5> kKeys{"calls", "diagnostics", "fileHash", "imports", "symbols"};
-        readObject(reader, kKeys, [&](const std::string& key) {
-            if (key == "fileHash") {
-                record.fileHash = readStringValue(reader);
-            } else if (key == "symbols") {
-                record.symbols.clear();
-                readArray(reader, [&] {
-                    readSymbol(reader, scratchSymbol);
-                    if (keepSymbols) record.symbols.push_back(std::move(scratchSymbol));
-                });
-            } else if (key == "imports") {
-                record.imports.clear();
-                std::string name;
-                if (reader.peek() != JsonReader::Type::object) throw DecodeError("expected an object");
-                reader.beginObject();
-                while (reader.nextKey(name)) {
-                    if (reader.peek() != JsonReader::Type::string) throw DecodeError("expected a string");
-                    reader.readString(scratchPath);
-                    if (keepLinks) record.imports.insert_or_assign(name, scratchPath);
-                }
-            } else if (key == "calls") {
-                record.calls.clear();
-                readArray(reader, [&] {
-                    static constexpr std::array<std::string_view, 2> kCall{"callerId", "calleeName"};
-                    readObject(reader, kCall, [&](const std::string& field) {
-                        std::string* target = field == "callerId"     ? &scratchCall.callerId
-                                              : field == "calleeName" ? &scratchCall.calleeName
-                                                                      : nullptr;
-                        if (!target) return false;
-                        if (reader.peek() != JsonReader::Type::string) throw DecodeError("expected a string");
-                        reader.readString(*target);
-                        return true;
+        readObject(reader, kKeys, [&](std::size_t which, const std::string&) {
+            switch (which) {
+                case 0:
+                    record.calls.clear();
+                    readArray(reader, [&] {
+                        static constexpr std::array<std::string_view, 2> kCall{"callerId", "calleeName"};
+                        readObject(reader, kCall, [&](std::size_t field, const std::string&) {
+                            if (field >= kCall.size()) return false;
+                            readStringInto(reader, field == 0 ? scratchCall.callerId : scratchCall.calleeName);
+                            return true;
+                        });
+                        if (keepLinks) record.calls.push_back(std::move(scratchCall));
                     });
-                    if (keepLinks) record.calls.push_back(std::move(scratchCall));
-                });
-            } else if (key == "diagnostics") {
-                record.diagnostics.clear();
-                readArray(reader, [&] {
-                    ResolutionDiagnostic diagnostic = readDiagnostic(reader);
-                    if (keepSymbols) record.diagnostics.push_back(std::move(diagnostic));
-                });
-            } else {
-                return false;
+                    return true;
+                case 1:
+                    record.diagnostics.clear();
+                    readArray(reader, [&] {
+                        ResolutionDiagnostic diagnostic = readDiagnostic(reader, scratch);
+                        if (keepSymbols) record.diagnostics.push_back(std::move(diagnostic));
+                    });
+                    return true;
+                case 2:
+                    readStringInto(reader, record.fileHash);
+                    return true;
+                case 3: {
+                    record.imports.clear();
+                    std::string name;
+                    if (reader.peek() != JsonReader::Type::object) throw DecodeError("expected an object");
+                    reader.beginObject();
+                    while (reader.nextKey(name)) {
+                        readStringInto(reader, scratchPath);
+                        if (keepLinks) record.imports.insert_or_assign(name, scratchPath);
+                    }
+                    return true;
+                }
+                case 4:
+                    record.symbols.clear();
+                    readArray(reader, [&] {
+                        readSymbol(reader, scratchSymbol, scratch);
+                        if (keepSymbols) record.symbols.push_back(std::move(scratchSymbol));
+                    });
+                    return true;
+                default:
+                    return false;
             }
-            return true;
         });
         reader.finish();
         return record;

@@ -6,50 +6,16 @@
 
 namespace vantrel {
 
-namespace {
-// The name and the file part of an id, read from its end; nothing below three pieces.
-std::optional<std::pair<std::string_view, std::size_t>> nameAndFileLength(std::string_view id) {
-    auto kindColon = id.rfind(':');
-    if (kindColon == std::string_view::npos || kindColon == 0) return std::nullopt;
-    auto nameColon = id.rfind(':', kindColon - 1);
-    if (nameColon == std::string_view::npos) return std::nullopt;
-    return std::make_pair(id.substr(nameColon + 1, kindColon - nameColon - 1), nameColon);
-}
-
-bool byFile(const NameCandidate& a, const NameCandidate& b) {
-    return a.filePath() != b.filePath() ? a.filePath() < b.filePath() : a.id < b.id;
-}
-}  // namespace
-
-void addToNameIndex(SymbolNameIndex& index, const std::string& id, const Symbol& symbol) {
-    auto parts = nameAndFileLength(id);
-    if (!parts) return;
-    index[parts->first].push_back(NameCandidate{id, parts->second, &symbol});
-}
-
-void sortNameIndex(SymbolNameIndex& index) {
-    for (auto& [name, candidates] : index)
-        if (candidates.size() > 1) std::sort(candidates.begin(), candidates.end(), byFile);
-}
-
-SymbolNameIndex symbolNameIndex(const ProjectIR& ir) {
-    SymbolNameIndex index;
-    index.reserve(ir.symbols.size());
-    for (const auto& [id, symbol] : ir.symbols) addToNameIndex(index, id, symbol);
-    sortNameIndex(index);
-    return index;
-}
-
 std::optional<std::string_view> symbolFilePath(std::string_view id) {
     // The file part runs up to the second-to-last ':', so a path holding ':' survives.
-    auto parts = nameAndFileLength(id);
+    auto parts = idNameAndFileLength(id);
     if (!parts) return std::nullopt;
     return id.substr(0, parts->second);
 }
 
 namespace {
 // The one candidate whose file is exactly `file`, if there is exactly one.
-const NameCandidate* singleInFile(const std::vector<NameCandidate>& candidates, std::string_view file) {
+const NameCandidate* singleInFile(std::span<const NameCandidate> candidates, std::string_view file) {
     auto first = std::partition_point(candidates.begin(), candidates.end(),
                                       [&](const NameCandidate& c) { return c.filePath() < file; });
     if (first == candidates.end() || first->filePath() != file) return nullptr;
@@ -69,9 +35,8 @@ std::optional<std::string> resolveCalleeId(const std::string& calleeName,
 
 const NameCandidate* resolveCallee(const std::string& calleeName, const std::map<std::string, std::string>& imports,
                                    std::string_view currentFileRelPath, const SymbolNameIndex& nameIndex) {
-    auto entry = nameIndex.find(calleeName);
-    if (entry == nameIndex.end() || entry->second.empty()) return nullptr;
-    const auto& candidates = entry->second;
+    std::span<const NameCandidate> candidates = nameIndex.candidates(calleeName);
+    if (candidates.empty()) return nullptr;
     if (candidates.size() == 1) return &candidates.front();
 
     auto imported = imports.find(calleeName);

@@ -114,7 +114,7 @@ public:
         report(ScanPhase::linking, 0, std::nullopt);
         // Filled by the merges as each id entered the graph, so it holds every id of the
         // complete graph; only its order is left to make.
-        sortNameIndex(nameIndex_);
+        nameIndex_.finish();
         lap(clock, &ScanStats::indexSeconds);
         linkWalk(nameIndex_);
         lap(clock, &ScanStats::linkSeconds);
@@ -255,7 +255,7 @@ private:
         for (auto& node : outcome.symbols) {
             auto at = ir_.symbols.insert(hint, std::move(node));
             if (node) at->second = std::move(node.mapped());  // the id was there: replaced
-            else addToNameIndex(nameIndex_, at->first, at->second);
+            else nameIndex_.add(at->first, at->second);
             hint = std::next(at);
         }
         for (auto& diagnostic : outcome.diagnostics) allDiagnostics_.push_back(std::move(diagnostic));

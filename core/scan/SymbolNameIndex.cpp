@@ -1,0 +1,87 @@
+#include "scan/SymbolNameIndex.h"
+
+#include <algorithm>
+#include <bit>
+#include <functional>
+#include <optional>
+
+namespace vantrel {
+
+std::optional<std::pair<std::string_view, std::size_t>> idNameAndFileLength(std::string_view id) {
+    auto kindColon = id.rfind(':');
+    if (kindColon == std::string_view::npos || kindColon == 0) return std::nullopt;
+    auto nameColon = id.rfind(':', kindColon - 1);
+    if (nameColon == std::string_view::npos) return std::nullopt;
+    return std::make_pair(id.substr(nameColon + 1, kindColon - nameColon - 1), nameColon);
+}
+
+void SymbolNameIndex::add(const std::string& id, const Symbol& symbol) {
+    auto parts = idNameAndFileLength(id);
+    if (!parts) return;
+    added_.push_back(Entry{std::hash<std::string_view>{}(parts->first), parts->first,
+                           NameCandidate{id, parts->second, &symbol}});
+}
+
+void SymbolNameIndex::finish() {
+    // Groups by name through the table itself (no sort of all entries: that cost more
+    // than the rest of the index), then each name's candidates are placed together and
+    // ordered by file, then id. That order is total, so the index does not depend on
+    // the order of the additions. The table is at most half full.
+    std::size_t size = std::bit_ceil(std::max<std::size_t>(16, added_.size() * 2));
+    std::size_t mask = size - 1;
+    slots_.assign(size, 0);
+    groups_.clear();
+    std::vector<std::uint32_t> groupOf(added_.size());
+    for (std::size_t i = 0; i < added_.size(); ++i) {
+        const Entry& entry = added_[i];
+        std::size_t slot = entry.hash & mask;
+        while (slots_[slot] != 0) {
+            const Group& group = groups_[slots_[slot] - 1];
+            if (group.hash == entry.hash && group.name == entry.name) break;
+            slot = (slot + 1) & mask;
+        }
+        if (slots_[slot] == 0) {
+            groups_.push_back(Group{entry.hash, entry.name, 0, 0});
+            slots_[slot] = static_cast<std::uint32_t>(groups_.size());
+        }
+        groupOf[i] = slots_[slot] - 1;
+        ++groups_[groupOf[i]].end;  // a count until the groups are laid out
+    }
+    std::uint32_t next = 0;
+    for (Group& group : groups_) {
+        group.begin = next;
+        next += group.end;
+        group.end = group.begin;  // the fill position from here on
+    }
+    candidates_.resize(added_.size());
+    for (std::size_t i = 0; i < added_.size(); ++i) candidates_[groups_[groupOf[i]].end++] = added_[i].candidate;
+    for (const Group& group : groups_) {
+        if (group.end - group.begin < 2) continue;
+        std::sort(candidates_.begin() + group.begin, candidates_.begin() + group.end,
+                  [](const NameCandidate& a, const NameCandidate& b) {
+                      return a.filePath() != b.filePath() ? a.filePath() < b.filePath() : a.id < b.id;
+                  });
+    }
+    added_ = {};
+}
+
+std::span<const NameCandidate> SymbolNameIndex::candidates(std::string_view name) const {
+    if (slots_.empty()) return {};
+    std::uint64_t hash = std::hash<std::string_view>{}(name);
+    std::size_t mask = slots_.size() - 1;
+    for (std::size_t slot = hash & mask; slots_[slot] != 0; slot = (slot + 1) & mask) {
+        const Group& group = groups_[slots_[slot] - 1];
+        if (group.hash == hash && group.name == name)
+            return std::span<const NameCandidate>(candidates_.data() + group.begin, group.end - group.begin);
+    }
+    return {};
+}
+
+SymbolNameIndex symbolNameIndex(const ProjectIR& ir) {
+    SymbolNameIndex index;
+    for (const auto& [id, symbol] : ir.symbols) index.add(id, symbol);
+    index.finish();
+    return index;
+}
+
+}  // namespace vantrel

@@ -1,0 +1,66 @@
+// Symbol name -> every symbol with that name, across files and languages. Made once per
+// scan and read by every call site of the link phase, so it is flat: one array of
+// candidates grouped by name and ordered by file path within a name (so a file's
+// candidates are found by binary search: common names such as `get`, `save` or
+// `__init__` have thousands in a large project), and an open-addressed table of the
+// groups. Ids and names are borrowed from the graph's keys: the index is valid while
+// the graph keeps its set of symbols (edges may change).
+#pragma once
+
+#include <cstdint>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "model/ProjectIR.h"
+
+namespace vantrel {
+
+// One symbol a name may stand for: its id, the length of the id's file part, and the
+// symbol itself in the graph the index was made from.
+struct NameCandidate {
+    std::string_view id;
+    std::size_t fileLength = 0;
+    const Symbol* symbol = nullptr;
+    std::string_view filePath() const { return id.substr(0, fileLength); }
+};
+
+class SymbolNameIndex {
+public:
+    // Adds one symbol of the graph; an id of fewer than three ':'-pieces has no name
+    // and is left out. Additions are cheap, so they can follow the graph as it grows.
+    void add(const std::string& id, const Symbol& symbol);
+    // Orders and groups what was added; done once, after the last addition.
+    void finish();
+
+    // The candidates of `name`, by file path then id; empty when the name is unknown.
+    std::span<const NameCandidate> candidates(std::string_view name) const;
+    std::size_t nameCount() const { return groups_.size(); }
+
+private:
+    struct Entry {
+        std::uint64_t hash;
+        std::string_view name;
+        NameCandidate candidate;
+    };
+    struct Group {
+        std::uint64_t hash;
+        std::string_view name;
+        std::uint32_t begin;
+        std::uint32_t end;
+    };
+    std::vector<Entry> added_;
+    std::vector<NameCandidate> candidates_;
+    std::vector<Group> groups_;
+    std::vector<std::uint32_t> slots_;  // group index + 1; 0 is free
+};
+
+// The index of all of a graph's symbols, finished.
+SymbolNameIndex symbolNameIndex(const ProjectIR& ir);
+
+// The name and the length of the file part of an id, read from its end; nothing for an
+// id of fewer than three pieces.
+std::optional<std::pair<std::string_view, std::size_t>> idNameAndFileLength(std::string_view id);
+
+}  // namespace vantrel
