@@ -72,11 +72,22 @@ bool wildcardMatch(std::string_view pattern, std::string_view text) {
                 t += textLength;
                 continue;
             }
-            std::size_t patternLength = characterLength(pattern, p);
-            if (patternLength == textLength && std::memcmp(pattern.data() + p, text.data() + t, textLength) == 0) {
-                p += patternLength;
-                t += textLength;
-                continue;
+            auto patternByte = static_cast<unsigned char>(pattern[p]);
+            if (patternByte < 0x80) {
+                // An ASCII pattern character matches only that one byte of text.
+                if (textLength == 1 && pattern[p] == text[t]) {
+                    ++p;
+                    ++t;
+                    continue;
+                }
+            } else {
+                std::size_t patternLength = characterLength(pattern, p);
+                if (patternLength == textLength &&
+                    std::memcmp(pattern.data() + p, text.data() + t, textLength) == 0) {
+                    p += patternLength;
+                    t += textLength;
+                    continue;
+                }
             }
         }
         if (starAt == std::string_view::npos) return false;

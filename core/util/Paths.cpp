@@ -19,7 +19,28 @@ std::string currentDirectory() {
 }
 }  // namespace
 
+namespace {
+// Absolute, without empty, "." or ".." pieces and without a trailing "/": what
+// standardising would give back unchanged. Paths made by walking a folder are of this
+// kind, so they are copied instead of taken apart.
+bool isStandard(std::string_view path) {
+    if (path.empty() || path.front() != '/') return false;
+    if (path.size() == 1) return true;
+    if (path.back() == '/') return false;
+    std::size_t start = 1;
+    while (start <= path.size()) {
+        std::size_t end = path.find('/', start);
+        if (end == std::string_view::npos) end = path.size();
+        std::string_view part = path.substr(start, end - start);
+        if (part.empty() || part == "." || part == "..") return false;
+        start = end + 1;
+    }
+    return true;
+}
+}  // namespace
+
 std::string standardizePath(std::string_view path) {
+    if (isStandard(path)) return std::string(path);
     std::string input;
     if (path.empty() || path.front() != '/') {
         input = currentDirectory();

@@ -1,5 +1,7 @@
 #include "util/Text.h"
 
+#include <algorithm>
+
 namespace vantrel {
 
 std::optional<char32_t> decodeUtf8Scalar(std::string_view text, std::size_t& i) {
@@ -75,6 +77,9 @@ std::optional<std::u16string> utf8ToUtf16(std::string_view text) {
 }
 
 std::string escapeInvalidUtf8(std::string_view text) {
+    // Plain ASCII, which nearly every path is, is valid as it stands.
+    if (std::all_of(text.begin(), text.end(), [](char c) { return static_cast<unsigned char>(c) < 0x80; }))
+        return std::string(text);
     std::string out;
     out.reserve(text.size());
     std::size_t i = 0;
