@@ -45,9 +45,10 @@ public:
     std::int64_t countSourceFiles(const std::string& root, const VantrelConfig& config,
                                   const CancelCheck& isCancelled = {}) const;
 
-    // Blocks the calling thread until the scan ends. `progress` is called serially from
-    // this thread; `isCancelled` may be called from several threads at once. Throws
-    // ScanError (kind cancelled when `isCancelled` answered true at a poll).
+    // Blocks the calling thread until the scan ends. `progress` is called serially (never
+    // two calls at once, each seeing what the one before did) from the calling thread or
+    // the scan's workers; `isCancelled` may be called from several threads at once.
+    // Throws ScanError (kind cancelled when `isCancelled` answered true at a poll).
     ProjectIR scanProject(const std::string& root, const VantrelConfig& config, std::int64_t batchSize,
                           std::int64_t maxConcurrentParses, std::optional<std::int64_t> knownFileCount,
                           const ProgressCallback& progress, const CancelCheck& isCancelled,
