@@ -180,11 +180,11 @@ private:
         if (!batch.empty()) flush(batch);
     }
 
-    // The children of a flush run on the pool, a few lanes taking the files in list
-    // order. Each child hands its outcome to `deliver`, which receives it in the scan's
-    // name: outcomes are received one at a time, in the order they arrive, so the
-    // graph, the counts and the reports need no other lock, and no thread waits to
-    // hand one over.
+    // The children of a flush run as a few lanes taking the files in list order: this
+    // thread, which the walk leaves idle meanwhile, and pool threads. Each child hands
+    // its outcome to `deliver`, which receives it in the scan's name: outcomes are
+    // received one at a time, in the order they arrive, so the graph, the counts and the
+    // reports need no other lock, and no thread waits to hand one over.
     void flush(const std::vector<EnumeratedFile>& files) {
         FileAnalysisContext context{root_, pluginByExt_, tsconfig_ ? &*tsconfig_ : nullptr, scanner_.cache(),
                                     isCancelled_, stats_};
@@ -203,7 +203,7 @@ private:
                 }
                 semaphore_.signal();
                 deliver(std::move(outcome));
-            });
+            }, IndexedTasks::CallerJoins::yes);
             children.wait();
         }
         if (flushFailure_) std::rethrow_exception(flushFailure_);

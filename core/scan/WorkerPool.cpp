@@ -41,17 +41,26 @@ void WorkerPool::run() {
 }
 
 IndexedTasks::IndexedTasks(WorkerPool& pool, std::size_t count, std::size_t lanes,
-                           std::function<void(std::size_t)> work)
-    : work_(std::move(work)), count_(count), lanesRunning_(std::min(std::max<std::size_t>(1, lanes), count)) {
+                           std::function<void(std::size_t)> work, CallerJoins callerJoins)
+    : work_(std::move(work)), count_(count) {
+    std::size_t laneCount = std::min(std::max<std::size_t>(1, lanes), count);
+    if (callerJoins == CallerJoins::yes && laneCount > 0) {
+        callerLane_ = true;
+        --laneCount;
+    }
     // Counted before the first lane starts: a lane that ends lowers the count at once.
-    const std::size_t laneCount = lanesRunning_;
+    lanesRunning_ = laneCount;
     for (std::size_t i = 0; i < laneCount; ++i) pool.post([this] { runLane(); });
 }
 
 IndexedTasks::~IndexedTasks() { wait(); }
 
-void IndexedTasks::runLane() {
+void IndexedTasks::takeIndexes() {
     for (std::size_t i = next_++; i < count_; i = next_++) work_(i);
+}
+
+void IndexedTasks::runLane() {
+    takeIndexes();
     // Notified under the lock: the waiter may destroy this object as soon as it sees
     // the count reach zero, so nothing may touch it after the lock is released.
     std::lock_guard lock(mutex_);
@@ -59,6 +68,11 @@ void IndexedTasks::runLane() {
 }
 
 void IndexedTasks::wait() {
+    // Only the thread that waits reads or clears the flag.
+    if (callerLane_) {
+        callerLane_ = false;
+        takeIndexes();
+    }
     std::unique_lock lock(mutex_);
     finished_.wait(lock, [&] { return lanesRunning_ == 0; });
 }

@@ -35,9 +35,17 @@ private:
 // once, and a batch of files costs a few jobs instead of one per file. `work` must not
 // throw. `wait` returns once every call has returned; the destructor waits too, since
 // the jobs refer to this object.
+//
+// With `CallerJoins::yes` the thread that will call `wait` is one of the lanes: only
+// `lanes` - 1 jobs go to the pool, and `wait` takes indexes itself before it waits.
+// A caller that would only sleep meanwhile thus does a lane's work, and the run does
+// not wait for a sleeping pool thread to wake before it starts.
 class IndexedTasks {
 public:
-    IndexedTasks(WorkerPool& pool, std::size_t count, std::size_t lanes, std::function<void(std::size_t)> work);
+    enum class CallerJoins { no, yes };
+
+    IndexedTasks(WorkerPool& pool, std::size_t count, std::size_t lanes, std::function<void(std::size_t)> work,
+                 CallerJoins callerJoins = CallerJoins::no);
     ~IndexedTasks();
     IndexedTasks(const IndexedTasks&) = delete;
     IndexedTasks& operator=(const IndexedTasks&) = delete;
@@ -45,6 +53,7 @@ public:
     void wait();
 
 private:
+    void takeIndexes();
     void runLane();
     std::function<void(std::size_t)> work_;
     const std::size_t count_;
@@ -52,6 +61,7 @@ private:
     std::mutex mutex_;
     std::condition_variable finished_;
     std::size_t lanesRunning_;
+    bool callerLane_ = false;  // the caller's lane is still to be run by `wait`
 };
 
 }  // namespace vantrel

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <atomic>
 #include <mutex>
+#include <thread>
 #include <vector>
 
 #include "scan/WorkerPool.h"
@@ -20,6 +21,8 @@ TEST(ScanWorkerPool, EveryIndexRunsOnceInStartOrderWithinTheLanes) {
     for (std::size_t round = 0; round < 3000; ++round) {
         std::size_t count = round % 11;
         std::size_t lanes = 1 + round % 5;
+        // Every other run the waiting thread is one of the lanes.
+        auto joins = round % 2 ? IndexedTasks::CallerJoins::yes : IndexedTasks::CallerJoins::no;
         std::vector<int> runs(count, 0);
         std::vector<std::size_t> started;
         std::mutex mutex;
@@ -37,7 +40,7 @@ TEST(ScanWorkerPool, EveryIndexRunsOnceInStartOrderWithinTheLanes) {
                 }
                 ++runs[i];
                 --running;
-            });
+            }, joins);
             tasks.wait();
             // Everything has returned once `wait` has.
             ASSERT_EQ(std::count(runs.begin(), runs.end(), 1), static_cast<std::ptrdiff_t>(count)) << round;
@@ -49,6 +52,18 @@ TEST(ScanWorkerPool, EveryIndexRunsOnceInStartOrderWithinTheLanes) {
             ASSERT_TRUE(std::is_sorted(started.begin(), started.end()));
         }
     }
+}
+
+TEST(ScanWorkerPool, AJoiningCallerWithOneLaneRunsEverythingItself) {
+    WorkerPool pool(2);
+    const auto caller = std::this_thread::get_id();
+    std::vector<std::thread::id> ranOn;
+    IndexedTasks tasks(pool, 50, 1, [&](std::size_t) { ranOn.push_back(std::this_thread::get_id()); },
+                       IndexedTasks::CallerJoins::yes);
+    EXPECT_TRUE(ranOn.empty());  // nothing starts before the caller waits
+    tasks.wait();
+    ASSERT_EQ(ranOn.size(), 50u);
+    EXPECT_EQ(std::count(ranOn.begin(), ranOn.end(), caller), 50);
 }
 
 TEST(ScanWorkerPool, AnEmptyRunWaitsForNothing) {
