@@ -111,31 +111,51 @@ void appendArray(std::string& out, const Items& items, Append append) {
 // Reads one object, handing each key to `field` with its position in `required` (N for
 // a key not listed there), so that the reader of a field needs no second comparison of
 // the key; `field` gives false to have the value skipped, as for unknown keys. Every
-// name in `required` must have been seen.
+// name in `required` must have been seen. `required` lists the keys in written order,
+// which is the order to try first: a record of ours costs one comparison per key.
 template <std::size_t N, typename Field>
 void readObject(JsonReader& reader, const std::array<std::string_view, N>& required, Field field) {
     if (reader.peek() != JsonReader::Type::object) throw DecodeError("expected an object");
     std::array<bool, N> seen{};
-    std::string key;
+    std::string scratch;
+    std::string_view key;
+    std::size_t expected = 0;
     reader.beginObject();
-    while (reader.nextKey(key)) {
-        std::size_t which = 0;
-        while (which < N && std::string_view(key) != required[which]) ++which;
-        if (which < N) seen[which] = true;
+    while (reader.nextKey(key, scratch)) {
+        std::size_t which = expected;
+        if (which >= N || key != required[which]) {
+            which = 0;
+            while (which < N && key != required[which]) ++which;
+        }
+        if (which < N) {
+            seen[which] = true;
+            expected = which + 1;
+        }
         if (!field(which, key)) reader.skipValue();
     }
     for (std::size_t i = 0; i < N; ++i)
         if (!seen[i]) throw DecodeError("missing key '" + std::string(required[i]) + "'");
 }
 
-void readStringInto(JsonReader& reader, std::string& out) {
+void expectString(JsonReader& reader) {
     if (reader.peek() != JsonReader::Type::string) throw DecodeError("expected a string");
+}
+
+void readStringInto(JsonReader& reader, std::string& out) {
+    expectString(reader);
     reader.readString(out);
 }
 
-std::string readStringValue(JsonReader& reader) {
-    if (reader.peek() != JsonReader::Type::string) throw DecodeError("expected a string");
-    return reader.readString();
+// A string read into `out`, or only checked when it is not kept.
+void readOrSkipString(JsonReader& reader, std::string& out, bool keep) {
+    expectString(reader);
+    if (keep) reader.readString(out);
+    else reader.skipString();
+}
+
+std::string_view readStringView(JsonReader& reader, std::string& scratch) {
+    expectString(reader);
+    return reader.readStringView(scratch);
 }
 
 template <typename Element>
@@ -145,34 +165,35 @@ void readArray(JsonReader& reader, Element element) {
     while (reader.nextElement()) element();
 }
 
-IdSet readIdSet(JsonReader& reader) {
-    IdSet ids;
-    readArray(reader, [&] { ids.insert(readStringValue(reader)); });
-    return ids;
+void readIdSet(JsonReader& reader, IdSet& ids, bool keep) {
+    ids.clear();
+    std::string id;
+    readArray(reader, [&] {
+        readOrSkipString(reader, id, keep);
+        if (keep) ids.insert(id);
+    });
 }
 
-// Into `symbol`, whose strings keep their capacity when it is reused as scratch.
-void readSymbol(JsonReader& reader, Symbol& symbol, std::string& scratch) {
-    symbol.refsIn.clear();
-    symbol.refsOut.clear();
+// Into `symbol`, whose strings keep their capacity when it is reused as scratch. A
+// symbol that is not kept is checked all the same.
+void readSymbol(JsonReader& reader, Symbol& symbol, std::string& scratch, bool keep) {
     static constexpr std::array<std::string_view, 5> kKeys{"id", "kind", "range", "refsIn", "refsOut"};
-    readObject(reader, kKeys, [&](std::size_t which, const std::string&) {
+    readObject(reader, kKeys, [&](std::size_t which, std::string_view) {
         switch (which) {
             case 0:
-                readStringInto(reader, symbol.id);
+                readOrSkipString(reader, symbol.id, keep);
                 return true;
             case 1: {
-                readStringInto(reader, scratch);
-                auto kind = symbolKindFromRaw(scratch);
+                auto kind = symbolKindFromRaw(readStringView(reader, scratch));
                 if (!kind) throw DecodeError("unknown kind");
                 symbol.kind = *kind;
                 return true;
             }
             case 2: {
-                static constexpr std::array<std::string_view, 4> kRange{"startLine", "startCol", "endLine", "endCol"};
-                std::int64_t* targets[] = {&symbol.range.startLine, &symbol.range.startCol, &symbol.range.endLine,
-                                           &symbol.range.endCol};
-                readObject(reader, kRange, [&](std::size_t field, const std::string&) {
+                static constexpr std::array<std::string_view, 4> kRange{"endCol", "endLine", "startCol", "startLine"};
+                std::int64_t* targets[] = {&symbol.range.endCol, &symbol.range.endLine, &symbol.range.startCol,
+                                           &symbol.range.startLine};
+                readObject(reader, kRange, [&](std::size_t field, std::string_view) {
                     if (field >= kRange.size()) return false;
                     *targets[field] = reader.readInteger();
                     return true;
@@ -180,10 +201,10 @@ void readSymbol(JsonReader& reader, Symbol& symbol, std::string& scratch) {
                 return true;
             }
             case 3:
-                symbol.refsIn = readIdSet(reader);
+                readIdSet(reader, symbol.refsIn, keep);
                 return true;
             case 4:
-                symbol.refsOut = readIdSet(reader);
+                readIdSet(reader, symbol.refsOut, keep);
                 return true;
             default:
                 return false;
@@ -191,20 +212,19 @@ void readSymbol(JsonReader& reader, Symbol& symbol, std::string& scratch) {
     });
 }
 
-ResolutionDiagnostic readDiagnostic(JsonReader& reader, std::string& scratch) {
-    ResolutionDiagnostic diagnostic;
-    static constexpr std::array<std::string_view, 3> kKeys{"importerPath", "importPath", "reason"};
-    readObject(reader, kKeys, [&](std::size_t which, const std::string& key) {
+void readDiagnostic(JsonReader& reader, ResolutionDiagnostic& diagnostic, std::string& scratch, bool keep) {
+    diagnostic.suggestion.reset();
+    static constexpr std::array<std::string_view, 3> kKeys{"importPath", "importerPath", "reason"};
+    readObject(reader, kKeys, [&](std::size_t which, std::string_view key) {
         switch (which) {
             case 0:
-                readStringInto(reader, diagnostic.importerPath);
+                readOrSkipString(reader, diagnostic.importPath, keep);
                 return true;
             case 1:
-                readStringInto(reader, diagnostic.importPath);
+                readOrSkipString(reader, diagnostic.importerPath, keep);
                 return true;
             case 2: {
-                readStringInto(reader, scratch);
-                auto reason = reasonFromRaw(scratch);
+                auto reason = reasonFromRaw(readStringView(reader, scratch));
                 if (!reason) throw DecodeError("unknown reason");
                 diagnostic.reason = *reason;
                 return true;
@@ -215,12 +235,13 @@ ResolutionDiagnostic readDiagnostic(JsonReader& reader, std::string& scratch) {
                     reader.readNull();
                     diagnostic.suggestion.reset();
                 } else {
-                    diagnostic.suggestion = readStringValue(reader);
+                    expectString(reader);
+                    if (keep) diagnostic.suggestion = reader.readString();
+                    else reader.skipString();
                 }
                 return true;
         }
     });
-    return diagnostic;
 }
 
 }  // namespace
@@ -260,31 +281,31 @@ std::optional<CachedFileResult> decodeFileRecord(std::string_view bytes, RecordF
     try {
         JsonReader reader(bytes);
         CachedFileResult record;
-        // Fields the caller does not keep are read all the same, into scratch values that
-        // are reused, so the record is readable or not whatever part of it is kept.
-        Symbol scratchSymbol;
-        CachedCallSite scratchCall;
-        std::string scratchPath;
+        // Fields the caller does not keep are checked all the same, without keeping
+        // their strings, so the record is readable or not whatever part of it is kept.
+        Symbol symbol;
+        CachedCallSite call;
+        ResolutionDiagnostic diagnostic;
         std::string scratch;
         static constexpr std::array<std::string_view, 5> kKeys{"calls", "diagnostics", "fileHash", "imports", "symbols"};
-        readObject(reader, kKeys, [&](std::size_t which, const std::string&) {
+        readObject(reader, kKeys, [&](std::size_t which, std::string_view) {
             switch (which) {
                 case 0:
                     record.calls.clear();
                     readArray(reader, [&] {
-                        static constexpr std::array<std::string_view, 2> kCall{"callerId", "calleeName"};
-                        readObject(reader, kCall, [&](std::size_t field, const std::string&) {
+                        static constexpr std::array<std::string_view, 2> kCall{"calleeName", "callerId"};
+                        readObject(reader, kCall, [&](std::size_t field, std::string_view) {
                             if (field >= kCall.size()) return false;
-                            readStringInto(reader, field == 0 ? scratchCall.callerId : scratchCall.calleeName);
+                            readOrSkipString(reader, field == 0 ? call.calleeName : call.callerId, keepLinks);
                             return true;
                         });
-                        if (keepLinks) record.calls.push_back(std::move(scratchCall));
+                        if (keepLinks) record.calls.push_back(std::move(call));
                     });
                     return true;
                 case 1:
                     record.diagnostics.clear();
                     readArray(reader, [&] {
-                        ResolutionDiagnostic diagnostic = readDiagnostic(reader, scratch);
+                        readDiagnostic(reader, diagnostic, scratch, keepSymbols);
                         if (keepSymbols) record.diagnostics.push_back(std::move(diagnostic));
                     });
                     return true;
@@ -293,20 +314,21 @@ std::optional<CachedFileResult> decodeFileRecord(std::string_view bytes, RecordF
                     return true;
                 case 3: {
                     record.imports.clear();
-                    std::string name;
                     if (reader.peek() != JsonReader::Type::object) throw DecodeError("expected an object");
+                    std::string_view name;
+                    std::string path;
                     reader.beginObject();
-                    while (reader.nextKey(name)) {
-                        readStringInto(reader, scratchPath);
-                        if (keepLinks) record.imports.insert_or_assign(name, scratchPath);
+                    while (reader.nextKey(name, scratch)) {
+                        readOrSkipString(reader, path, keepLinks);
+                        if (keepLinks) record.imports.insert_or_assign(std::string(name), path);
                     }
                     return true;
                 }
                 case 4:
                     record.symbols.clear();
                     readArray(reader, [&] {
-                        readSymbol(reader, scratchSymbol, scratch);
-                        if (keepSymbols) record.symbols.push_back(std::move(scratchSymbol));
+                        readSymbol(reader, symbol, scratch, keepSymbols);
+                        if (keepSymbols) record.symbols.push_back(std::move(symbol));
                     });
                     return true;
                 default:

@@ -62,6 +62,19 @@ bool JsonReader::nextKey(std::string& key) {
     return true;
 }
 
+bool JsonReader::nextKey(std::string_view& key, std::string& scratch) {
+    if (next() == '}') {
+        ++pos_;
+        first_ = false;
+        return false;
+    }
+    if (!first_) expect(',');
+    first_ = false;
+    key = readStringView(scratch);
+    expect(':');
+    return true;
+}
+
 void JsonReader::beginArray() {
     expect('[');
     first_ = true;
@@ -82,8 +95,12 @@ namespace {
 
 // The end of the run of characters from `pos` that stand for themselves in a string: up
 // to the first quote, backslash or control character, or `size`. Strings are most of
-// what a cache record holds, so this runs sixteen bytes at a time where it can.
-std::size_t plainRunEnd(const char* data, std::size_t pos, std::size_t size) {
+// what a cache record holds, so this runs sixteen bytes at a time where it can, and is
+// inlined: most strings are shorter than the call would cost.
+#if defined(__GNUC__)
+__attribute__((always_inline))
+#endif
+inline std::size_t plainRunEnd(const char* data, std::size_t pos, std::size_t size) {
 #if defined(__SSE2__)
     const __m128i quote = _mm_set1_epi8('"');
     const __m128i backslash = _mm_set1_epi8('\\');
@@ -120,17 +137,37 @@ std::string JsonReader::readString() {
     return out;
 }
 
-void JsonReader::readString(std::string& out) {
-    expect('"');
-    out.clear();
+namespace {
+
+// Where scanStringBody puts the characters: appended to a string, or nowhere when a
+// string is only checked.
+struct AppendSink {
+    std::string& out;
+    void append(const char* data, std::size_t size) { out.append(data, size); }
+    void push(char c) { out.push_back(c); }
+    void code(std::uint32_t codePoint) { appendUtf8(out, codePoint); }
+};
+
+struct DiscardSink {
+    void append(const char*, std::size_t) {}
+    void push(char) {}
+    void code(std::uint32_t) {}
+};
+
+}  // namespace
+
+// From just after the opening quote to just after the closing one. One body for reading
+// and checking, so a skipped string is refused exactly when a read one would be.
+template <typename Sink>
+void JsonReader::scanStringBody(Sink& sink) {
     while (true) {
-        // Copy the plain run up to the next quote, backslash or control character.
+        // The plain run up to the next quote, backslash or control character.
         const char* data = text_.data();
         const std::size_t size = text_.size();
         std::size_t start = pos_;
         std::size_t pos = plainRunEnd(data, start, size);
         pos_ = pos;
-        out.append(data + start, pos - start);
+        sink.append(data + start, pos - start);
         if (pos_ >= text_.size()) fail("unterminated string");
         char c = text_[pos_++];
         if (c == '"') break;
@@ -138,14 +175,14 @@ void JsonReader::readString(std::string& out) {
         if (pos_ >= text_.size()) fail("unterminated string");
         char e = text_[pos_++];
         switch (e) {
-            case '"': out.push_back('"'); break;
-            case '\\': out.push_back('\\'); break;
-            case '/': out.push_back('/'); break;
-            case 'b': out.push_back('\b'); break;
-            case 'f': out.push_back('\f'); break;
-            case 'n': out.push_back('\n'); break;
-            case 'r': out.push_back('\r'); break;
-            case 't': out.push_back('\t'); break;
+            case '"': sink.push('"'); break;
+            case '\\': sink.push('\\'); break;
+            case '/': sink.push('/'); break;
+            case 'b': sink.push('\b'); break;
+            case 'f': sink.push('\f'); break;
+            case 'n': sink.push('\n'); break;
+            case 'r': sink.push('\r'); break;
+            case 't': sink.push('\t'); break;
             case 'u': {
                 auto hex4 = [&]() -> std::uint32_t {
                     if (pos_ + 4 > text_.size()) fail("short \\u escape");
@@ -168,12 +205,40 @@ void JsonReader::readString(std::string& out) {
                 } else if (code >= 0xDC00 && code <= 0xDFFF) {
                     fail("lone surrogate");
                 }
-                appendUtf8(out, code);
+                sink.code(code);
                 break;
             }
             default: fail("bad escape");
         }
     }
+}
+
+void JsonReader::readString(std::string& out) {
+    expect('"');
+    out.clear();
+    AppendSink sink{out};
+    scanStringBody(sink);
+}
+
+std::string_view JsonReader::readStringView(std::string& scratch) {
+    expect('"');
+    // Most strings hold no escape: then the view is the text between the quotes.
+    std::size_t start = pos_;
+    std::size_t end = plainRunEnd(text_.data(), start, text_.size());
+    if (end < text_.size() && text_[end] == '"') {
+        pos_ = end + 1;
+        return text_.substr(start, end - start);
+    }
+    scratch.clear();
+    AppendSink sink{scratch};
+    scanStringBody(sink);
+    return scratch;
+}
+
+void JsonReader::skipString() {
+    expect('"');
+    DiscardSink sink;
+    scanStringBody(sink);
 }
 
 std::string_view JsonReader::numberText() {
@@ -242,7 +307,7 @@ void JsonReader::skipValue() {
         switch (peek()) {
             case Type::object: beginObject(); open.push_back('{'); break;
             case Type::array: beginArray(); open.push_back('['); break;
-            case Type::string: readString(scratch); break;
+            case Type::string: skipString(); break;
             case Type::number: numberText(); break;
             case Type::boolean: next() == 't' ? expectLiteral("true") : expectLiteral("false"); break;
             case Type::null: readNull(); break;

@@ -24,12 +24,19 @@ public:
     // consumed); after each key the caller reads or skips exactly one value.
     void beginObject();
     bool nextKey(std::string& key);
+    // The same, with the key as a view: into the text when the key holds no escape (the
+    // usual case, which copies nothing), else into `scratch`. Valid until the next read.
+    bool nextKey(std::string_view& key, std::string& scratch);
     // Arrays: beginArray, then nextElement until false; one value per element.
     void beginArray();
     bool nextElement();
 
     std::string readString();
     void readString(std::string& out);
+    // A string as a view, into the text or `scratch` as for nextKey.
+    std::string_view readStringView(std::string& scratch);
+    // Checks a string as strictly as readString does, keeping nothing.
+    void skipString();
     // An integer, also written as an integral number such as 2.0.
     std::int64_t readInteger();
     double readNumber();
@@ -58,6 +65,8 @@ private:
     }
     void skipWhitespaceRun();
     [[noreturn]] void failExpected(char c) const;
+    template <typename Sink>
+    void scanStringBody(Sink& sink);
     std::string_view numberText();
     void expectLiteral(std::string_view literal);
     void afterValue();
