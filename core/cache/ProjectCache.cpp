@@ -36,11 +36,25 @@ std::optional<std::string> ProjectCache::cacheRootURL() const {
     }
 }
 
+namespace {
+
+// <support>/Vantrel/cache/v2/<project hash>: the path alone, nothing made.
+std::string projectDirPath(const std::string& supportDir, std::string_view projectRoot) {
+    // Standardised first, so "/p/", "/p/." and "/p" are one project.
+    return appendPathComponent(supportDir, "Vantrel/cache/v2/" + sha256Hex(standardizePath(projectRoot)));
+}
+
+std::string recordPathIn(const std::string& projectDir, std::string_view relPath) {
+    // The whole relPath is hashed, so equal names in different folders stay apart.
+    return appendPathComponent(appendPathComponent(projectDir, "files"), sha256Hex(relPath) + ".json");
+}
+
+}  // namespace
+
 std::optional<std::string> ProjectCache::projectDirURL(std::string_view projectRoot) const {
     try {
         if (!supportDir_) return std::nullopt;
-        // Standardised first, so "/p/", "/p/." and "/p" are one project.
-        std::string dir = appendPathComponent(*supportDir_, "Vantrel/cache/v2/" + sha256Hex(standardizePath(projectRoot)));
+        std::string dir = projectDirPath(*supportDir_, projectRoot);
         // Every record access comes through here: when "files" exists, so does the rest,
         // and one stat is all it costs.
         if (isDirectory(appendPathComponent(dir, "files"))) return dir;
@@ -56,8 +70,7 @@ std::optional<std::string> ProjectCache::fileRecordURL(std::string_view projectR
     try {
         auto dir = projectDirURL(projectRoot);
         if (!dir) return std::nullopt;
-        // The whole relPath is hashed, so equal names in different folders stay apart.
-        return appendPathComponent(appendPathComponent(*dir, "files"), sha256Hex(relPath) + ".json");
+        return recordPathIn(*dir, relPath);
     } catch (...) {
         return std::nullopt;
     }
@@ -105,8 +118,17 @@ void ProjectCache::saveMeta(const ProjectCacheMeta& meta, std::string_view proje
 std::optional<CachedFileResult> ProjectCache::loadFile(std::string_view projectRoot, std::string_view relPath,
                                                       RecordFields keep) const {
     try {
-        return loadRecord<CachedFileResult>(fileRecordURL(projectRoot, relPath),
-                                            [keep](std::string_view bytes) { return decodeFileRecord(bytes, keep); });
+        if (!supportDir_) return std::nullopt;
+        // The record is opened first: once it opens, every folder on its path exists, so
+        // making them would have changed nothing. Only when it does not are they made, as
+        // every access makes them, and then there is no record to read. A scan loads each
+        // record twice, so this spares it two path lookups per file.
+        auto bytes = readWholeFile(recordPathIn(projectDirPath(*supportDir_, projectRoot), relPath));
+        if (!bytes) {
+            fileRecordURL(projectRoot, relPath);
+            return std::nullopt;
+        }
+        return decodeFileRecord(*bytes, keep);
     } catch (...) {
         return std::nullopt;
     }

@@ -128,6 +128,22 @@ TEST(ProjectCache, InvalidateAndClearLeaveEmptyFolders) {
     EXPECT_EQ(listing(support.path() + "/Vantrel/cache/v2"), Strings{});
 }
 
+TEST(ProjectCache, ALoadMakesTheFoldersItFindsMissing) {
+    TempDir support;
+    ProjectCache cache(support.path());
+    std::string files = support.path() + "/Vantrel/cache/v2/" + sha256Hex(kRoot) + "/files";
+    // Reading alone makes the folders, in a fresh support folder and after the project's
+    // folder was removed behind the cache's back; a record found needs nothing made.
+    EXPECT_FALSE(cache.loadFile(kRoot, "src/a.ts"));
+    EXPECT_TRUE(fs::is_directory(files));
+    cache.saveFile(sampleRecord(), kRoot, "src/a.ts");
+    EXPECT_TRUE(cache.loadFile(kRoot, "src/a.ts"));
+    fs::remove_all(support.path() + "/Vantrel");
+    EXPECT_FALSE(cache.loadFile(kRoot, "src/a.ts"));
+    EXPECT_TRUE(fs::is_directory(files));
+    EXPECT_EQ(listing(files), Strings{});
+}
+
 TEST(ProjectCache, UnusableSupportFolderMakesEverythingANoOp) {
     TempDir scratch;
     std::string blocker = scratch.write("support", "a file where a folder should be");
