@@ -79,6 +79,12 @@ TEST(CacheRecordCodec, RefusesAnythingElse) {
         R"({"calls": [{"calleeName": 1, "callerId": "a"}], "diagnostics": [], "fileHash": "h", "imports": {}, "symbols": []})",
         R"({"calls": [{"callerId": "a"}], "diagnostics": [], "fileHash": "h", "imports": {}, "symbols": []})",
         R"({"calls": [], "diagnostics": [], "fileHash": "h", "imports": {"a": null}, "symbols": []})",
+        // Bad strings in the part a reader does not keep: checked all the same.
+        R"({"calls": [{"calleeName": "\udc00", "callerId": "a"}], "diagnostics": [], "fileHash": "h", "imports": {}, "symbols": []})",
+        R"({"calls": [], "diagnostics": [], "fileHash": "h", "imports": {"a": "b\x"}, "symbols": []})",
+        R"({"calls": [], "diagnostics": [], "fileHash": "h", "imports": {}, "symbols": [{"id": "a\u12", "kind": "function", "range": {"endCol": 1, "endLine": 1, "startCol": 1, "startLine": 1}, "refsIn": [], "refsOut": []}]})",
+        "{\"calls\": [], \"diagnostics\": [], \"fileHash\": \"h\", \"imports\": {}, \"symbols\": [{\"id\": \"a\", \"kind\": \"function\", \"range\": {\"endCol\": 1, \"endLine\": 1, \"startCol\": 1, \"startLine\": 1}, \"refsIn\": [\"\t\"], \"refsOut\": []}]}",
+        R"({"calls": [], "diagnostics": [{"importerPath": "a", "importPath": "b", "reason": "noTsConfig", "suggestion": "\ud800\u0041"}], "fileHash": "h", "imports": {}, "symbols": []})",
         R"({"calls": [], "diagnostics": [{"importerPath": "a", "importPath": "b", "reason": "gone"}], "fileHash": "h", "imports": {}, "symbols": []})",
         "",
         "[]",
@@ -87,6 +93,13 @@ TEST(CacheRecordCodec, RefusesAnythingElse) {
     // part: the merge and the link phase must agree on which records are readable.
     for (RecordFields keep : {RecordFields::all, RecordFields::symbols, RecordFields::links})
         for (const auto& text : refused) EXPECT_FALSE(decodeFileRecord(text, keep)) << text;
+    // Keys are compared after their escapes are read, in any order.
+    auto escaped = decodeFileRecord(
+        R"({"symbols": [], "imports": {"\u0061": "b"}, "fileHash": "h", "diagnostics": [], "\u0063alls": [{"callerId": "x", "calleeName": "y"}]})",
+        RecordFields::links);
+    ASSERT_TRUE(escaped);
+    EXPECT_EQ(escaped->imports.at("a"), "b");
+    EXPECT_EQ(escaped->calls, (std::vector<CachedCallSite>{{"x", "y"}}));
     // Integral numbers count as integers, as for the document reader.
     EXPECT_TRUE(decodeFileRecord(replaceAll(good, "\"startLine\":10", "\"startLine\":10.0")));
 }
