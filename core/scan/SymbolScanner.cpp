@@ -8,6 +8,7 @@
 #include <exception>
 #include <memory>
 #include <mutex>
+#include <numeric>
 #include <thread>
 
 #include "cache/AsyncSemaphore.h"
@@ -71,6 +72,24 @@ struct Outcome {
     }
 };
 
+// Stable, by importer path, then import path. The positions are sorted rather than the
+// diagnostics themselves, so the sort moves four bytes at a time and each diagnostic
+// moves once.
+std::vector<ResolutionDiagnostic> sortedDiagnostics(std::vector<ResolutionDiagnostic> diagnostics) {
+    std::vector<std::uint32_t> order(diagnostics.size());
+    std::iota(order.begin(), order.end(), 0u);
+    std::stable_sort(order.begin(), order.end(), [&](std::uint32_t a, std::uint32_t b) {
+        const ResolutionDiagnostic& x = diagnostics[a];
+        const ResolutionDiagnostic& y = diagnostics[b];
+        if (int byImporter = x.importerPath.compare(y.importerPath)) return byImporter < 0;
+        return x.importPath < y.importPath;
+    });
+    std::vector<ResolutionDiagnostic> sorted;
+    sorted.reserve(diagnostics.size());
+    for (std::uint32_t i : order) sorted.push_back(std::move(diagnostics[i]));
+    return sorted;
+}
+
 class ScanRun {
 public:
     ScanRun(const SymbolScanner& scanner, const std::string& root, const VantrelConfig& config,
@@ -120,12 +139,7 @@ public:
         pool_.reset();
         report(ScanPhase::savingCache, total_, std::nullopt);
 
-        std::stable_sort(allDiagnostics_.begin(), allDiagnostics_.end(),
-                         [](const ResolutionDiagnostic& a, const ResolutionDiagnostic& b) {
-                             if (a.importerPath != b.importerPath) return a.importerPath < b.importerPath;
-                             return a.importPath < b.importPath;
-                         });
-        ir_.diagnostics = std::move(allDiagnostics_);
+        ir_.diagnostics = sortedDiagnostics(std::move(allDiagnostics_));
         return std::move(ir_);
     }
 
