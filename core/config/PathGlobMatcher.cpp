@@ -99,18 +99,37 @@ bool wildcardMatch(std::string_view pattern, std::string_view text) {
     return p == pattern.size();
 }
 
+// Literal characters match themselves byte for byte, whole characters at a time, so the
+// bytes of a run free of wildcards stand unbroken in every text that the pattern matches.
+std::string longestLiteralRun(std::string_view pattern) {
+    std::string_view longest;
+    std::size_t start = 0;
+    for (std::size_t i = 0; i <= pattern.size(); ++i) {
+        if (i < pattern.size() && pattern[i] != '*' && pattern[i] != '?') continue;
+        if (i - start > longest.size()) longest = pattern.substr(start, i - start);
+        start = i + 1;
+    }
+    return std::string(longest);
+}
+
 }  // namespace
 
 PathGlobMatcher::PathGlobMatcher(const std::vector<std::string>& patterns) {
-    compiled_.reserve(patterns.size());
-    for (const auto& pattern : patterns) compiled_.push_back(compilePattern(pattern));
+    patterns_.reserve(patterns.size());
+    for (const auto& pattern : patterns) {
+        std::string compiled = compilePattern(pattern);
+        std::string literal = longestLiteralRun(compiled);
+        patterns_.push_back(Pattern{std::move(compiled), std::move(literal)});
+    }
 }
 
 bool PathGlobMatcher::matches(std::string_view path) const {
     while (!path.empty() && path.front() == '/') path.remove_prefix(1);
     while (!path.empty() && path.back() == '/') path.remove_suffix(1);
-    for (const auto& pattern : compiled_)
-        if (wildcardMatch(pattern, path)) return true;
+    for (const auto& pattern : patterns_) {
+        if (!pattern.literal.empty() && path.find(pattern.literal) == std::string_view::npos) continue;
+        if (wildcardMatch(pattern.compiled, path)) return true;
+    }
     return false;
 }
 

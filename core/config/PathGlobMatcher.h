@@ -16,7 +16,13 @@ public:
     bool matches(std::string_view path) const;
 
 private:
-    std::vector<std::string> compiled_;
+    struct Pattern {
+        std::string compiled;
+        // The longest run of the pattern without '*' or '?': a text it matches holds that
+        // run as it stands, so a text without it is refused at the cost of one search.
+        std::string literal;
+    };
+    std::vector<Pattern> patterns_;
 };
 
 }  // namespace vantrel

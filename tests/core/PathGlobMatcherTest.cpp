@@ -47,6 +47,13 @@ TEST(PathGlobMatcher, SemanticsTable) {
         {"{a,b}.js", "a.js", false},
         {"!x", "!x", true},
         {"100% \"done\" 'x'.js", "100% \"done\" 'x'.js", true},
+        // A pattern's longest literal run must stand in the path, and standing there is
+        // not enough; a pattern of wildcards only has no such run.
+        {"**/node_modules/**", "a/node_modules", false},
+        {"*/ab/*ab", "x/ab/yab", true},
+        {"*/ab/*ab", "x/ab/abc", false},
+        {"??", "\xE2\x82\xAC\xFF", true},
+        {"\xC3?x", "\xC3" "ax", true},
     };
     for (const auto& c : cases)
         EXPECT_EQ(PathGlobMatcher({c.pattern}).matches(c.path), c.expected) << c.pattern << " vs " << c.path;
