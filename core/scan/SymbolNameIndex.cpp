@@ -22,6 +22,58 @@ void SymbolNameIndex::add(const std::string& id, const Symbol& symbol) {
                            NameCandidate{id, parts->second, &symbol}});
 }
 
+namespace {
+
+bool byFileThenId(const NameCandidate& a, const NameCandidate& b) {
+    if (int byFile = a.filePath().compare(b.filePath())) return byFile < 0;
+    return a.id < b.id;
+}
+
+// The eight bytes of `text` from `from` on as a number that orders as they do, zeros
+// after its end: a shorter text sorts first, as it does among strings.
+std::uint64_t orderKey(std::string_view text, std::size_t from) {
+    std::uint64_t key = 0;
+    for (std::size_t i = 0; i < 8; ++i) {
+        unsigned char byte = from + i < text.size() ? static_cast<unsigned char>(text[from + i]) : 0;
+        key = (key << 8) | byte;
+    }
+    return key;
+}
+
+// Sorts one name's candidates by file, then id. A common name (`get`, `__init__`) has
+// thousands of candidates in files all over the project; comparing their paths would
+// read each one from memory many times over. So each candidate first gets a number made
+// of the first bytes after the prefix that all the group's paths share, and the paths
+// are compared only where those numbers tie.
+void sortGroup(std::span<NameCandidate> group) {
+    if (group.size() < 64) {
+        std::sort(group.begin(), group.end(), byFileThenId);
+        return;
+    }
+    std::string_view first = group.front().filePath();
+    std::size_t shared = first.size();
+    for (const NameCandidate& candidate : group) {
+        std::string_view path = candidate.filePath();
+        std::size_t n = 0;
+        while (n < shared && n < path.size() && path[n] == first[n]) ++n;
+        shared = n;
+    }
+    struct Keyed {
+        std::uint64_t key;
+        NameCandidate candidate;
+    };
+    std::vector<Keyed> keyed;
+    keyed.reserve(group.size());
+    for (const NameCandidate& candidate : group) keyed.push_back(Keyed{orderKey(candidate.filePath(), shared), candidate});
+    std::sort(keyed.begin(), keyed.end(), [](const Keyed& a, const Keyed& b) {
+        if (a.key != b.key) return a.key < b.key;
+        return byFileThenId(a.candidate, b.candidate);
+    });
+    for (std::size_t i = 0; i < group.size(); ++i) group[i] = keyed[i].candidate;
+}
+
+}  // namespace
+
 void SymbolNameIndex::finish() {
     // Groups by name through the table itself (no sort of all entries: that cost more
     // than the rest of the index), then each name's candidates are placed together and
@@ -31,6 +83,7 @@ void SymbolNameIndex::finish() {
     std::size_t mask = size - 1;
     slots_.assign(size, 0);
     groups_.clear();
+    groups_.reserve(added_.size());  // at most one group per entry: no copying as they come
     std::vector<std::uint32_t> groupOf(added_.size());
     for (std::size_t i = 0; i < added_.size(); ++i) {
         const Entry& entry = added_[i];
@@ -57,10 +110,7 @@ void SymbolNameIndex::finish() {
     for (std::size_t i = 0; i < added_.size(); ++i) candidates_[groups_[groupOf[i]].end++] = added_[i].candidate;
     for (const Group& group : groups_) {
         if (group.end - group.begin < 2) continue;
-        std::sort(candidates_.begin() + group.begin, candidates_.begin() + group.end,
-                  [](const NameCandidate& a, const NameCandidate& b) {
-                      return a.filePath() != b.filePath() ? a.filePath() < b.filePath() : a.id < b.id;
-                  });
+        sortGroup(std::span<NameCandidate>(candidates_.data() + group.begin, group.end - group.begin));
     }
     added_ = {};
 }

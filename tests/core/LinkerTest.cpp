@@ -4,6 +4,9 @@
 
 #include "scan/Linker.h"
 
+#include <algorithm>
+#include <vector>
+
 namespace vantrel {
 namespace {
 
@@ -52,6 +55,44 @@ TEST(Linker, ReadsIdsFromTheirEnd) {
     ASSERT_EQ(index.candidates("").size(), 1u);
     EXPECT_EQ(index.candidates("").front().id, "src/a.ts::function");
     EXPECT_TRUE(index.candidates("run").empty());
+}
+
+TEST(Linker, ACommonNameListsItsCandidatesByFileThenIdWhateverTheOrderAdded) {
+    // Hundreds of files with one name: paths sharing long prefixes, paths that are
+    // prefixes of others, paths that differ only after their eighth differing byte, two
+    // kinds in one file, and ids whose order differs from their paths' (":" sorts after
+    // "." and "-").
+    std::vector<std::string> ids;
+    for (int i = 0; i < 300; ++i) {
+        std::string n = std::to_string(i * 7919 % 1000);
+        ids.push_back("src/components/widgets/" + n + ".ts:run:function");
+        ids.push_back("src/components/widgets/" + n + ".ts.bak.ts:run:function");
+        ids.push_back("src/components/widgets/" + n + "-0123456789abcdef.ts:run:method");
+    }
+    ids.push_back("src/components/widgets/7.ts:run:class");
+    ids.push_back("src/c.ts:run:function");
+    ids.push_back("src/components/widgets/7:run:function");
+    SymbolMap symbols;
+    for (const auto& id : ids) symbols.emplace(id, Symbol{id, SymbolKind::function, {}, {}, {}});
+    std::vector<NameCandidate> expected;
+    for (const auto& [id, symbol] : symbols)
+        expected.push_back(NameCandidate{id, *symbolFilePath(id) == id ? 0 : symbolFilePath(id)->size(), &symbol});
+    std::sort(expected.begin(), expected.end(), [](const NameCandidate& a, const NameCandidate& b) {
+        return a.filePath() != b.filePath() ? a.filePath() < b.filePath() : a.id < b.id;
+    });
+
+    SymbolNameIndex index;
+    for (std::size_t step = 0; step < ids.size(); ++step) {
+        const auto& id = ids[step * 389 % ids.size()];  // every id once, scrambled
+        index.add(symbols.find(id)->first, symbols.find(id)->second);
+    }
+    index.finish();
+    auto found = index.candidates("run");
+    ASSERT_EQ(found.size(), expected.size());
+    for (std::size_t i = 0; i < found.size(); ++i) {
+        EXPECT_EQ(found[i].id, expected[i].id) << i;
+        EXPECT_EQ(found[i].symbol, expected[i].symbol) << i;
+    }
 }
 
 TEST(Linker, LinkKeepsBothSetsAndDropsSelfEdges) {
