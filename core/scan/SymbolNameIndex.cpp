@@ -5,6 +5,8 @@
 #include <functional>
 #include <optional>
 
+#include "util/TextOrder.h"
+
 namespace vantrel {
 
 std::optional<std::pair<std::string_view, std::size_t>> idNameAndFileLength(std::string_view id) {
@@ -24,52 +26,22 @@ void SymbolNameIndex::add(const std::string& id, const Symbol& symbol) {
 
 namespace {
 
-bool byFileThenId(const NameCandidate& a, const NameCandidate& b) {
-    if (int byFile = a.filePath().compare(b.filePath())) return byFile < 0;
-    return a.id < b.id;
-}
-
-// The eight bytes of `text` from `from` on as a number that orders as they do, zeros
-// after its end: a shorter text sorts first, as it does among strings.
-std::uint64_t orderKey(std::string_view text, std::size_t from) {
-    std::uint64_t key = 0;
-    for (std::size_t i = 0; i < 8; ++i) {
-        unsigned char byte = from + i < text.size() ? static_cast<unsigned char>(text[from + i]) : 0;
-        key = (key << 8) | byte;
-    }
-    return key;
-}
-
-// Sorts one name's candidates by file, then id. A common name (`get`, `__init__`) has
-// thousands of candidates in files all over the project; comparing their paths would
-// read each one from memory many times over. So each candidate first gets a number made
-// of the first bytes after the prefix that all the group's paths share, and the paths
-// are compared only where those numbers tie.
+// By file, then id. A common name (`get`, `__init__`) has thousands of candidates in
+// files all over the project, which are ordered by numbers made of their paths first.
 void sortGroup(std::span<NameCandidate> group) {
+    auto idLess = [](const NameCandidate& a, const NameCandidate& b) { return a.id < b.id; };
     if (group.size() < 64) {
-        std::sort(group.begin(), group.end(), byFileThenId);
+        std::sort(group.begin(), group.end(), [&](const NameCandidate& a, const NameCandidate& b) {
+            if (int byFile = a.filePath().compare(b.filePath())) return byFile < 0;
+            return idLess(a, b);
+        });
         return;
     }
-    std::string_view first = group.front().filePath();
-    std::size_t shared = first.size();
-    for (const NameCandidate& candidate : group) {
-        std::string_view path = candidate.filePath();
-        std::size_t n = 0;
-        while (n < shared && n < path.size() && path[n] == first[n]) ++n;
-        shared = n;
-    }
-    struct Keyed {
-        std::uint64_t key;
-        NameCandidate candidate;
-    };
-    std::vector<Keyed> keyed;
-    keyed.reserve(group.size());
-    for (const NameCandidate& candidate : group) keyed.push_back(Keyed{orderKey(candidate.filePath(), shared), candidate});
-    std::sort(keyed.begin(), keyed.end(), [](const Keyed& a, const Keyed& b) {
-        if (a.key != b.key) return a.key < b.key;
-        return byFileThenId(a.candidate, b.candidate);
-    });
-    for (std::size_t i = 0; i < group.size(); ++i) group[i] = keyed[i].candidate;
+    std::vector<NameCandidate> sorted;
+    sorted.reserve(group.size());
+    for (std::uint32_t i : orderByText(group, std::mem_fn(&NameCandidate::filePath), idLess))
+        sorted.push_back(group[i]);
+    std::copy(sorted.begin(), sorted.end(), group.begin());
 }
 
 }  // namespace

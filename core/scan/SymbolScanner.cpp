@@ -8,7 +8,6 @@
 #include <exception>
 #include <memory>
 #include <mutex>
-#include <numeric>
 #include <thread>
 
 #include "cache/AsyncSemaphore.h"
@@ -20,6 +19,7 @@
 #include "scan/Linker.h"
 #include "scan/WorkerPool.h"
 #include "util/Paths.h"
+#include "util/TextOrder.h"
 #include "util/Timestamp.h"
 
 namespace vantrel {
@@ -72,18 +72,11 @@ struct Outcome {
     }
 };
 
-// Stable, by importer path, then import path. The positions are sorted rather than the
-// diagnostics themselves, so the sort moves four bytes at a time and each diagnostic
-// moves once.
+// Stable, by importer path, then import path.
 std::vector<ResolutionDiagnostic> sortedDiagnostics(std::vector<ResolutionDiagnostic> diagnostics) {
-    std::vector<std::uint32_t> order(diagnostics.size());
-    std::iota(order.begin(), order.end(), 0u);
-    std::stable_sort(order.begin(), order.end(), [&](std::uint32_t a, std::uint32_t b) {
-        const ResolutionDiagnostic& x = diagnostics[a];
-        const ResolutionDiagnostic& y = diagnostics[b];
-        if (int byImporter = x.importerPath.compare(y.importerPath)) return byImporter < 0;
-        return x.importPath < y.importPath;
-    });
+    auto order = orderByText(
+        diagnostics, [](const ResolutionDiagnostic& d) -> std::string_view { return d.importerPath; },
+        [](const ResolutionDiagnostic& a, const ResolutionDiagnostic& b) { return a.importPath < b.importPath; });
     std::vector<ResolutionDiagnostic> sorted;
     sorted.reserve(diagnostics.size());
     for (std::uint32_t i : order) sorted.push_back(std::move(diagnostics[i]));
