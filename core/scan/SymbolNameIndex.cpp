@@ -99,6 +99,19 @@ std::span<const NameCandidate> SymbolNameIndex::candidates(std::string_view name
     return {};
 }
 
+const NameCandidate* SymbolNameIndex::find(std::string_view id) const {
+    auto parts = idNameAndFileLength(id);
+    if (!parts) return nullptr;
+    std::span<const NameCandidate> group = candidates(parts->first);
+    std::string_view file = id.substr(0, parts->second);
+    // In the group's order: by file, then id.
+    auto at = std::partition_point(group.begin(), group.end(), [&](const NameCandidate& c) {
+        if (int byFile = c.filePath().compare(file)) return byFile < 0;
+        return c.id < id;
+    });
+    return at != group.end() && at->id == id ? &*at : nullptr;
+}
+
 SymbolNameIndex symbolNameIndex(const ProjectIR& ir) {
     SymbolNameIndex index;
     for (const auto& [id, symbol] : ir.symbols) index.add(id, symbol);

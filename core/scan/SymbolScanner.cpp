@@ -9,6 +9,7 @@
 #include <memory>
 #include <mutex>
 #include <thread>
+#include <tuple>
 
 #include "cache/AsyncSemaphore.h"
 #include "cache/Hashing.h"
@@ -346,28 +347,40 @@ private:
     }
 
     // The call sites of one file's record, in order: a caller missing from the graph is
-    // skipped, the callee is resolved by name, and a self-edge is never made.
+    // skipped, the callee is resolved by name, and a self-edge is never made. Callers are
+    // found through the name index too (an id without a name only through the graph).
     void wireCalls(const CachedFileResult& record, const std::string& relPath, const SymbolNameIndex& nameIndex) {
-        SymbolMap::iterator caller = ir_.symbols.end();
-        const std::string* callerId = nullptr;  // a file's calls come in runs of one caller
+        Symbol* caller = nullptr;
+        std::string_view callerId;
+        const std::string* lastCallerId = nullptr;  // a file's calls come in runs of one caller
         for (const auto& call : record.calls) {
-            if (!callerId || *callerId != call.callerId) {
-                caller = ir_.symbols.find(call.callerId);
-                callerId = &call.callerId;
+            if (!lastCallerId || *lastCallerId != call.callerId) {
+                lastCallerId = &call.callerId;
+                std::tie(caller, callerId) = findSymbol(call.callerId, nameIndex);
             }
-            if (caller == ir_.symbols.end()) continue;
+            if (!caller) continue;
             std::string_view current = symbolFilePath(call.callerId).value_or(relPath);
             const NameCandidate* callee = resolveCallee(call.calleeName, record.imports, current, nameIndex);
-            if (!callee || callee->id == caller->first) continue;
+            if (!callee || callee->id == callerId) continue;
             // The scan owns the graph it indexed; the index only hands its symbols out as const.
             Symbol& target = const_cast<Symbol&>(*callee->symbol);
             {
-                std::lock_guard lock(stripeOf(caller->second));
-                caller->second.refsOut.insert(target.id);
+                std::lock_guard lock(stripeOf(*caller));
+                caller->refsOut.insert(target.id);
             }
             std::lock_guard lock(stripeOf(target));
-            target.refsIn.insert(caller->first);
+            target.refsIn.insert(std::string(callerId));
         }
+    }
+
+    // The graph's symbol of `id` and its key; none when the graph has no such symbol.
+    std::pair<Symbol*, std::string_view> findSymbol(const std::string& id, const SymbolNameIndex& nameIndex) {
+        if (const NameCandidate* found = nameIndex.find(id))
+            return {const_cast<Symbol*>(found->symbol), found->id};
+        if (idNameAndFileLength(id)) return {nullptr, {}};  // a named id is in the index if anywhere
+        auto it = ir_.symbols.find(id);
+        if (it == ir_.symbols.end()) return {nullptr, {}};
+        return {&it->second, it->first};
     }
 
     std::mutex& stripeOf(const Symbol& symbol) {

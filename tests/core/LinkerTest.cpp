@@ -92,6 +92,15 @@ TEST(Linker, ACommonNameListsItsCandidatesByFileThenIdWhateverTheOrderAdded) {
         EXPECT_EQ(found[i].id, expected[i].id) << i;
         EXPECT_EQ(found[i].symbol, expected[i].symbol) << i;
     }
+    // Each symbol is found by its id, through its name's group.
+    for (const auto& [id, symbol] : symbols) {
+        const NameCandidate* exact = index.find(id);
+        ASSERT_TRUE(exact) << id;
+        EXPECT_EQ(exact->symbol, &symbol);
+    }
+    EXPECT_FALSE(index.find("src/components/widgets/7.ts:run:method"));
+    EXPECT_FALSE(index.find("src/components/widgets/7.ts:walk:function"));
+    EXPECT_FALSE(index.find("run:function"));
 }
 
 TEST(Linker, LinkKeepsBothSetsAndDropsSelfEdges) {
