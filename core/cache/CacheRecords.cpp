@@ -121,9 +121,12 @@ void readObject(JsonReader& reader, const std::array<std::string_view, N>& requi
     std::string_view key;
     std::size_t expected = 0;
     reader.beginObject();
-    while (reader.nextKey(key, scratch)) {
+    while (true) {
         std::size_t which = expected;
-        if (which >= N || key != required[which]) {
+        if (which < N && reader.takeKey(required[which])) {
+            key = required[which];
+        } else {
+            if (!reader.nextKey(key, scratch)) break;
             which = 0;
             while (which < N && key != required[which]) ++which;
         }

@@ -75,6 +75,21 @@ bool JsonReader::nextKey(std::string_view& key, std::string& scratch) {
     return true;
 }
 
+bool JsonReader::takeKey(std::string_view key) {
+    std::size_t pos = pos_;
+    if (!first_) {
+        if (pos >= text_.size() || text_[pos] != ',') return false;
+        ++pos;
+    }
+    if (text_.size() - pos < key.size() + 3 || text_[pos] != '"' ||
+        text_.compare(pos + 1, key.size(), key) != 0 || text_[pos + 1 + key.size()] != '"' ||
+        text_[pos + 2 + key.size()] != ':')
+        return false;
+    pos_ = pos + key.size() + 3;
+    first_ = false;
+    return true;
+}
+
 void JsonReader::beginArray() {
     expect('[');
     first_ = true;

@@ -27,6 +27,11 @@ public:
     // The same, with the key as a view: into the text when the key holds no escape (the
     // usual case, which copies nothing), else into `scratch`. Valid until the next read.
     bool nextKey(std::string_view& key, std::string& scratch);
+    // When the next key is `key` written as it stands, right here (no white space, no
+    // escape), takes it with its colon and gives true; else takes nothing. A shortcut
+    // for readers that know which key usually comes next; `key` holds no quote,
+    // backslash or control character.
+    bool takeKey(std::string_view key);
     // Arrays: beginArray, then nextElement until false; one value per element.
     void beginArray();
     bool nextElement();
