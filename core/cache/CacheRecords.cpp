@@ -140,26 +140,17 @@ void readObject(JsonReader& reader, const std::array<std::string_view, N>& requi
         if (!seen[i]) throw DecodeError("missing key '" + std::string(required[i]) + "'");
 }
 
-void expectString(JsonReader& reader) {
-    if (reader.peek() != JsonReader::Type::string) throw DecodeError("expected a string");
-}
-
-void readStringInto(JsonReader& reader, std::string& out) {
-    expectString(reader);
-    reader.readString(out);
-}
+// The reader refuses anything but a string where it reads or skips one, so no separate
+// test of the type is needed.
+void readStringInto(JsonReader& reader, std::string& out) { reader.readString(out); }
 
 // A string read into `out`, or only checked when it is not kept.
 void readOrSkipString(JsonReader& reader, std::string& out, bool keep) {
-    expectString(reader);
     if (keep) reader.readString(out);
     else reader.skipString();
 }
 
-std::string_view readStringView(JsonReader& reader, std::string& scratch) {
-    expectString(reader);
-    return reader.readStringView(scratch);
-}
+std::string_view readStringView(JsonReader& reader, std::string& scratch) { return reader.readStringView(scratch); }
 
 template <typename Element>
 void readArray(JsonReader& reader, Element element) {
@@ -238,7 +229,6 @@ void readDiagnostic(JsonReader& reader, ResolutionDiagnostic& diagnostic, std::s
                     reader.readNull();
                     diagnostic.suggestion.reset();
                 } else {
-                    expectString(reader);
                     if (keep) diagnostic.suggestion = reader.readString();
                     else reader.skipString();
                 }

@@ -81,10 +81,13 @@ bool JsonReader::takeKey(std::string_view key) {
         if (pos >= text_.size() || text_[pos] != ',') return false;
         ++pos;
     }
-    if (text_.size() - pos < key.size() + 3 || text_[pos] != '"' ||
-        text_.compare(pos + 1, key.size(), key) != 0 || text_[pos + 1 + key.size()] != '"' ||
+    if (text_.size() - pos < key.size() + 3 || text_[pos] != '"' || text_[pos + 1 + key.size()] != '"' ||
         text_[pos + 2 + key.size()] != ':')
         return false;
+    // Keys are a few bytes long: a loop costs less than a call.
+    const char* at = text_.data() + pos + 1;
+    for (std::size_t i = 0; i < key.size(); ++i)
+        if (at[i] != key[i]) return false;
     pos_ = pos + key.size() + 3;
     first_ = false;
     return true;
@@ -282,11 +285,25 @@ std::string_view JsonReader::numberText() {
 }
 
 std::int64_t JsonReader::readInteger() {
+    // The usual case first: a short run of digits that nothing continues.
+    skipWhitespace();
+    const char* start = text_.data() + pos_;
+    const char* end = text_.data() + text_.size();
+    bool negative = start < end && *start == '-';
+    const char* digits = start + (negative ? 1 : 0);
+    const char* at = digits;
+    std::int64_t value = 0;
+    while (at < end && at - digits < 18 && static_cast<unsigned>(*at - '0') < 10) value = value * 10 + (*at++ - '0');
+    bool whole = at > digits && (at - digits == 1 || *digits != '0') &&
+                 (at == end || (*at != '.' && *at != 'e' && *at != 'E' && static_cast<unsigned>(*at - '0') >= 10));
+    if (whole) {
+        pos_ = static_cast<std::size_t>(at - text_.data());
+        return negative ? -value : value;
+    }
     if (peek() != Type::number) fail("expected an integer");
     std::string_view number = numberText();
-    std::int64_t value = 0;
-    auto [end, error] = std::from_chars(number.data(), number.data() + number.size(), value);
-    if (error == std::errc() && end == number.data() + number.size()) return value;
+    auto [parsedTo, error] = std::from_chars(number.data(), number.data() + number.size(), value);
+    if (error == std::errc() && parsedTo == number.data() + number.size()) return value;
     double d = std::strtod(std::string(number).c_str(), nullptr);
     if (std::isfinite(d) && std::floor(d) == d && std::fabs(d) < 9.2e18) return static_cast<std::int64_t>(d);
     throw DecodeError("expected an integer, found " + std::string(number));

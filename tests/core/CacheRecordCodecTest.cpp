@@ -100,6 +100,17 @@ TEST(CacheRecordCodec, RefusesAnythingElse) {
     ASSERT_TRUE(escaped);
     EXPECT_EQ(escaped->imports.at("a"), "b");
     EXPECT_EQ(escaped->calls, (std::vector<CachedCallSite>{{"x", "y"}}));
+    // Integers: the short form read directly, everything else as numbers are read.
+    for (const auto& [written, expected] : std::vector<std::pair<std::string, std::int64_t>>{
+             {"-0", 0}, {"0", 0}, {"1e2", 100}, {"-17", -17}, {"123456789012345678", 123456789012345678},
+             {"1234567890123456789", 1234567890123456789}, {"-9.0", -9}}) {
+        auto read = decodeFileRecord(replaceAll(good, "\"startLine\":10", "\"startLine\":" + written));
+        ASSERT_TRUE(read) << written;
+        EXPECT_EQ(read->symbols.at(1).range.startLine, expected) << written;
+    }
+    for (const char* written : {"007", "-", "1.5", "0x10", "--1", "99999999999999999999"})
+        EXPECT_FALSE(decodeFileRecord(replaceAll(good, "\"startLine\":10", std::string("\"startLine\":") + written)))
+            << written;
     // Integral numbers count as integers, as for the document reader.
     EXPECT_TRUE(decodeFileRecord(replaceAll(good, "\"startLine\":10", "\"startLine\":10.0")));
 }
