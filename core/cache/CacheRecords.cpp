@@ -268,12 +268,11 @@ std::string encodeFileRecord(const CachedFileResult& record) {
     return out;
 }
 
-std::optional<CachedFileResult> decodeFileRecord(std::string_view bytes, RecordFields keep) {
+bool decodeFileRecordInto(std::string_view bytes, RecordFields keep, CachedFileResult& record) {
     const bool keepSymbols = keep != RecordFields::links;
     const bool keepLinks = keep != RecordFields::symbols;
     try {
         JsonReader reader(bytes);
-        CachedFileResult record;
         // Fields the caller does not keep are checked all the same, without keeping
         // their strings, so the record is readable or not whatever part of it is kept.
         Symbol symbol;
@@ -283,18 +282,25 @@ std::optional<CachedFileResult> decodeFileRecord(std::string_view bytes, RecordF
         static constexpr std::array<std::string_view, 5> kKeys{"calls", "diagnostics", "fileHash", "imports", "symbols"};
         readObject(reader, kKeys, [&](std::size_t which, std::string_view) {
             switch (which) {
-                case 0:
-                    record.calls.clear();
+                case 0: {
+                    // Into the call sites already there, whose strings keep their capacity.
+                    std::size_t count = 0;
                     readArray(reader, [&] {
+                        CachedCallSite* target = &call;
+                        if (keepLinks) {
+                            if (count == record.calls.size()) record.calls.emplace_back();
+                            target = &record.calls[count++];
+                        }
                         static constexpr std::array<std::string_view, 2> kCall{"calleeName", "callerId"};
                         readObject(reader, kCall, [&](std::size_t field, std::string_view) {
                             if (field >= kCall.size()) return false;
-                            readOrSkipString(reader, field == 0 ? call.calleeName : call.callerId, keepLinks);
+                            readOrSkipString(reader, field == 0 ? target->calleeName : target->callerId, keepLinks);
                             return true;
                         });
-                        if (keepLinks) record.calls.push_back(std::move(call));
                     });
+                    record.calls.resize(count);
                     return true;
+                }
                 case 1:
                     record.diagnostics.clear();
                     readArray(reader, [&] {
@@ -329,10 +335,16 @@ std::optional<CachedFileResult> decodeFileRecord(std::string_view bytes, RecordF
             }
         });
         reader.finish();
-        return record;
+        return true;
     } catch (...) {
-        return std::nullopt;
+        return false;
     }
+}
+
+std::optional<CachedFileResult> decodeFileRecord(std::string_view bytes, RecordFields keep) {
+    CachedFileResult record;
+    if (!decodeFileRecordInto(bytes, keep, record)) return std::nullopt;
+    return record;
 }
 
 std::string encodeMeta(const ProjectCacheMeta& meta) {

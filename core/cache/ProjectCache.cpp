@@ -117,20 +117,27 @@ void ProjectCache::saveMeta(const ProjectCacheMeta& meta, std::string_view proje
 
 std::optional<CachedFileResult> ProjectCache::loadFile(std::string_view projectRoot, std::string_view relPath,
                                                       RecordFields keep) const {
+    CachedFileResult record;
+    std::string buffer;
+    if (!loadFileInto(projectRoot, relPath, keep, record, buffer)) return std::nullopt;
+    return record;
+}
+
+bool ProjectCache::loadFileInto(std::string_view projectRoot, std::string_view relPath, RecordFields keep,
+                                CachedFileResult& record, std::string& buffer) const {
     try {
-        if (!supportDir_) return std::nullopt;
+        if (!supportDir_) return false;
         // The record is opened first: once it opens, every folder on its path exists, so
         // making them would have changed nothing. Only when it does not are they made, as
         // every access makes them, and then there is no record to read. A scan loads each
         // record twice, so this spares it two path lookups per file.
-        auto bytes = readWholeFile(recordPathIn(projectDirPath(*supportDir_, projectRoot), relPath));
-        if (!bytes) {
+        if (!readWholeFileInto(recordPathIn(projectDirPath(*supportDir_, projectRoot), relPath), buffer)) {
             fileRecordURL(projectRoot, relPath);
-            return std::nullopt;
+            return false;
         }
-        return decodeFileRecord(*bytes, keep);
+        return decodeFileRecordInto(buffer, keep, record);
     } catch (...) {
-        return std::nullopt;
+        return false;
     }
 }
 

@@ -50,6 +50,9 @@ enum class RecordFields { all, symbols, links };
 // Record encodings (compact, sorted keys, "/" written as "\/") and strict decoders.
 std::string encodeFileRecord(const CachedFileResult& record);
 std::optional<CachedFileResult> decodeFileRecord(std::string_view bytes, RecordFields keep = RecordFields::all);
+// The same into `record`, reusing what it holds; false (and `record` unspecified) when
+// the bytes are not a record.
+bool decodeFileRecordInto(std::string_view bytes, RecordFields keep, CachedFileResult& record);
 std::string encodeMeta(const ProjectCacheMeta& meta);
 std::optional<ProjectCacheMeta> decodeMeta(std::string_view bytes);
 std::string encodeCacheKey(const CacheKey& key);
@@ -76,6 +79,11 @@ public:
     void saveMeta(const ProjectCacheMeta& meta, std::string_view projectRoot) const;
     std::optional<CachedFileResult> loadFile(std::string_view projectRoot, std::string_view relPath,
                                              RecordFields keep = RecordFields::all) const;
+    // The same into `record`, with `buffer` for the bytes: both keep their capacity from
+    // one call to the next, so loading many records allocates little. False when there is
+    // no readable record (then `record` is unspecified).
+    bool loadFileInto(std::string_view projectRoot, std::string_view relPath, RecordFields keep,
+                      CachedFileResult& record, std::string& buffer) const;
     void saveFile(const CachedFileResult& record, std::string_view projectRoot, std::string_view relPath) const;
     void invalidateProject(std::string_view projectRoot) const;
     void clearAll() const;

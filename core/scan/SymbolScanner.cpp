@@ -327,8 +327,11 @@ private:
         const ProjectCache& cache = scanner_.cache();
         window.tasks.emplace(*pool_, window.files.size(), static_cast<std::size_t>(permits_), [&](std::size_t i) {
             try {
-                if (auto record = cache.loadFile(root_, window.files[i].relPath, RecordFields::links))
-                    wireCalls(*record, window.files[i].relPath, nameIndex);
+                // Per thread, so that each record reuses the memory of the one before.
+                thread_local CachedFileResult record;
+                thread_local std::string bytes;
+                if (cache.loadFileInto(root_, window.files[i].relPath, RecordFields::links, record, bytes))
+                    wireCalls(record, window.files[i].relPath, nameIndex);
             } catch (...) {
                 window.errors[i] = std::current_exception();
             }

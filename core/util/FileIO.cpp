@@ -12,11 +12,11 @@
 
 namespace vantrel {
 
-std::optional<std::string> readWholeFile(const std::string& path, std::string* error) {
+bool readWholeFileInto(const std::string& path, std::string& data, std::string* error) {
     int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
     if (fd < 0) {
         if (error) *error = std::strerror(errno);
-        return std::nullopt;
+        return false;
     }
     // Read straight into the result. A regular file is asked for one byte more than its
     // size: getting exactly its size back means the end was reached, which spares the
@@ -25,7 +25,6 @@ std::optional<std::string> readWholeFile(const std::string& path, std::string* e
     std::size_t expected = 0;
     bool sized = ::fstat(fd, &st) == 0 && S_ISREG(st.st_mode) && st.st_size > 0;
     if (sized) expected = static_cast<std::size_t>(st.st_size);
-    std::string data;
     std::size_t used = 0;
     while (true) {
         std::size_t want = used < expected ? expected + 1 - used : 65536;
@@ -35,13 +34,19 @@ std::optional<std::string> readWholeFile(const std::string& path, std::string* e
             if (errno == EINTR) continue;
             if (error) *error = std::strerror(errno);
             ::close(fd);
-            return std::nullopt;
+            return false;
         }
         used += static_cast<std::size_t>(n);
         if (n == 0 || (sized && used == expected)) break;
     }
     ::close(fd);
     data.resize(used);
+    return true;
+}
+
+std::optional<std::string> readWholeFile(const std::string& path, std::string* error) {
+    std::string data;
+    if (!readWholeFileInto(path, data, error)) return std::nullopt;
     return data;
 }
 
