@@ -82,4 +82,56 @@ private:
     bool first_ = false;
 };
 
+
+// Inline: every token of a record passes through these.
+inline JsonReader::Type JsonReader::peek() {
+    switch (next()) {
+        case '{': return Type::object;
+        case '[': return Type::array;
+        case '"': return Type::string;
+        case 't': case 'f': return Type::boolean;
+        case 'n': return Type::null;
+        default: return Type::number;
+    }
+}
+
+inline void JsonReader::beginObject() {
+    expect('{');
+    first_ = true;
+}
+
+inline void JsonReader::beginArray() {
+    expect('[');
+    first_ = true;
+}
+
+inline bool JsonReader::nextElement() {
+    if (next() == ']') {
+        ++pos_;
+        first_ = false;
+        return false;
+    }
+    if (!first_) expect(',');
+    first_ = false;
+    return true;
+}
+
+inline bool JsonReader::takeKey(std::string_view key) {
+    std::size_t pos = pos_;
+    if (!first_) {
+        if (pos >= text_.size() || text_[pos] != ',') return false;
+        ++pos;
+    }
+    if (text_.size() - pos < key.size() + 3 || text_[pos] != '"' || text_[pos + 1 + key.size()] != '"' ||
+        text_[pos + 2 + key.size()] != ':')
+        return false;
+    // Keys are a few bytes long: a loop costs less than a call.
+    const char* at = text_.data() + pos + 1;
+    for (std::size_t i = 0; i < key.size(); ++i)
+        if (at[i] != key[i]) return false;
+    pos_ = pos + key.size() + 3;
+    first_ = false;
+    return true;
+}
+
 }  // namespace vantrel
