@@ -121,11 +121,38 @@ void projectIRJson(std::string_view bytes) {
     require(ProjectExport::projectIRJSON(decodeProjectIR(written), false) == written, "export does not read back");
 }
 
+// The text with a space after every '{', '[', ',' and ':' that stands outside a string.
+// White space there changes nothing for a JSON reader, but it turns the record reader
+// off its shortcut for the written form onto its general path: the two must agree.
+std::string spacedOut(std::string_view text) {
+    std::string out;
+    out.reserve(text.size() * 2);
+    bool inString = false;
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        char c = text[i];
+        out.push_back(c);
+        if (inString) {
+            if (c == '\\' && i + 1 < text.size()) out.push_back(text[++i]);
+            else if (c == '"') inString = false;
+        } else if (c == '"') {
+            inString = true;
+        } else if (c == '{' || c == '[' || c == ',' || c == ':') {
+            out.push_back(' ');
+        }
+    }
+    return out;
+}
+
 void cacheRecords(std::string_view bytes) {
+    std::string spaced = spacedOut(bytes);
+    for (RecordFields keep : {RecordFields::all, RecordFields::symbols, RecordFields::links})
+        require(decodeFileRecord(bytes, keep) == decodeFileRecord(spaced, keep),
+                "the written form's shortcut and the general reader disagree");
     if (auto record = decodeFileRecord(bytes)) {
         std::string written = encodeFileRecord(*record);
         auto again = decodeFileRecord(written);
         require(again && *again == *record && encodeFileRecord(*again) == written, "file record does not read back");
+        require(decodeFileRecord(spacedOut(written)) == again, "a spaced-out record reads differently");
     }
     if (auto meta = decodeMeta(bytes)) {
         std::string written = encodeMeta(*meta);

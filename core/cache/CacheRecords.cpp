@@ -168,6 +168,64 @@ void readIdSet(JsonReader& reader, IdSet& ids, bool keep) {
     });
 }
 
+// The forms this file's encoder writes, read by fixed literals before anything more
+// general is tried. Each either reads its object exactly as the general reader below
+// would (the same value readers on the same bytes, so the same values and the same
+// failures) or, where the text differs from the written form, takes nothing and leaves
+// the object to the general reader. A record of ours is read almost wholly this way.
+bool readCanonicalSymbol(JsonReader& reader, Symbol& symbol, std::string& scratch, bool keep) {
+    const JsonReader::Mark start = reader.mark();
+    if (!reader.takeLiteral("{\"id\":")) return false;
+    readOrSkipString(reader, symbol.id, keep);
+    if (!reader.takeLiteral(",\"kind\":")) return reader.reset(start), false;
+    auto kind = symbolKindFromRaw(reader.readStringView(scratch));
+    if (!kind) throw DecodeError("unknown kind");
+    symbol.kind = *kind;
+    if (!reader.takeLiteral(",\"range\":{\"endCol\":")) return reader.reset(start), false;
+    symbol.range.endCol = reader.readInteger();
+    if (!reader.takeLiteral(",\"endLine\":")) return reader.reset(start), false;
+    symbol.range.endLine = reader.readInteger();
+    if (!reader.takeLiteral(",\"startCol\":")) return reader.reset(start), false;
+    symbol.range.startCol = reader.readInteger();
+    if (!reader.takeLiteral(",\"startLine\":")) return reader.reset(start), false;
+    symbol.range.startLine = reader.readInteger();
+    if (!reader.takeLiteral("},\"refsIn\":[],\"refsOut\":[]}")) return reader.reset(start), false;
+    symbol.refsIn.clear();
+    symbol.refsOut.clear();
+    return true;
+}
+
+bool readCanonicalCall(JsonReader& reader, CachedCallSite& call, bool keep) {
+    const JsonReader::Mark start = reader.mark();
+    if (!reader.takeLiteral("{\"calleeName\":")) return false;
+    readOrSkipString(reader, call.calleeName, keep);
+    if (!reader.takeLiteral(",\"callerId\":")) return reader.reset(start), false;
+    readOrSkipString(reader, call.callerId, keep);
+    if (!reader.takeLiteral("}")) return reader.reset(start), false;
+    return true;
+}
+
+bool readCanonicalDiagnostic(JsonReader& reader, ResolutionDiagnostic& diagnostic, std::string& scratch, bool keep) {
+    const JsonReader::Mark start = reader.mark();
+    if (!reader.takeLiteral("{\"importPath\":")) return false;
+    readOrSkipString(reader, diagnostic.importPath, keep);
+    if (!reader.takeLiteral(",\"importerPath\":")) return reader.reset(start), false;
+    readOrSkipString(reader, diagnostic.importerPath, keep);
+    if (!reader.takeLiteral(",\"reason\":")) return reader.reset(start), false;
+    auto reason = reasonFromRaw(reader.readStringView(scratch));
+    if (!reason) throw DecodeError("unknown reason");
+    diagnostic.reason = *reason;
+    diagnostic.suggestion.reset();
+    if (reader.takeLiteral(",\"suggestion\":")) {
+        // Written only as a string; anything else is for the general reader.
+        if (reader.peekByte() != '"') return reader.reset(start), false;
+        if (keep) diagnostic.suggestion = reader.readString();
+        else reader.skipString();
+    }
+    if (!reader.takeLiteral("}")) return reader.reset(start), false;
+    return true;
+}
+
 // Into `symbol`, whose strings keep their capacity when it is reused as scratch. A
 // symbol that is not kept is checked all the same.
 void readSymbol(JsonReader& reader, Symbol& symbol, std::string& scratch, bool keep) {
@@ -291,6 +349,7 @@ bool decodeFileRecordInto(std::string_view bytes, RecordFields keep, CachedFileR
                             if (count == record.calls.size()) record.calls.emplace_back();
                             target = &record.calls[count++];
                         }
+                        if (readCanonicalCall(reader, *target, keepLinks)) return;
                         static constexpr std::array<std::string_view, 2> kCall{"calleeName", "callerId"};
                         readObject(reader, kCall, [&](std::size_t field, std::string_view) {
                             if (field >= kCall.size()) return false;
@@ -304,7 +363,8 @@ bool decodeFileRecordInto(std::string_view bytes, RecordFields keep, CachedFileR
                 case 1:
                     record.diagnostics.clear();
                     readArray(reader, [&] {
-                        readDiagnostic(reader, diagnostic, scratch, keepSymbols);
+                        if (!readCanonicalDiagnostic(reader, diagnostic, scratch, keepSymbols))
+                            readDiagnostic(reader, diagnostic, scratch, keepSymbols);
                         if (keepSymbols) record.diagnostics.push_back(std::move(diagnostic));
                     });
                     return true;
@@ -326,7 +386,8 @@ bool decodeFileRecordInto(std::string_view bytes, RecordFields keep, CachedFileR
                 case 4:
                     record.symbols.clear();
                     readArray(reader, [&] {
-                        readSymbol(reader, symbol, scratch, keepSymbols);
+                        if (!readCanonicalSymbol(reader, symbol, scratch, keepSymbols))
+                            readSymbol(reader, symbol, scratch, keepSymbols);
                         if (keepSymbols) record.symbols.push_back(std::move(symbol));
                     });
                     return true;

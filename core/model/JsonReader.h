@@ -4,6 +4,7 @@
 #pragma once
 
 #include <cstdint>
+#include <cstring>
 #include <string>
 #include <string_view>
 
@@ -32,6 +33,30 @@ public:
     // for readers that know which key usually comes next; `key` holds no quote,
     // backslash or control character.
     bool takeKey(std::string_view key);
+
+    // Exactly these bytes, right here (no white space before them): taken, and true;
+    // else nothing is taken. For readers that know the form their own writer gives,
+    // together with a mark to return to when the text turns out to differ from it.
+    // Afterwards the innermost container's next item is not its first.
+    template <std::size_t N>
+    bool takeLiteral(const char (&literal)[N]) {
+        constexpr std::size_t size = N - 1;
+        if (text_.size() - pos_ < size || std::memcmp(text_.data() + pos_, literal, size) != 0) return false;
+        pos_ += size;
+        first_ = false;
+        return true;
+    }
+    // The next byte, unread; '\0' at the end.
+    char peekByte() const { return pos_ < text_.size() ? text_[pos_] : '\0'; }
+    struct Mark {
+        std::size_t pos;
+        bool first;
+    };
+    Mark mark() const { return Mark{pos_, first_}; }
+    void reset(Mark mark) {
+        pos_ = mark.pos;
+        first_ = mark.first;
+    }
     // Arrays: beginArray, then nextElement until false; one value per element.
     void beginArray();
     bool nextElement();

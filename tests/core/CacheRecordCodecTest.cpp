@@ -65,6 +65,37 @@ TEST(CacheRecordCodec, MatchesTheDocumentWriterAndRoundTrips) {
     EXPECT_TRUE(linked->symbols.empty() && linked->diagnostics.empty());
 }
 
+TEST(CacheRecordCodec, ReadsOtherFormsOfTheSameRecordAlike) {
+    // The written form is read by a shortcut; any other form of the same content, however
+    // far into an object it departs from the written one, must read the same.
+    CachedFileResult record = trickyRecord();
+    std::string good = encodeFileRecord(record);
+    const std::pair<std::string, std::string> departures[] = {
+        {"{\"id\":", "{ \"id\":"},                                     // at the start
+        {",\"kind\":", " ,\"kind\":"},                                 // after the id
+        {",\"range\":{\"endCol\":", ",\"range\":{ \"endCol\":"},       // inside the range
+        {",\"startLine\":", ",\"startLine\" :"},                       // at the last number
+        {"\"refsIn\":[],\"refsOut\":[]}", "\"refsIn\":[],\"refsOut\":[],\"more\":{\"x\":[1]}}"},
+        {"\"refsIn\":[]", "\"refsOut\":[\"gone\"],\"refsIn\":[]"},      // a key twice: the last counts
+        {"{\"calleeName\":", "{\"callerId\":\"gone\",\"calleeName\":"},
+        {",\"callerId\":", ",\"extra\":null,\"callerId\":"},
+        {"{\"importPath\":", "{\"importPath\" : "},
+        {",\"reason\":", ",\"unknown\":[],\"reason\":"},
+        {",\"suggestion\":", ",\"suggestion\" :"},
+    };
+    for (const auto& [from, to] : departures) {
+        std::string text = replaceAll(good, from, to);
+        ASSERT_NE(text, good) << from;
+        for (RecordFields keep : {RecordFields::all, RecordFields::symbols, RecordFields::links}) {
+            EXPECT_EQ(decodeFileRecord(text, keep), decodeFileRecord(good, keep)) << to;
+        }
+    }
+    // A suggestion written as null is none, read by the general reader.
+    std::string nulled = replaceAll(good, "\"reason\":\"fileNotFound\"}", "\"reason\":\"fileNotFound\",\"suggestion\":null}");
+    ASSERT_NE(nulled, good);
+    EXPECT_EQ(decodeFileRecord(nulled), record);
+}
+
 TEST(CacheRecordCodec, RefusesAnythingElse) {
     std::string good = encodeFileRecord(trickyRecord());
     const std::string refused[] = {
