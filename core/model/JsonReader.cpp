@@ -66,10 +66,10 @@ bool JsonReader::nextKey(std::string_view& key, std::string& scratch) {
 
 namespace {
 
-// The end of the run of characters from `pos` that stand for themselves in a string: up
-// to the first quote, backslash or control character, or `size`. Strings are most of
-// what a cache record holds, so this runs sixteen bytes at a time where it can, and is
-// inlined: most strings are shorter than the call would cost.
+// The end of the run of ASCII characters from `pos` that stand for themselves in a
+// string: up to the first quote, backslash, control character or byte above 0x7F, or
+// `size`. Strings are most of what a cache record holds, so this runs sixteen bytes at
+// a time where it can, and is inlined: most strings are shorter than the call would cost.
 #if defined(__GNUC__)
 __attribute__((always_inline))
 #endif
@@ -83,14 +83,15 @@ inline std::size_t plainRunEnd(const char* data, std::size_t pos, std::size_t si
         // Unsigned c < 0x20 is min(c, 0x20) != 0x20.
         __m128i control = _mm_xor_si128(_mm_cmpeq_epi8(_mm_min_epu8(chunk, space), space), _mm_set1_epi8(-1));
         __m128i special = _mm_or_si128(_mm_or_si128(_mm_cmpeq_epi8(chunk, quote), _mm_cmpeq_epi8(chunk, backslash)), control);
-        int mask = _mm_movemask_epi8(special);
+        // A byte above 0x7F ends the run too, by its high bit: it must be checked as UTF-8.
+        int mask = _mm_movemask_epi8(special) | _mm_movemask_epi8(chunk);
         if (mask != 0) return pos + static_cast<std::size_t>(std::countr_zero(static_cast<unsigned>(mask)));
         pos += 16;
     }
 #endif
     while (pos < size) {
         unsigned char c = static_cast<unsigned char>(data[pos]);
-        if (c == '"' || c == '\\' || c < 0x20) break;
+        if (c == '"' || c == '\\' || c < 0x20 || c >= 0x80) break;
         ++pos;
     }
     return pos;
@@ -142,6 +143,13 @@ void JsonReader::scanStringBody(Sink& sink) {
         pos_ = pos;
         sink.append(data + start, pos - start);
         if (pos_ >= text_.size()) fail("unterminated string");
+        if (static_cast<unsigned char>(text_[pos_]) >= 0x80) {
+            // Strings are UTF-8: a malformed sequence makes the text no JSON at all.
+            std::size_t scalarStart = pos_;
+            if (!decodeUtf8Scalar(text_, pos_)) fail("invalid UTF-8 in string");
+            sink.append(data + scalarStart, pos_ - scalarStart);
+            continue;
+        }
         char c = text_[pos_++];
         if (c == '"') break;
         if (c != '\\') fail("control character in string");

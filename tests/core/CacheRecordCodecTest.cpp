@@ -110,6 +110,12 @@ TEST(CacheRecordCodec, RefusesAnythingElse) {
         R"({"calls": [{"calleeName": 1, "callerId": "a"}], "diagnostics": [], "fileHash": "h", "imports": {}, "symbols": []})",
         R"({"calls": [{"callerId": "a"}], "diagnostics": [], "fileHash": "h", "imports": {}, "symbols": []})",
         R"({"calls": [], "diagnostics": [], "fileHash": "h", "imports": {"a": null}, "symbols": []})",
+        // Strings are UTF-8: a stray byte, an overlong form, an encoded surrogate or a cut
+        // sequence make the record no JSON, wherever the string stands.
+        "{\"calls\": [], \"diagnostics\": [], \"fileHash\": \"h\x8e\", \"imports\": {}, \"symbols\": []}",
+        "{\"calls\": [{\"calleeName\": \"a\xC0\xAF\", \"callerId\": \"b\"}], \"diagnostics\": [], \"fileHash\": \"h\", \"imports\": {}, \"symbols\": []}",
+        "{\"calls\": [], \"diagnostics\": [], \"fileHash\": \"h\", \"imports\": {\"\xED\xA0\x80\": \"p\"}, \"symbols\": []}",
+        "{\"calls\": [], \"diagnostics\": [], \"fileHash\": \"h\", \"imports\": {\"a\": \"p\xE2\x82\"}, \"symbols\": []}",
         // Bad strings in the part a reader does not keep: checked all the same.
         R"({"calls": [{"calleeName": "\udc00", "callerId": "a"}], "diagnostics": [], "fileHash": "h", "imports": {}, "symbols": []})",
         R"({"calls": [], "diagnostics": [], "fileHash": "h", "imports": {"a": "b\x"}, "symbols": []})",
