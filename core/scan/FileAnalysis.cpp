@@ -46,7 +46,7 @@ private:
 
 }  // namespace
 
-std::optional<CachedFileResult> parseAndCache(const EnumeratedFile& file, const FileAnalysisContext& context) {
+bool parseAndCache(const EnumeratedFile& file, const FileAnalysisContext& context, CachedFileResult& record) {
     if (context.isCancelled && context.isCancelled()) throw ScanError(ScanError::Kind::cancelled);
 
     thread_local ReusedBuffer source;
@@ -61,15 +61,14 @@ std::optional<CachedFileResult> parseAndCache(const EnumeratedFile& file, const 
     std::string fileHash = sha256Hex(bytes);
     // The link phase reads the record again for its calls and imports: here only what the
     // merge takes is kept.
-    CachedFileResult cached;
-    bool hit = context.cache.loadFileInto(context.root, file.relPath, RecordFields::symbols, cached,
+    bool hit = context.cache.loadFileInto(context.root, file.relPath, RecordFields::symbols, record,
                                           recordBytes.get()) &&
-               cached.fileHash == fileHash;
+               record.fileHash == fileHash;
     recordBytes.release();
     if (hit) {
         source.release();
         if (context.stats) ++context.stats->fromCache;
-        return cached;
+        return true;
     }
 
     // Text that is not valid UTF-8, and a file too large to analyse, count as an empty file.
@@ -78,15 +77,15 @@ std::optional<CachedFileResult> parseAndCache(const EnumeratedFile& file, const 
     source.release();
 
     auto plugin = context.pluginByExt.find(file.ext);
-    if (plugin == context.pluginByExt.end()) return std::nullopt;
+    if (plugin == context.pluginByExt.end()) return false;
 
     if (context.stats) ++context.stats->parsed;
     FileAnalysisResult analysis = analyzeSource(*plugin->second, file, text, context.root, context.tsconfig);
 
-    CachedFileResult record{std::move(fileHash), std::move(analysis.symbols), std::move(analysis.imports),
-                            std::move(analysis.calls), std::move(analysis.diagnostics)};
+    record = CachedFileResult{std::move(fileHash), std::move(analysis.symbols), std::move(analysis.imports),
+                              std::move(analysis.calls), std::move(analysis.diagnostics)};
     context.cache.saveFile(record, context.root, file.relPath);
-    return record;
+    return true;
 }
 
 }  // namespace vantrel

@@ -44,10 +44,11 @@ struct AnalysisLimits {
 FileAnalysisResult analyzeSource(const LanguagePlugin& plugin, const EnumeratedFile& file, std::u16string_view text,
                                  const std::string& root, const TSConfigResolver* tsconfig);
 
-// The file's record, from the cache when its hash matches (then with only the fields of
-// RecordFields::symbols), else freshly analysed and saved. Nothing when no plugin takes
-// the file's extension. Throws ScanError when cancelled, when the file cannot be read,
-// or when the parser gives no tree.
-std::optional<CachedFileResult> parseAndCache(const EnumeratedFile& file, const FileAnalysisContext& context);
+// The file's record into `record`, from the cache when its hash matches (then with only
+// the fields of RecordFields::symbols), else freshly analysed and saved; `record` keeps
+// the memory of what it held before where it can. False (and `record` unspecified) when
+// no plugin takes the file's extension. Throws ScanError when cancelled, when the file
+// cannot be read, or when the parser gives no tree.
+bool parseAndCache(const EnumeratedFile& file, const FileAnalysisContext& context, CachedFileResult& record);
 
 }  // namespace vantrel

@@ -59,7 +59,9 @@ struct Outcome {
     std::vector<ResolutionDiagnostic> diagnostics;
     std::exception_ptr error;
 
-    void take(CachedFileResult&& result) {
+    // Moves out what the graph keeps; the lists of `result` keep their memory for the
+    // worker's next file.
+    void take(CachedFileResult& result) {
         hasResult = true;
         SymbolMap byId;
         // A later symbol of one id replaces an earlier one, as in the graph itself.
@@ -69,7 +71,8 @@ struct Outcome {
         }
         symbols.reserve(byId.size());
         while (!byId.empty()) symbols.push_back(byId.extract(byId.begin()));
-        diagnostics = std::move(result.diagnostics);
+        diagnostics.assign(std::make_move_iterator(result.diagnostics.begin()),
+                           std::make_move_iterator(result.diagnostics.end()));
     }
 };
 
@@ -205,7 +208,12 @@ private:
                 Outcome outcome;
                 outcome.file = &files[i];
                 try {
-                    if (auto result = parseAndCache(files[i], context)) outcome.take(std::move(*result));
+                    // Per thread, so that file after file reuses the memory of its lists;
+                    // lists grown by an uncommon file let theirs go.
+                    thread_local CachedFileResult result;
+                    if (parseAndCache(files[i], context, result)) outcome.take(result);
+                    if (result.symbols.capacity() > 1024 || result.diagnostics.capacity() > 1024)
+                        result = CachedFileResult{};
                 } catch (...) {
                     outcome.error = std::current_exception();
                 }
