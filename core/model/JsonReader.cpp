@@ -35,27 +35,8 @@ void JsonReader::failExpected(char c) const { fail(std::string("expected '") + c
 
 
 
-bool JsonReader::nextKey(std::string& key) {
-    if (next() == '}') {
-        ++pos_;
-        first_ = false;
-        return false;
-    }
-    if (!first_) expect(',');
-    first_ = false;
-    readString(key);
-    expect(':');
-    return true;
-}
-
 bool JsonReader::nextKey(std::string_view& key, std::string& scratch) {
-    if (next() == '}') {
-        ++pos_;
-        first_ = false;
-        return false;
-    }
-    if (!first_) expect(',');
-    first_ = false;
+    if (!nextMember('}')) return false;
     key = readStringView(scratch);
     expect(':');
     return true;
@@ -292,7 +273,8 @@ void JsonReader::skipValue() {
     std::string scratch;
     do {
         if (!open.empty()) {
-            bool more = open.back() == '{' ? nextKey(scratch) : nextElement();
+            std::string_view key;
+            bool more = open.back() == '{' ? nextKey(key, scratch) : nextElement();
             if (!more) {
                 open.pop_back();
                 first_ = false;

@@ -22,11 +22,10 @@ public:
     bool peekNull() { return peek() == Type::null; }
 
     // Objects: beginObject, then nextKey until it gives false (the closing brace is
-    // consumed); after each key the caller reads or skips exactly one value.
+    // consumed); after each key the caller reads or skips exactly one value. The key is a
+    // view: into the text when it holds no escape (the usual case, which copies nothing),
+    // else into `scratch`. Valid until the next read.
     void beginObject();
-    bool nextKey(std::string& key);
-    // The same, with the key as a view: into the text when the key holds no escape (the
-    // usual case, which copies nothing), else into `scratch`. Valid until the next read.
     bool nextKey(std::string_view& key, std::string& scratch);
     // When the next key is `key` written as it stands, right here (no white space, no
     // escape), takes it with its colon and gives true; else takes nothing. A shortcut
@@ -93,6 +92,9 @@ private:
         if (next() != c) failExpected(c);
         ++pos_;
     }
+    // The step to a container's next member: false (the closing byte taken) at its end,
+    // else true with the comma before any but the first taken.
+    bool nextMember(char close);
     void skipWhitespaceRun();
     [[noreturn]] void failExpected(char c) const;
     template <typename Sink>
@@ -130,8 +132,8 @@ inline void JsonReader::beginArray() {
     first_ = true;
 }
 
-inline bool JsonReader::nextElement() {
-    if (next() == ']') {
+inline bool JsonReader::nextMember(char close) {
+    if (next() == close) {
         ++pos_;
         first_ = false;
         return false;
@@ -140,6 +142,8 @@ inline bool JsonReader::nextElement() {
     first_ = false;
     return true;
 }
+
+inline bool JsonReader::nextElement() { return nextMember(']'); }
 
 inline bool JsonReader::takeKey(std::string_view key) {
     std::size_t pos = pos_;
