@@ -212,7 +212,8 @@ private:
                     // lists grown by an uncommon file let theirs go.
                     thread_local CachedFileResult result;
                     if (parseAndCache(files[i], context, result)) outcome.take(result);
-                    if (result.symbols.capacity() > 1024 || result.diagnostics.capacity() > 1024)
+                    if (result.symbols.capacity() > 1024 || result.diagnostics.capacity() > 1024 ||
+                        result.calls.capacity() > 4096)
                         result = CachedFileResult{};
                 } catch (...) {
                     outcome.error = std::current_exception();
