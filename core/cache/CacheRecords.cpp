@@ -140,17 +140,13 @@ void readObject(JsonReader& reader, const std::array<std::string_view, N>& requi
         if (!seen[i]) throw DecodeError("missing key '" + std::string(required[i]) + "'");
 }
 
-// The reader refuses anything but a string where it reads or skips one, so no separate
-// test of the type is needed.
-void readStringInto(JsonReader& reader, std::string& out) { reader.readString(out); }
-
-// A string read into `out`, or only checked when it is not kept.
+// A string read into `out`, or only checked when it is not kept. The reader refuses
+// anything but a string where it reads or skips one, so no separate test of the type is
+// needed.
 void readOrSkipString(JsonReader& reader, std::string& out, bool keep) {
     if (keep) reader.readString(out);
     else reader.skipString();
 }
-
-std::string_view readStringView(JsonReader& reader, std::string& scratch) { return reader.readStringView(scratch); }
 
 template <typename Element>
 void readArray(JsonReader& reader, Element element) {
@@ -236,7 +232,7 @@ void readSymbol(JsonReader& reader, Symbol& symbol, std::string& scratch, bool k
                 readOrSkipString(reader, symbol.id, keep);
                 return true;
             case 1: {
-                auto kind = symbolKindFromRaw(readStringView(reader, scratch));
+                auto kind = symbolKindFromRaw(reader.readStringView(scratch));
                 if (!kind) throw DecodeError("unknown kind");
                 symbol.kind = *kind;
                 return true;
@@ -276,7 +272,7 @@ void readDiagnostic(JsonReader& reader, ResolutionDiagnostic& diagnostic, std::s
                 readOrSkipString(reader, diagnostic.importerPath, keep);
                 return true;
             case 2: {
-                auto reason = reasonFromRaw(readStringView(reader, scratch));
+                auto reason = reasonFromRaw(reader.readStringView(scratch));
                 if (!reason) throw DecodeError("unknown reason");
                 diagnostic.reason = *reason;
                 return true;
@@ -369,7 +365,7 @@ bool decodeFileRecordInto(std::string_view bytes, RecordFields keep, CachedFileR
                     });
                     return true;
                 case 2:
-                    readStringInto(reader, record.fileHash);
+                    reader.readString(record.fileHash);
                     return true;
                 case 3: {
                     record.imports.clear();
