@@ -9,7 +9,7 @@
 #include <optional>
 #include <string>
 
-#include "views/Appearance.h"
+#include "app/views/Appearance.h"
 
 namespace vantrel {
 

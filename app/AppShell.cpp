@@ -1,10 +1,10 @@
-#include "AppShell.h"
+#include "app/AppShell.h"
 
 #include <QCoreApplication>
 #include <functional>
 
-#include "platform/WidgetPlatformServices.h"
-#include "state/Preferences.h"
+#include "app/platform/WidgetPlatformServices.h"
+#include "app/state/Preferences.h"
 
 namespace vantrel {
 

@@ -7,11 +7,11 @@
 #include <memory>
 #include <optional>
 
-#include "state/PlatformServices.h"
-#include "state/ProjectStore.h"
-#include "views/Appearance.h"
-#include "views/MainWindow.h"
-#include "views/PreferencesView.h"
+#include "app/state/PlatformServices.h"
+#include "app/state/ProjectStore.h"
+#include "app/views/Appearance.h"
+#include "app/views/MainWindow.h"
+#include "app/views/PreferencesView.h"
 
 namespace vantrel {
 

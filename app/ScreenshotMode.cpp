@@ -1,4 +1,4 @@
-#include "ScreenshotMode.h"
+#include "app/ScreenshotMode.h"
 
 #include <QDir>
 #include <QFile>
@@ -11,7 +11,7 @@
 #include <cstdio>
 #include <functional>
 
-#include "AppShell.h"
+#include "app/AppShell.h"
 
 namespace vantrel {
 

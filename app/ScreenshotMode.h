@@ -6,7 +6,7 @@
 #include <QTemporaryDir>
 #include <optional>
 
-#include "AppOptions.h"
+#include "app/AppOptions.h"
 
 namespace vantrel {
 

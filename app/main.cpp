@@ -7,9 +7,9 @@
 #include <cstdlib>
 #include <optional>
 
-#include "AppOptions.h"
-#include "AppShell.h"
-#include "ScreenshotMode.h"
+#include "app/AppOptions.h"
+#include "app/AppShell.h"
+#include "app/ScreenshotMode.h"
 
 using namespace vantrel;
 

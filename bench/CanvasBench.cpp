@@ -21,13 +21,13 @@
 #include <string>
 #include <vector>
 
-#include "SyntheticGraph.h"
-#include "canvas/CanvasPalette.h"
-#include "canvas/GraphPainter.h"
-#include "canvas/GraphScene.h"
-#include "canvas/NodePicker.h"
-#include "impact/BlastRadius.h"
-#include "layout/GraphLayout.h"
+#include "bench/SyntheticGraph.h"
+#include "app/canvas/CanvasPalette.h"
+#include "app/canvas/GraphPainter.h"
+#include "app/canvas/GraphScene.h"
+#include "app/canvas/NodePicker.h"
+#include "core/impact/BlastRadius.h"
+#include "core/layout/GraphLayout.h"
 
 using namespace vantrel;
 using bench::medianMs;

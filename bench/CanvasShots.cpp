@@ -16,9 +16,9 @@
 #include <cstdlib>
 #include <functional>
 
-#include "canvas/ImpactGraphView.h"
-#include "state/Preferences.h"
-#include "state/ProjectStore.h"
+#include "app/canvas/ImpactGraphView.h"
+#include "app/state/Preferences.h"
+#include "app/state/ProjectStore.h"
 
 using namespace vantrel;
 

@@ -19,9 +19,9 @@
 #include <string>
 #include <vector>
 
-#include "SyntheticProject.h"
-#include "util/FileIO.h"
-#include "util/Text.h"
+#include "bench/SyntheticProject.h"
+#include "core/util/FileIO.h"
+#include "core/util/Text.h"
 
 using namespace vantrel;
 namespace fs = std::filesystem;

@@ -2,7 +2,7 @@
 // no panel is ever shown.
 #pragma once
 
-#include "state/PlatformServices.h"
+#include "app/state/PlatformServices.h"
 
 namespace vantrel::bench {
 

@@ -3,9 +3,9 @@
 #include <cstdio>
 #include <string>
 
-#include "GraphExport.h"
-#include "SyntheticGraph.h"
-#include "layout/GraphLayout.h"
+#include "imageexport/GraphExport.h"
+#include "bench/SyntheticGraph.h"
+#include "core/layout/GraphLayout.h"
 
 using vantrel::ProjectIR;
 using vantrel::bench::edgeCount;

@@ -21,11 +21,11 @@
 #include <string>
 #include <vector>
 
-#include "ContinuingPlatform.h"
-#include "SyntheticProject.h"
-#include "state/ProjectStore.h"
-#include "views/SidebarView.h"
-#include "views/SymbolListModel.h"
+#include "bench/ContinuingPlatform.h"
+#include "bench/SyntheticProject.h"
+#include "app/state/ProjectStore.h"
+#include "app/views/SidebarView.h"
+#include "app/views/SymbolListModel.h"
 
 using namespace vantrel;
 namespace fs = std::filesystem;

@@ -1,4 +1,4 @@
-#include "SyntheticGraph.h"
+#include "bench/SyntheticGraph.h"
 
 #include <algorithm>
 #include <cstdint>

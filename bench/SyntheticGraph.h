@@ -5,7 +5,7 @@
 #include <cstddef>
 #include <functional>
 
-#include "model/ProjectIR.h"
+#include "core/model/ProjectIR.h"
 
 namespace vantrel::bench {
 

@@ -1,4 +1,4 @@
-#include "SyntheticProject.h"
+#include "bench/SyntheticProject.h"
 
 #include <filesystem>
 #include <fstream>

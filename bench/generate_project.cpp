@@ -5,7 +5,7 @@
 #include <cstdio>
 #include <string>
 
-#include "SyntheticProject.h"
+#include "bench/SyntheticProject.h"
 
 int main(int argc, char** argv) {
     if (argc != 3 && !(argc == 5 && std::string(argv[3]) == "--mix")) {

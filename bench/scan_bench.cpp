@@ -25,12 +25,13 @@
 #include <string>
 #include <thread>
 
-#include "SyntheticProject.h"
-#include "config/GlobalDefaults.h"
-#include "languages/syntax/SyntaxTree.h"
-#include "scan/SymbolScanner.h"
-#include "util/FileIO.h"
-#include "util/Text.h"
+#include "bench/SyntheticProject.h"
+#include "core/config/GlobalDefaults.h"
+#include "core/languages/LanguagePlugin.h"
+#include "core/languages/syntax/SyntaxTree.h"
+#include "core/scan/SymbolScanner.h"
+#include "core/util/FileIO.h"
+#include "core/util/Text.h"
 
 using namespace vantrel;
 namespace fs = std::filesystem;

@@ -4,17 +4,17 @@
 #include <cstdio>
 #include <limits>
 
-#include "changes/BaseWorkspace.h"
-#include "changes/ChangeReach.h"
-#include "changes/ChangedSymbols.h"
-#include "changes/ChangesReport.h"
-#include "changes/GitRepository.h"
-#include "changes/UnifiedDiff.h"
+#include "core/changes/BaseWorkspace.h"
+#include "core/changes/ChangeReach.h"
+#include "core/changes/ChangedSymbols.h"
+#include "core/changes/ChangesReport.h"
+#include "core/changes/GitRepository.h"
+#include "core/changes/UnifiedDiff.h"
 #include "cli/Commands.h"
-#include "config/GlobalDefaults.h"
-#include "util/FileIO.h"
-#include "util/Paths.h"
-#include "util/Text.h"
+#include "core/config/GlobalDefaults.h"
+#include "core/util/FileIO.h"
+#include "core/util/Paths.h"
+#include "core/util/Text.h"
 
 namespace vantrel::cli {
 

@@ -10,12 +10,12 @@
 #include <iostream>
 #include <thread>
 
-#include "cache/ProjectCache.h"
+#include "core/cache/ProjectCache.h"
 #include "cli/ProgressDisplay.h"
-#include "config/GlobalDefaults.h"
-#include "model/IRJson.h"
-#include "util/FileIO.h"
-#include "util/Paths.h"
+#include "core/config/GlobalDefaults.h"
+#include "core/model/IRJson.h"
+#include "core/util/FileIO.h"
+#include "core/util/Paths.h"
 
 namespace vantrel::cli {
 

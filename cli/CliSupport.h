@@ -9,9 +9,9 @@
 #include <string>
 #include <vector>
 
-#include "config/VantrelConfig.h"
-#include "model/ProjectIR.h"
-#include "scan/SymbolScanner.h"
+#include "core/config/VantrelConfig.h"
+#include "core/model/ProjectIR.h"
+#include "core/scan/SymbolScanner.h"
 
 namespace vantrel::cli {
 

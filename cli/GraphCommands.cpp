@@ -3,13 +3,13 @@
 #include <filesystem>
 #include <nlohmann/json.hpp>
 
-#include "GraphExport.h"
+#include "imageexport/GraphExport.h"
 #include "cli/Commands.h"
-#include "impact/ProjectDiffJson.h"
-#include "impact/BlastRadius.h"
-#include "impact/ProjectDiff.h"
-#include "layout/GraphLayout.h"
-#include "model/IRJson.h"
+#include "core/impact/ProjectDiffJson.h"
+#include "core/impact/BlastRadius.h"
+#include "core/impact/ProjectDiff.h"
+#include "core/layout/GraphLayout.h"
+#include "core/model/IRJson.h"
 
 namespace vantrel::cli {
 

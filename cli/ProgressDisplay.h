@@ -6,7 +6,7 @@
 #include <optional>
 #include <string>
 
-#include "scan/ScanProgress.h"
+#include "core/scan/ScanProgress.h"
 
 namespace vantrel::cli {
 

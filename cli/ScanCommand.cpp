@@ -1,7 +1,7 @@
 #include <cstdio>
 
 #include "cli/Commands.h"
-#include "export/ProjectExport.h"
+#include "core/export/ProjectExport.h"
 
 namespace vantrel::cli {
 

@@ -4,7 +4,7 @@
 #include <cstdlib>
 #include <string_view>
 
-#include "FuzzTargets.h"
+#include "fuzz/FuzzTargets.h"
 
 extern "C" int LLVMFuzzerInitialize(int*, char***) {
     vantrel::fuzz::setFixturesDir(VANTREL_FIXTURES_DIR);

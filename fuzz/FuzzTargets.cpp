@@ -1,24 +1,24 @@
-#include "FuzzTargets.h"
+#include "fuzz/FuzzTargets.h"
 
-#include "SyntaxWalkCheck.h"
+#include "fuzz/SyntaxWalkCheck.h"
 
 #include <cstring>
 #include <optional>
 
-#include "cache/ProjectCache.h"
-#include "config/GlobalDefaults.h"
-#include "config/PathGlobMatcher.h"
-#include "config/VantrelConfig.h"
-#include "export/ProjectExport.h"
-#include "languages/js/JSFamilyPlugin.h"
-#include "languages/python/PythonPlugin.h"
-#include "model/IRJson.h"
-#include "resolution/PythonImports.h"
-#include "resolution/TSConfigResolver.h"
-#include "scan/FileAnalysis.h"
-#include "util/FileIO.h"
-#include "util/Paths.h"
-#include "util/Text.h"
+#include "core/cache/ProjectCache.h"
+#include "core/config/GlobalDefaults.h"
+#include "core/config/PathGlobMatcher.h"
+#include "core/config/VantrelConfig.h"
+#include "core/export/ProjectExport.h"
+#include "core/languages/js/JSFamilyPlugin.h"
+#include "core/languages/python/PythonPlugin.h"
+#include "core/model/IRJson.h"
+#include "core/resolution/PythonImports.h"
+#include "core/resolution/TSConfigResolver.h"
+#include "core/scan/FileAnalysis.h"
+#include "core/util/FileIO.h"
+#include "core/util/Paths.h"
+#include "core/util/Text.h"
 
 namespace vantrel::fuzz {
 

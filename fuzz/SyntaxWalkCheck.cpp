@@ -1,14 +1,14 @@
-#include "SyntaxWalkCheck.h"
+#include "fuzz/SyntaxWalkCheck.h"
 
 #include <utility>
 #include <vector>
 
-#include "languages/js/JSFamilyQueries.h"
-#include "languages/js/JSFamilySyntax.h"
-#include "languages/python/PythonQueries.h"
-#include "languages/python/PythonSyntax.h"
-#include "languages/syntax/Grammars.h"
-#include "languages/syntax/RecordedMatches.h"
+#include "core/languages/js/JSFamilyQueries.h"
+#include "core/languages/js/JSFamilySyntax.h"
+#include "core/languages/python/PythonQueries.h"
+#include "core/languages/python/PythonSyntax.h"
+#include "core/languages/syntax/Grammars.h"
+#include "core/languages/syntax/RecordedMatches.h"
 
 namespace vantrel::fuzz {
 

@@ -1,4 +1,4 @@
-#include "DecimalText.h"
+#include "imageexport/DecimalText.h"
 
 #include <charconv>
 #include <cmath>

@@ -3,7 +3,7 @@
 
 #include <algorithm>
 
-#include "layout/GraphLayout.h"
+#include "core/layout/GraphLayout.h"
 
 namespace vantrel {
 

@@ -1,9 +1,9 @@
-#include "GraphExport.h"
+#include "imageexport/GraphExport.h"
 
 #include <QBuffer>
 #include <QByteArray>
 
-#include "export/ProjectExport.h"
+#include "core/export/ProjectExport.h"
 
 namespace vantrel {
 

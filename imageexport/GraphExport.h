@@ -8,9 +8,9 @@
 #include <stdexcept>
 #include <string>
 
-#include "GraphExportFormat.h"
-#include "layout/GraphLayout.h"
-#include "model/ProjectIR.h"
+#include "imageexport/GraphExportFormat.h"
+#include "core/layout/GraphLayout.h"
+#include "core/model/ProjectIR.h"
 
 namespace vantrel {
 

@@ -1,4 +1,4 @@
-#include "GraphExportFormat.h"
+#include "imageexport/GraphExportFormat.h"
 
 namespace vantrel {
 

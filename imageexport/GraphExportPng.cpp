@@ -5,8 +5,8 @@
 #include <QRectF>
 #include <QTransform>
 
-#include "ExportPlacement.h"
-#include "GraphExport.h"
+#include "imageexport/ExportPlacement.h"
+#include "imageexport/GraphExport.h"
 
 namespace vantrel {
 

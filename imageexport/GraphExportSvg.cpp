@@ -1,9 +1,9 @@
 #include <cmath>
 #include <cstdint>
 
-#include "DecimalText.h"
-#include "ExportPlacement.h"
-#include "GraphExport.h"
+#include "imageexport/DecimalText.h"
+#include "imageexport/ExportPlacement.h"
+#include "imageexport/GraphExport.h"
 
 namespace vantrel {
 

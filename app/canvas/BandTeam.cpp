@@ -1,4 +1,4 @@
-#include "canvas/BandTeam.h"
+#include "app/canvas/BandTeam.h"
 
 #include <algorithm>
 

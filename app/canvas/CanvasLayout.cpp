@@ -1,4 +1,4 @@
-#include "canvas/CanvasLayout.h"
+#include "app/canvas/CanvasLayout.h"
 
 #include <algorithm>
 #include <cmath>

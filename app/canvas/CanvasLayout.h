@@ -8,9 +8,9 @@
 #include <string>
 #include <vector>
 
-#include "impact/BlastRadius.h"
-#include "layout/GraphLayout.h"
-#include "model/ProjectIR.h"
+#include "core/impact/BlastRadius.h"
+#include "core/layout/GraphLayout.h"
+#include "core/model/ProjectIR.h"
 
 namespace vantrel {
 

@@ -1,4 +1,4 @@
-#include "canvas/CanvasMotion.h"
+#include "app/canvas/CanvasMotion.h"
 
 #include <QEasingCurve>
 #include <algorithm>

@@ -1,4 +1,4 @@
-#include "canvas/CanvasPalette.h"
+#include "app/canvas/CanvasPalette.h"
 
 #include <QGuiApplication>
 #include <algorithm>

@@ -1,4 +1,4 @@
-#include "canvas/CanvasShapes.h"
+#include "app/canvas/CanvasShapes.h"
 
 #include <algorithm>
 #include <cmath>

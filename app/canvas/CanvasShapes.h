@@ -8,7 +8,7 @@
 #include <cstddef>
 #include <string_view>
 
-#include "model/ProjectIR.h"
+#include "core/model/ProjectIR.h"
 
 namespace vantrel {
 

@@ -1,4 +1,4 @@
-#include "canvas/CanvasStyles.h"
+#include "app/canvas/CanvasStyles.h"
 
 #include <algorithm>
 

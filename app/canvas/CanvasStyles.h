@@ -4,7 +4,7 @@
 #include <QString>
 #include <optional>
 
-#include "canvas/CanvasPalette.h"
+#include "app/canvas/CanvasPalette.h"
 
 namespace vantrel {
 

@@ -1,4 +1,4 @@
-#include "canvas/CanvasTooltip.h"
+#include "app/canvas/CanvasTooltip.h"
 
 #include <QTextBoundaryFinder>
 #include <algorithm>

@@ -5,7 +5,7 @@
 #include <QSizeF>
 #include <QString>
 
-#include "model/ProjectIR.h"
+#include "core/model/ProjectIR.h"
 
 namespace vantrel {
 

@@ -1,4 +1,4 @@
-#include "canvas/EdgeMask.h"
+#include "app/canvas/EdgeMask.h"
 
 #include <algorithm>
 #include <array>

@@ -1,4 +1,4 @@
-#include "canvas/GraphPainter.h"
+#include "app/canvas/GraphPainter.h"
 
 #include <QFontMetricsF>
 #include <QPainterPath>
@@ -7,8 +7,8 @@
 #include <cmath>
 #include <cstring>
 
-#include "canvas/CanvasShapes.h"
-#include "canvas/EdgeMask.h"
+#include "app/canvas/CanvasShapes.h"
+#include "app/canvas/EdgeMask.h"
 
 namespace vantrel {
 

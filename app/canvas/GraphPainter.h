@@ -15,12 +15,12 @@
 #include <utility>
 #include <vector>
 
-#include "canvas/BandTeam.h"
-#include "canvas/CanvasPalette.h"
-#include "canvas/CanvasTooltip.h"
-#include "canvas/EdgeMask.h"
-#include "canvas/GraphScene.h"
-#include "canvas/NodeDrawing.h"
+#include "app/canvas/BandTeam.h"
+#include "app/canvas/CanvasPalette.h"
+#include "app/canvas/CanvasTooltip.h"
+#include "app/canvas/EdgeMask.h"
+#include "app/canvas/GraphScene.h"
+#include "app/canvas/NodeDrawing.h"
 
 namespace vantrel {
 

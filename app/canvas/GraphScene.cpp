@@ -1,9 +1,9 @@
-#include "canvas/GraphScene.h"
+#include "app/canvas/GraphScene.h"
 
 #include <algorithm>
 
-#include "canvas/CanvasLayout.h"
-#include "canvas/CanvasShapes.h"
+#include "app/canvas/CanvasLayout.h"
+#include "app/canvas/CanvasShapes.h"
 
 namespace vantrel {
 

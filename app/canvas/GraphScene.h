@@ -14,11 +14,11 @@
 #include <unordered_map>
 #include <vector>
 
-#include "canvas/CanvasStyles.h"
-#include "impact/BlastRadius.h"
-#include "layout/GraphLayout.h"
-#include "model/ProjectIR.h"
-#include "state/StoreTypes.h"
+#include "app/canvas/CanvasStyles.h"
+#include "core/impact/BlastRadius.h"
+#include "core/layout/GraphLayout.h"
+#include "core/model/ProjectIR.h"
+#include "app/state/StoreTypes.h"
 
 namespace vantrel {
 

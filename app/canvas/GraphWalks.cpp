@@ -1,4 +1,4 @@
-#include "canvas/GraphWalks.h"
+#include "app/canvas/GraphWalks.h"
 
 #include <algorithm>
 #include <iterator>

@@ -7,8 +7,8 @@
 #include <optional>
 #include <string>
 
-#include "impact/BlastRadius.h"
-#include "model/ProjectIR.h"
+#include "core/impact/BlastRadius.h"
+#include "core/model/ProjectIR.h"
 
 namespace vantrel {
 

@@ -1,4 +1,4 @@
-#include "canvas/ImpactGraphView.h"
+#include "app/canvas/ImpactGraphView.h"
 
 #include <QAction>
 #include <QKeyEvent>
@@ -10,11 +10,11 @@
 #include <algorithm>
 #include <cmath>
 
-#include "canvas/CanvasTooltip.h"
-#include "canvas/LegendPanel.h"
-#include "state/Preferences.h"
-#include "state/ProjectStore.h"
-#include "state/SymbolFilter.h"
+#include "app/canvas/CanvasTooltip.h"
+#include "app/canvas/LegendPanel.h"
+#include "app/state/Preferences.h"
+#include "app/state/ProjectStore.h"
+#include "app/state/SymbolFilter.h"
 
 namespace vantrel {
 

@@ -20,11 +20,11 @@
 #include <string>
 #include <vector>
 
-#include "canvas/CanvasMotion.h"
-#include "canvas/GraphPainter.h"
-#include "canvas/GraphScene.h"
-#include "canvas/GraphWalks.h"
-#include "canvas/NodePicker.h"
+#include "app/canvas/CanvasMotion.h"
+#include "app/canvas/GraphPainter.h"
+#include "app/canvas/GraphScene.h"
+#include "app/canvas/GraphWalks.h"
+#include "app/canvas/NodePicker.h"
 
 class QAction;
 class QNativeGestureEvent;

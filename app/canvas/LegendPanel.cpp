@@ -1,4 +1,4 @@
-#include "canvas/LegendPanel.h"
+#include "app/canvas/LegendPanel.h"
 
 #include <QEvent>
 #include <QFontMetricsF>
@@ -10,8 +10,8 @@
 #include <utility>
 #include <vector>
 
-#include "canvas/CanvasPalette.h"
-#include "canvas/CanvasShapes.h"
+#include "app/canvas/CanvasPalette.h"
+#include "app/canvas/CanvasShapes.h"
 
 namespace vantrel {
 

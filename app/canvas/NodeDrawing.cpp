@@ -1,11 +1,11 @@
-#include "canvas/NodeDrawing.h"
+#include "app/canvas/NodeDrawing.h"
 
 #include <QPen>
 #include <algorithm>
 #include <cmath>
 #include <vector>
 
-#include "canvas/CanvasShapes.h"
+#include "app/canvas/CanvasShapes.h"
 
 namespace vantrel {
 

@@ -12,9 +12,9 @@
 #include <utility>
 #include <vector>
 
-#include "canvas/CanvasPalette.h"
-#include "canvas/CanvasStyles.h"
-#include "model/ProjectIR.h"
+#include "app/canvas/CanvasPalette.h"
+#include "app/canvas/CanvasStyles.h"
+#include "core/model/ProjectIR.h"
 
 namespace vantrel {
 

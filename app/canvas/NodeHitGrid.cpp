@@ -1,4 +1,4 @@
-#include "canvas/NodeHitGrid.h"
+#include "app/canvas/NodeHitGrid.h"
 
 #include <algorithm>
 #include <cmath>

@@ -1,4 +1,4 @@
-#include "canvas/NodePicker.h"
+#include "app/canvas/NodePicker.h"
 
 #include <vector>
 

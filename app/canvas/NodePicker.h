@@ -6,8 +6,8 @@
 #include <QPointF>
 #include <optional>
 
-#include "canvas/GraphPainter.h"
-#include "canvas/NodeHitGrid.h"
+#include "app/canvas/GraphPainter.h"
+#include "app/canvas/NodeHitGrid.h"
 
 namespace vantrel {
 

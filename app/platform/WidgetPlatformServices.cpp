@@ -1,4 +1,4 @@
-#include "platform/WidgetPlatformServices.h"
+#include "app/platform/WidgetPlatformServices.h"
 
 #include <QFileDialog>
 #include <QMessageBox>

@@ -6,7 +6,7 @@
 #include <QWidget>
 #include <functional>
 
-#include "state/PlatformServices.h"
+#include "app/state/PlatformServices.h"
 
 namespace vantrel {
 

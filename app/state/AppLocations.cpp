@@ -1,7 +1,7 @@
-#include "state/AppLocations.h"
+#include "app/state/AppLocations.h"
 
-#include "util/FileIO.h"
-#include "util/Paths.h"
+#include "core/util/FileIO.h"
+#include "core/util/Paths.h"
 
 namespace vantrel {
 

@@ -1,10 +1,10 @@
-#include "state/Preferences.h"
+#include "app/state/Preferences.h"
 
 #include <QSettings>
 #include <QVariantMap>
 #include <nlohmann/json.hpp>
 
-#include "config/GlobalDefaults.h"
+#include "core/config/GlobalDefaults.h"
 
 namespace vantrel {
 

@@ -1,9 +1,9 @@
-#include "state/PreferencesManager.h"
+#include "app/state/PreferencesManager.h"
 
 #include <algorithm>
 
-#include "config/GlobalDefaults.h"
-#include "state/Preferences.h"
+#include "core/config/GlobalDefaults.h"
+#include "app/state/Preferences.h"
 
 namespace vantrel {
 

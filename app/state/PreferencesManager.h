@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "config/VantrelConfig.h"
+#include "core/config/VantrelConfig.h"
 
 namespace vantrel {
 

@@ -1,9 +1,9 @@
-#include "state/ProjectStore.h"
+#include "app/state/ProjectStore.h"
 
-#include "state/Preferences.h"
-#include "state/PreferencesManager.h"
-#include "state/RecentProjectsManager.h"
-#include "util/Paths.h"
+#include "app/state/Preferences.h"
+#include "app/state/PreferencesManager.h"
+#include "app/state/RecentProjectsManager.h"
+#include "core/util/Paths.h"
 
 namespace vantrel {
 

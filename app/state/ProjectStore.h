@@ -22,19 +22,19 @@
 #include <string_view>
 #include <vector>
 
-#include "GraphExportFormat.h"
-#include "cache/ProjectCache.h"
-#include "config/VantrelConfig.h"
-#include "impact/BlastRadius.h"
-#include "impact/ProjectDiff.h"
-#include "layout/GraphLayout.h"
-#include "model/ProjectIR.h"
-#include "scan/ScanProgress.h"
-#include "scan/SymbolScanner.h"
-#include "state/AppLocations.h"
-#include "state/PlatformServices.h"
-#include "state/ScanJob.h"
-#include "state/StoreTypes.h"
+#include "imageexport/GraphExportFormat.h"
+#include "core/cache/ProjectCache.h"
+#include "core/config/VantrelConfig.h"
+#include "core/impact/BlastRadius.h"
+#include "core/impact/ProjectDiff.h"
+#include "core/layout/GraphLayout.h"
+#include "core/model/ProjectIR.h"
+#include "core/scan/ScanProgress.h"
+#include "core/scan/SymbolScanner.h"
+#include "app/state/AppLocations.h"
+#include "app/state/PlatformServices.h"
+#include "app/state/ScanJob.h"
+#include "app/state/StoreTypes.h"
 
 class QMimeData;
 

@@ -3,10 +3,10 @@
 #include <QSaveFile>
 #include <QUrl>
 
-#include "GraphExport.h"
-#include "model/IRJson.h"
-#include "state/ProjectStore.h"
-#include "util/FileIO.h"
+#include "imageexport/GraphExport.h"
+#include "core/model/IRJson.h"
+#include "app/state/ProjectStore.h"
+#include "core/util/FileIO.h"
 
 namespace vantrel {
 

@@ -1,9 +1,9 @@
 // Selection, impact and filtering on the project store.
 #include <QMetaObject>
 
-#include "state/PreferencesManager.h"
-#include "state/ProjectStore.h"
-#include "state/SymbolFilter.h"
+#include "app/state/PreferencesManager.h"
+#include "app/state/ProjectStore.h"
+#include "app/state/SymbolFilter.h"
 
 namespace vantrel {
 

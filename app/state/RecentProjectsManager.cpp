@@ -1,7 +1,7 @@
-#include "state/RecentProjectsManager.h"
+#include "app/state/RecentProjectsManager.h"
 
-#include "state/Preferences.h"
-#include "util/Paths.h"
+#include "app/state/Preferences.h"
+#include "core/util/Paths.h"
 
 namespace vantrel {
 

@@ -1,4 +1,4 @@
-#include "state/ScanJob.h"
+#include "app/state/ScanJob.h"
 
 #include <QMetaObject>
 

@@ -13,10 +13,10 @@
 #include <memory>
 #include <string>
 
-#include "config/VantrelConfig.h"
-#include "model/ProjectIR.h"
-#include "scan/ScanProgress.h"
-#include "scan/SymbolScanner.h"
+#include "core/config/VantrelConfig.h"
+#include "core/model/ProjectIR.h"
+#include "core/scan/ScanProgress.h"
+#include "core/scan/SymbolScanner.h"
 
 namespace vantrel {
 

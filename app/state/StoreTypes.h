@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <set>
 
-#include "impact/ProjectDiff.h"
+#include "core/impact/ProjectDiff.h"
 
 namespace vantrel {
 

@@ -1,6 +1,6 @@
-#include "state/SymbolFilter.h"
+#include "app/state/SymbolFilter.h"
 
-#include "util/Text.h"
+#include "core/util/Text.h"
 
 namespace vantrel {
 

@@ -1,4 +1,4 @@
-#include "views/AdaptiveGridLayout.h"
+#include "app/views/AdaptiveGridLayout.h"
 
 #include <QWidget>
 #include <algorithm>

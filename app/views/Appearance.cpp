@@ -1,10 +1,10 @@
-#include "views/Appearance.h"
+#include "app/views/Appearance.h"
 
 #include <QApplication>
 #include <QStyleHints>
 
-#include "canvas/CanvasPalette.h"
-#include "state/Preferences.h"
+#include "app/canvas/CanvasPalette.h"
+#include "app/state/Preferences.h"
 
 namespace vantrel {
 

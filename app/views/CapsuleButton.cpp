@@ -1,11 +1,11 @@
-#include "views/CapsuleButton.h"
+#include "app/views/CapsuleButton.h"
 
 #include <QPainter>
 #include <QPainterPath>
 
-#include "canvas/CanvasPalette.h"
-#include "views/Appearance.h"
-#include "views/TextStyles.h"
+#include "app/canvas/CanvasPalette.h"
+#include "app/views/Appearance.h"
+#include "app/views/TextStyles.h"
 
 namespace vantrel {
 

@@ -1,4 +1,4 @@
-#include "views/DiagnosticsGroup.h"
+#include "app/views/DiagnosticsGroup.h"
 
 #include <QListView>
 #include <QPainter>
@@ -7,8 +7,8 @@
 #include <QToolButton>
 #include <QVBoxLayout>
 
-#include "views/Appearance.h"
-#include "views/TextStyles.h"
+#include "app/views/Appearance.h"
+#include "app/views/TextStyles.h"
 
 namespace vantrel {
 

@@ -8,7 +8,7 @@
 #include <QWidget>
 #include <vector>
 
-#include "model/ProjectIR.h"
+#include "core/model/ProjectIR.h"
 
 class QListView;
 class QToolButton;

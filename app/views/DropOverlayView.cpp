@@ -1,12 +1,12 @@
-#include "views/DropOverlayView.h"
+#include "app/views/DropOverlayView.h"
 
 #include <QDir>
 #include <QLabel>
 #include <QVBoxLayout>
 
-#include "views/AdaptiveGridLayout.h"
-#include "views/CapsuleButton.h"
-#include "views/TextStyles.h"
+#include "app/views/AdaptiveGridLayout.h"
+#include "app/views/CapsuleButton.h"
+#include "app/views/TextStyles.h"
 
 namespace vantrel {
 

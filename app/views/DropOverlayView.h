@@ -5,7 +5,7 @@
 
 #include <QStringList>
 
-#include "views/MaterialFrame.h"
+#include "app/views/MaterialFrame.h"
 
 class QLabel;
 class QWidget;

@@ -1,4 +1,4 @@
-#include "views/ElidedLabel.h"
+#include "app/views/ElidedLabel.h"
 
 #include <QEvent>
 

@@ -1,11 +1,11 @@
-#include "views/FailurePanel.h"
+#include "app/views/FailurePanel.h"
 
 #include <QLabel>
 #include <QPushButton>
 #include <QVBoxLayout>
 #include <algorithm>
 
-#include "views/TextStyles.h"
+#include "app/views/TextStyles.h"
 
 namespace vantrel {
 

@@ -2,7 +2,7 @@
 // for copying) and "Reset", the way back to the drop target.
 #pragma once
 
-#include "views/MaterialFrame.h"
+#include "app/views/MaterialFrame.h"
 
 class QLabel;
 

@@ -1,4 +1,4 @@
-#include "views/MainWindow.h"
+#include "app/views/MainWindow.h"
 
 #include <QAction>
 #include <QDir>
@@ -10,15 +10,15 @@
 #include <QSplitter>
 #include <QToolButton>
 
-#include "canvas/ImpactGraphView.h"
-#include "state/ProjectStore.h"
-#include "views/DeferredCall.h"
-#include "views/DropOverlayView.h"
-#include "views/FailurePanel.h"
-#include "views/OnboardingView.h"
-#include "views/OverlayHost.h"
-#include "views/ProgressPanel.h"
-#include "views/SidebarView.h"
+#include "app/canvas/ImpactGraphView.h"
+#include "app/state/ProjectStore.h"
+#include "app/views/DeferredCall.h"
+#include "app/views/DropOverlayView.h"
+#include "app/views/FailurePanel.h"
+#include "app/views/OnboardingView.h"
+#include "app/views/OverlayHost.h"
+#include "app/views/ProgressPanel.h"
+#include "app/views/SidebarView.h"
 
 namespace vantrel {
 

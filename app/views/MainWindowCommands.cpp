@@ -8,9 +8,9 @@
 #include <QToolBar>
 #include <QToolButton>
 
-#include "GraphExportFormat.h"
-#include "state/ProjectStore.h"
-#include "views/MainWindow.h"
+#include "imageexport/GraphExportFormat.h"
+#include "app/state/ProjectStore.h"
+#include "app/views/MainWindow.h"
 
 namespace vantrel {
 

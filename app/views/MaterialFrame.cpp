@@ -1,10 +1,10 @@
-#include "views/MaterialFrame.h"
+#include "app/views/MaterialFrame.h"
 
 #include <QPainter>
 #include <QPainterPath>
 
-#include "canvas/CanvasPalette.h"
-#include "views/Appearance.h"
+#include "app/canvas/CanvasPalette.h"
+#include "app/views/Appearance.h"
 
 namespace vantrel {
 

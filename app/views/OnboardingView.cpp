@@ -1,4 +1,4 @@
-#include "views/OnboardingView.h"
+#include "app/views/OnboardingView.h"
 
 #include <QGraphicsDropShadowEffect>
 #include <QHBoxLayout>
@@ -9,8 +9,8 @@
 #include <QVBoxLayout>
 #include <algorithm>
 
-#include "views/MaterialFrame.h"
-#include "views/TextStyles.h"
+#include "app/views/MaterialFrame.h"
+#include "app/views/TextStyles.h"
 
 namespace vantrel {
 

@@ -1,4 +1,4 @@
-#include "views/OverlayHost.h"
+#include "app/views/OverlayHost.h"
 
 #include <QEvent>
 #include <algorithm>

@@ -1,9 +1,9 @@
-#include "views/PreferenceLists.h"
+#include "app/views/PreferenceLists.h"
 
 #include <set>
 
-#include "state/Preferences.h"
-#include "util/Text.h"
+#include "app/state/Preferences.h"
+#include "core/util/Text.h"
 
 namespace vantrel {
 

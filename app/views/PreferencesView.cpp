@@ -1,4 +1,4 @@
-#include "views/PreferencesView.h"
+#include "app/views/PreferencesView.h"
 
 #include <QCheckBox>
 #include <QComboBox>
@@ -11,10 +11,10 @@
 #include <array>
 #include <cmath>
 
-#include "state/Preferences.h"
-#include "views/ScanningPreferencesTab.h"
-#include "views/SegmentedPicker.h"
-#include "views/Stepper.h"
+#include "app/state/Preferences.h"
+#include "app/views/ScanningPreferencesTab.h"
+#include "app/views/SegmentedPicker.h"
+#include "app/views/Stepper.h"
 
 namespace vantrel {
 

@@ -7,7 +7,7 @@
 
 #include <QWidget>
 
-#include "cache/ProjectCache.h"
+#include "core/cache/ProjectCache.h"
 
 class QCheckBox;
 class QComboBox;

@@ -1,4 +1,4 @@
-#include "views/ProgressPanel.h"
+#include "app/views/ProgressPanel.h"
 
 #include <QLabel>
 #include <QProgressBar>
@@ -7,8 +7,8 @@
 #include <algorithm>
 #include <limits>
 
-#include "views/ElidedLabel.h"
-#include "views/TextStyles.h"
+#include "app/views/ElidedLabel.h"
+#include "app/views/TextStyles.h"
 
 namespace vantrel {
 

@@ -5,8 +5,8 @@
 #include <QString>
 #include <cstdint>
 
-#include "state/ProjectStore.h"
-#include "views/MaterialFrame.h"
+#include "app/state/ProjectStore.h"
+#include "app/views/MaterialFrame.h"
 
 class QLabel;
 class QProgressBar;

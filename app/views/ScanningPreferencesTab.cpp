@@ -1,4 +1,4 @@
-#include "views/ScanningPreferencesTab.h"
+#include "app/views/ScanningPreferencesTab.h"
 
 #include <QCheckBox>
 #include <QHBoxLayout>
@@ -11,11 +11,11 @@
 #include <QVBoxLayout>
 #include <algorithm>
 
-#include "state/Preferences.h"
-#include "views/DeferredCall.h"
-#include "views/Divider.h"
-#include "views/PreferenceLists.h"
-#include "views/TextStyles.h"
+#include "app/state/Preferences.h"
+#include "app/views/DeferredCall.h"
+#include "app/views/Divider.h"
+#include "app/views/PreferenceLists.h"
+#include "app/views/TextStyles.h"
 
 namespace vantrel {
 

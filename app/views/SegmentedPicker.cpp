@@ -1,4 +1,4 @@
-#include "views/SegmentedPicker.h"
+#include "app/views/SegmentedPicker.h"
 
 #include <QAbstractButton>
 #include <QButtonGroup>
@@ -7,8 +7,8 @@
 #include <QPainter>
 #include <QPainterPath>
 
-#include "canvas/CanvasPalette.h"
-#include "views/Appearance.h"
+#include "app/canvas/CanvasPalette.h"
+#include "app/views/Appearance.h"
 
 namespace vantrel {
 

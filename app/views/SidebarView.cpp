@@ -1,4 +1,4 @@
-#include "views/SidebarView.h"
+#include "app/views/SidebarView.h"
 
 #include <QCheckBox>
 #include <QHBoxLayout>
@@ -10,15 +10,15 @@
 #include <QVBoxLayout>
 #include <array>
 
-#include "views/DeferredCall.h"
-#include "views/DiagnosticsGroup.h"
-#include "views/Divider.h"
-#include "views/SegmentedPicker.h"
-#include "views/Stepper.h"
-#include "views/SymbolListModel.h"
-#include "views/SymbolRowDelegate.h"
-#include "views/SymbolRows.h"
-#include "views/TextStyles.h"
+#include "app/views/DeferredCall.h"
+#include "app/views/DiagnosticsGroup.h"
+#include "app/views/Divider.h"
+#include "app/views/SegmentedPicker.h"
+#include "app/views/Stepper.h"
+#include "app/views/SymbolListModel.h"
+#include "app/views/SymbolRowDelegate.h"
+#include "app/views/SymbolRows.h"
+#include "app/views/TextStyles.h"
 
 namespace vantrel {
 

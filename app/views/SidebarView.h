@@ -11,7 +11,7 @@
 #include <QColor>
 #include <QWidget>
 
-#include "state/ProjectStore.h"
+#include "app/state/ProjectStore.h"
 
 class QCheckBox;
 class QLabel;

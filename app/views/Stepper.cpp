@@ -1,4 +1,4 @@
-#include "views/Stepper.h"
+#include "app/views/Stepper.h"
 
 #include <QEvent>
 #include <QHBoxLayout>

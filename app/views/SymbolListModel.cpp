@@ -1,8 +1,8 @@
-#include "views/SymbolListModel.h"
+#include "app/views/SymbolListModel.h"
 
 #include <algorithm>
 
-#include "views/SymbolRows.h"
+#include "app/views/SymbolRows.h"
 
 namespace vantrel {
 

@@ -6,7 +6,7 @@
 #include <QAbstractListModel>
 #include <optional>
 
-#include "state/ProjectStore.h"
+#include "app/state/ProjectStore.h"
 
 namespace vantrel {
 

@@ -1,12 +1,12 @@
-#include "views/SymbolRowDelegate.h"
+#include "app/views/SymbolRowDelegate.h"
 
 #include <QPainter>
 #include <QPainterPath>
 
-#include "canvas/CanvasPalette.h"
-#include "views/SymbolListModel.h"
-#include "views/SymbolRows.h"
-#include "views/TextStyles.h"
+#include "app/canvas/CanvasPalette.h"
+#include "app/views/SymbolListModel.h"
+#include "app/views/SymbolRows.h"
+#include "app/views/TextStyles.h"
 
 namespace vantrel {
 

@@ -1,9 +1,9 @@
-#include "views/SymbolRows.h"
+#include "app/views/SymbolRows.h"
 
 #include <QPalette>
 #include <algorithm>
 
-#include "canvas/CanvasPalette.h"
+#include "app/canvas/CanvasPalette.h"
 
 namespace vantrel {
 

@@ -5,7 +5,7 @@
 #include <QColor>
 #include <string_view>
 
-#include "state/ProjectStore.h"
+#include "app/state/ProjectStore.h"
 
 class QPalette;
 

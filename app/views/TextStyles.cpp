@@ -1,4 +1,4 @@
-#include "views/TextStyles.h"
+#include "app/views/TextStyles.h"
 
 #include <QApplication>
 #include <QFont>

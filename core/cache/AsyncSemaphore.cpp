@@ -1,4 +1,4 @@
-#include "cache/AsyncSemaphore.h"
+#include "core/cache/AsyncSemaphore.h"
 
 namespace vantrel {
 

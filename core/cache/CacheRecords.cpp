@@ -1,17 +1,15 @@
-// The JSON forms of the cache's records and key: compact, keys sorted at every level,
-// "/" written as "\/", absent optionals left out. Decoding is strict.
+#include "core/cache/CacheRecords.h"
+
 #include <array>
 #include <nlohmann/json.hpp>
 
-#include "cache/Hashing.h"
-#include "cache/ProjectCache.h"
-#include "model/IRJson.h"
-#include "model/JsonReader.h"
-#include "model/JsonWriter.h"
-#include "util/FileIO.h"
-#include "util/Paths.h"
-#include "util/Text.h"
-#include "util/Timestamp.h"
+#include "core/cache/Hashing.h"
+#include "core/json/JsonDocument.h"
+#include "core/json/JsonReader.h"
+#include "core/json/JsonWriter.h"
+#include "core/model/SymbolJsonShape.h"
+#include "core/util/Text.h"
+#include "core/util/Timestamp.h"
 
 namespace vantrel {
 
@@ -34,7 +32,7 @@ json stringArray(const std::vector<std::string>& values) {
 
 ProjectCacheMeta ProjectCacheMeta::make(std::string keyHash) {
     ProjectCacheMeta meta;
-    meta.schema = 3;
+    meta.schema = kCacheSchema;
     meta.keyHash = std::move(keyHash);
     meta.updatedAt = referenceSecondsNow();
     return meta;
@@ -49,37 +47,9 @@ void appendKey(std::string& out, std::string_view key) {
     out.push_back(':');
 }
 
-void appendStringArray(std::string& out, const IdSet& values) {
-    out.push_back('[');
-    bool first = true;
-    for (const auto& value : values) {
-        if (!first) out.push_back(',');
-        first = false;
-        appendJsonString(out, value, true);
-    }
-    out.push_back(']');
-}
-
 void appendSymbol(std::string& out, const Symbol& symbol) {
-    out.append("{");
-    appendKey(out, "id");
-    appendJsonString(out, symbol.id, true);
-    out.push_back(',');
-    appendKey(out, "kind");
-    appendJsonString(out, rawValue(symbol.kind), true);
-    out.append(",\"range\":{\"endCol\":");
-    appendJsonInteger(out, symbol.range.endCol);
-    out.append(",\"endLine\":");
-    appendJsonInteger(out, symbol.range.endLine);
-    out.append(",\"startCol\":");
-    appendJsonInteger(out, symbol.range.startCol);
-    out.append(",\"startLine\":");
-    appendJsonInteger(out, symbol.range.startLine);
-    out.append("},\"refsIn\":");
-    appendStringArray(out, symbol.refsIn);
-    out.append(",\"refsOut\":");
-    appendStringArray(out, symbol.refsOut);
-    out.push_back('}');
+    JsonTextWriter writer(out, JsonTextWriter::Layout::compact, true);
+    symboljson::writeSymbol(writer, symbol);
 }
 
 void appendDiagnostic(std::string& out, const ResolutionDiagnostic& diagnostic) {
@@ -170,22 +140,22 @@ void readIdSet(JsonReader& reader, IdSet& ids, bool keep) {
 // failures) or, where the text differs from the written form, takes nothing and leaves
 // the object to the general reader. A record of ours is read almost wholly this way.
 bool readCanonicalSymbol(JsonReader& reader, Symbol& symbol, std::string& scratch, bool keep) {
+    using namespace symboljson;
     const JsonReader::Mark start = reader.mark();
-    if (!reader.takeLiteral("{\"id\":")) return false;
+    if (!reader.takeLiteral(kBeforeId.view())) return false;
     readOrSkipString(reader, symbol.id, keep);
-    if (!reader.takeLiteral(",\"kind\":")) return reader.reset(start), false;
+    if (!reader.takeLiteral(kBeforeKind.view())) return reader.reset(start), false;
     auto kind = symbolKindFromRaw(reader.readStringView(scratch));
     if (!kind) throw DecodeError("unknown kind");
     symbol.kind = *kind;
-    if (!reader.takeLiteral(",\"range\":{\"endCol\":")) return reader.reset(start), false;
-    symbol.range.endCol = reader.readInteger();
-    if (!reader.takeLiteral(",\"endLine\":")) return reader.reset(start), false;
-    symbol.range.endLine = reader.readInteger();
-    if (!reader.takeLiteral(",\"startCol\":")) return reader.reset(start), false;
-    symbol.range.startCol = reader.readInteger();
-    if (!reader.takeLiteral(",\"startLine\":")) return reader.reset(start), false;
-    symbol.range.startLine = reader.readInteger();
-    if (!reader.takeLiteral("},\"refsIn\":[],\"refsOut\":[]}")) return reader.reset(start), false;
+    if (!reader.takeLiteral(kBeforeRange.view())) return reader.reset(start), false;
+    const auto targets = rangeTargets(symbol.range);
+    *targets[0] = reader.readInteger();
+    for (std::size_t i = 1; i < targets.size(); ++i) {
+        if (!reader.takeLiteral(kBetweenRangeValues[i - 1].view())) return reader.reset(start), false;
+        *targets[i] = reader.readInteger();
+    }
+    if (!reader.takeLiteral(kAfterRangeNoRefs.view())) return reader.reset(start), false;
     symbol.refsIn.clear();
     symbol.refsOut.clear();
     return true;
@@ -225,8 +195,10 @@ bool readCanonicalDiagnostic(JsonReader& reader, ResolutionDiagnostic& diagnosti
 // Into `symbol`, whose strings keep their capacity when it is reused as scratch. A
 // symbol that is not kept is checked all the same.
 void readSymbol(JsonReader& reader, Symbol& symbol, std::string& scratch, bool keep) {
-    static constexpr std::array<std::string_view, 5> kKeys{"id", "kind", "range", "refsIn", "refsOut"};
-    readObject(reader, kKeys, [&](std::size_t which, std::string_view) {
+    using namespace symboljson;
+    static_assert(kFields[0] == kId && kFields[1] == kKind && kFields[2] == kRange && kFields[3] == kRefsIn &&
+                  kFields[4] == kRefsOut);
+    readObject(reader, kFields, [&](std::size_t which, std::string_view) {
         switch (which) {
             case 0:
                 readOrSkipString(reader, symbol.id, keep);
@@ -238,11 +210,9 @@ void readSymbol(JsonReader& reader, Symbol& symbol, std::string& scratch, bool k
                 return true;
             }
             case 2: {
-                static constexpr std::array<std::string_view, 4> kRange{"endCol", "endLine", "startCol", "startLine"};
-                std::int64_t* targets[] = {&symbol.range.endCol, &symbol.range.endLine, &symbol.range.startCol,
-                                           &symbol.range.startLine};
-                readObject(reader, kRange, [&](std::size_t field, std::string_view) {
-                    if (field >= kRange.size()) return false;
+                const auto targets = rangeTargets(symbol.range);
+                readObject(reader, kRangeFields, [&](std::size_t field, std::string_view) {
+                    if (field >= kRangeFields.size()) return false;
                     *targets[field] = reader.readInteger();
                     return true;
                 });
@@ -437,12 +407,5 @@ std::string encodeCacheKey(const CacheKey& key) {
 
 std::string keyHash(const CacheKey& key) { return sha256Hex(encodeCacheKey(key)); }
 
-std::optional<std::string> tsconfigHash(std::string_view projectRoot) {
-    // Only the root files count, hashed raw: white space changes the key too.
-    for (const char* name : {"tsconfig.json", "jsconfig.json"}) {
-        if (auto bytes = readWholeFile(appendPathComponent(projectRoot, name))) return sha256Hex(*bytes);
-    }
-    return std::nullopt;
-}
 
 }  // namespace vantrel

@@ -1,4 +1,4 @@
-#include "cache/Hashing.h"
+#include "core/cache/Hashing.h"
 
 #include <openssl/evp.h>
 

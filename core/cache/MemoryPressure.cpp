@@ -1,4 +1,4 @@
-#include "cache/MemoryPressure.h"
+#include "core/cache/MemoryPressure.h"
 
 namespace vantrel {
 

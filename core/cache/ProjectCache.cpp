@@ -1,10 +1,10 @@
-#include "cache/ProjectCache.h"
+#include "core/cache/ProjectCache.h"
 
 #include <cstdlib>
 
-#include "cache/Hashing.h"
-#include "util/FileIO.h"
-#include "util/Paths.h"
+#include "core/cache/Hashing.h"
+#include "core/util/FileIO.h"
+#include "core/util/Paths.h"
 
 namespace vantrel {
 
@@ -14,6 +14,14 @@ std::optional<std::string> defaultApplicationSupportDirectory() {
     if (dataHome && dataHome[0] == '/') return standardizePath(dataHome);
     const char* home = std::getenv("HOME");
     if (home && home[0] == '/') return standardizePath(std::string(home) + "/.local/share");
+    return std::nullopt;
+}
+
+std::optional<std::string> tsconfigHash(std::string_view projectRoot) {
+    // Only the root files count, hashed raw: white space changes the key too.
+    for (const char* name : {"tsconfig.json", "jsconfig.json"}) {
+        if (auto bytes = readWholeFile(appendPathComponent(projectRoot, name))) return sha256Hex(*bytes);
+    }
     return std::nullopt;
 }
 
@@ -27,8 +35,7 @@ ProjectCache::ProjectCache(std::optional<std::string> applicationSupportDir)
 std::optional<std::string> ProjectCache::cacheRootURL() const {
     try {
         if (!supportDir_) return std::nullopt;
-        std::string root = appendPathComponent(*supportDir_, "Vantrel");
-        root = appendPathComponent(appendPathComponent(root, "cache"), "v2");
+        std::string root = appendPathComponent(*supportDir_, kCacheFolder);
         if (!createDirectories(root)) return std::nullopt;
         return root;
     } catch (...) {
@@ -41,7 +48,7 @@ namespace {
 // <support>/Vantrel/cache/v2/<project hash>: the path alone, nothing made.
 std::string projectDirPath(const std::string& supportDir, std::string_view projectRoot) {
     // Standardised first, so "/p/", "/p/." and "/p" are one project.
-    return appendPathComponent(supportDir, "Vantrel/cache/v2/" + sha256Hex(standardizePath(projectRoot)));
+    return appendPathComponent(appendPathComponent(supportDir, kCacheFolder), sha256Hex(standardizePath(projectRoot)));
 }
 
 std::string recordPathIn(const std::string& projectDir, std::string_view relPath) {

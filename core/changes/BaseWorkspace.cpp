@@ -1,4 +1,4 @@
-#include "changes/BaseWorkspace.h"
+#include "core/changes/BaseWorkspace.h"
 
 #include <fcntl.h>
 #include <sys/file.h>
@@ -7,11 +7,12 @@
 #include <algorithm>
 #include <cerrno>
 
-#include "cache/Hashing.h"
-#include "cache/ProjectCache.h"
-#include "model/IRJson.h"
-#include "util/FileIO.h"
-#include "util/Paths.h"
+#include "core/cache/Hashing.h"
+#include "core/cache/ProjectCache.h"
+#include "core/languages/LanguagePlugin.h"
+#include "core/model/IRJson.h"
+#include "core/util/FileIO.h"
+#include "core/util/Paths.h"
 
 namespace vantrel {
 

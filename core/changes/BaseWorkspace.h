@@ -9,9 +9,9 @@
 #include <optional>
 #include <string>
 
-#include "config/VantrelConfig.h"
-#include "languages/LanguagePlugin.h"
-#include "model/ProjectIR.h"
+#include "core/config/VantrelConfig.h"
+#include "core/languages/PluginList.h"
+#include "core/model/ProjectIR.h"
 
 namespace vantrel {
 

@@ -1,4 +1,4 @@
-#include "changes/ChangeReach.h"
+#include "core/changes/ChangeReach.h"
 
 #include <algorithm>
 #include <map>

@@ -4,8 +4,8 @@
 #include <cstdint>
 #include <vector>
 
-#include "changes/ChangedSymbols.h"
-#include "impact/BlastRadius.h"
+#include "core/changes/ChangedSymbols.h"
+#include "core/impact/BlastRadius.h"
 
 namespace vantrel {
 

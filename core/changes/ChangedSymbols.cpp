@@ -1,10 +1,10 @@
-#include "changes/ChangedSymbols.h"
+#include "core/changes/ChangedSymbols.h"
 
 #include <algorithm>
 #include <map>
 #include <tuple>
 
-#include "util/Text.h"
+#include "core/util/Text.h"
 
 namespace vantrel {
 

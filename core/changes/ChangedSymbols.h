@@ -7,8 +7,8 @@
 #include <string_view>
 #include <vector>
 
-#include "changes/UnifiedDiff.h"
-#include "model/ProjectIR.h"
+#include "core/changes/UnifiedDiff.h"
+#include "core/model/ProjectIR.h"
 
 namespace vantrel {
 

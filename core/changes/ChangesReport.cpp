@@ -1,9 +1,9 @@
-#include "changes/ChangesReport.h"
+#include "core/changes/ChangesReport.h"
 
 #include <nlohmann/json.hpp>
 
-#include "model/IRJson.h"
-#include "util/Text.h"
+#include "core/model/IRJson.h"
+#include "core/util/Text.h"
 
 namespace vantrel {
 

@@ -8,8 +8,8 @@
 #include <string>
 #include <vector>
 
-#include "changes/ChangedSymbols.h"
-#include "impact/BlastRadius.h"
+#include "core/changes/ChangedSymbols.h"
+#include "core/impact/BlastRadius.h"
 
 namespace vantrel {
 

@@ -1,4 +1,4 @@
-#include "changes/GitRepository.h"
+#include "core/changes/GitRepository.h"
 
 #include <fcntl.h>
 #include <poll.h>
@@ -11,8 +11,8 @@
 #include <cstring>
 #include <utility>
 
-#include "util/FileIO.h"
-#include "util/Text.h"
+#include "core/util/FileIO.h"
+#include "core/util/Text.h"
 
 extern char** environ;
 

@@ -1,8 +1,8 @@
-#include "changes/UnifiedDiff.h"
+#include "core/changes/UnifiedDiff.h"
 
 #include <charconv>
 
-#include "util/Text.h"
+#include "core/util/Text.h"
 
 namespace vantrel {
 

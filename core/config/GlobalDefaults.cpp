@@ -1,4 +1,4 @@
-#include "config/GlobalDefaults.h"
+#include "core/config/GlobalDefaults.h"
 
 namespace vantrel {
 

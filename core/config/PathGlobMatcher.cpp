@@ -1,4 +1,4 @@
-#include "config/PathGlobMatcher.h"
+#include "core/config/PathGlobMatcher.h"
 
 #include <cstring>
 

@@ -1,10 +1,10 @@
-#include "config/VantrelConfig.h"
+#include "core/config/VantrelConfig.h"
 
 #include <nlohmann/json.hpp>
 
-#include "model/IRJson.h"
-#include "util/FileIO.h"
-#include "util/Paths.h"
+#include "core/model/IRJson.h"
+#include "core/util/FileIO.h"
+#include "core/util/Paths.h"
 
 namespace vantrel {
 

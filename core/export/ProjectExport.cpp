@@ -1,8 +1,8 @@
-#include "export/ProjectExport.h"
+#include "core/export/ProjectExport.h"
 
 #include <cmath>
 
-#include "model/IRJson.h"
+#include "core/model/IRJson.h"
 
 namespace vantrel {
 

@@ -5,7 +5,7 @@
 #include <stdexcept>
 #include <string>
 
-#include "model/ProjectIR.h"
+#include "core/model/ProjectIR.h"
 
 namespace vantrel {
 

@@ -1,4 +1,4 @@
-#include "impact/BlastRadius.h"
+#include "core/impact/BlastRadius.h"
 
 #include <deque>
 #include <string>

@@ -6,7 +6,7 @@
 #include <map>
 #include <string_view>
 
-#include "model/ProjectIR.h"
+#include "core/model/ProjectIR.h"
 
 namespace vantrel {
 

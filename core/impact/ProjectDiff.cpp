@@ -1,4 +1,4 @@
-#include "impact/ProjectDiff.h"
+#include "core/impact/ProjectDiff.h"
 
 #include <algorithm>
 #include <functional>
@@ -6,7 +6,7 @@
 #include <limits>
 #include <set>
 
-#include "impact/BlastRadius.h"
+#include "core/impact/BlastRadius.h"
 
 namespace vantrel {
 

@@ -1,4 +1,4 @@
-#include "impact/ProjectDiffJson.h"
+#include "core/impact/ProjectDiffJson.h"
 
 #include <string>
 #include <vector>

@@ -7,8 +7,8 @@
 #include <nlohmann/json.hpp>
 #include <string_view>
 
-#include "impact/ProjectDiff.h"
-#include "model/IRJson.h"
+#include "core/impact/ProjectDiff.h"
+#include "core/model/IRJson.h"
 
 namespace vantrel {
 

@@ -6,31 +6,18 @@
 
 #include <tree_sitter/api.h>
 
-#include <map>
 #include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
 
-#include "model/ProjectIR.h"
+#include "core/languages/PluginList.h"
+#include "core/model/FileAnalysisResult.h"
+#include "core/model/ProjectIR.h"
 
 namespace vantrel {
 
 class TSConfigResolver;
-
-// One call found in a file: the enclosing declaration's id and the bare called name.
-struct CachedCallSite {
-    std::string callerId;
-    std::string calleeName;
-    bool operator==(const CachedCallSite&) const = default;
-};
-
-struct FileAnalysisResult {
-    std::vector<Symbol> symbols;                  // pass order, match order within a pass
-    std::map<std::string, std::string> imports;   // local name -> imported file's relative path
-    std::vector<CachedCallSite> calls;            // match order, repeats included
-    std::vector<ResolutionDiagnostic> diagnostics;
-};
 
 struct AnalysisInput {
     std::string filePath;     // absolute path of the file
@@ -52,7 +39,5 @@ public:
     virtual FileAnalysisResult analyzeFile(const AnalysisInput& input) const = 0;
 };
 
-using PluginPtr = std::shared_ptr<const LanguagePlugin>;
-using PluginList = std::vector<PluginPtr>;
 
 }  // namespace vantrel

@@ -1,4 +1,4 @@
-#include "layout/GraphLayout.h"
+#include "core/layout/GraphLayout.h"
 
 #include <algorithm>
 #include <cmath>

@@ -1,84 +1,21 @@
-#include "model/IRJson.h"
+#include "core/model/IRJson.h"
 
-#include <cmath>
+#include "core/model/SymbolJsonShape.h"
 
 namespace vantrel {
 
 using nlohmann::json;
-
-namespace jsonfield {
-
-std::string describeType(const json& value) {
-    if (value.is_null()) return "null";
-    if (value.is_boolean()) return "a boolean";
-    if (value.is_number_integer()) return "an integer";
-    if (value.is_number()) return "a number";
-    if (value.is_string()) return "a string";
-    if (value.is_array()) return "an array";
-    return "an object";
-}
-
-static std::string at(const std::string& where, const char* key) {
-    return where.empty() ? std::string(key) : where + "." + key;
-}
-
-void expectObject(const json& value, const std::string& where) {
-    if (!value.is_object())
-        throw DecodeError((where.empty() ? std::string("top level") : where) + ": expected an object, found " +
-                          describeType(value));
-}
-
-const json& require(const json& object, const char* key, const std::string& where) {
-    auto it = object.find(key);
-    if (it == object.end()) throw DecodeError("missing key '" + at(where, key) + "'");
-    return *it;
-}
-
-std::string requireString(const json& object, const char* key, const std::string& where) {
-    const json& value = require(object, key, where);
-    if (!value.is_string())
-        throw DecodeError("key '" + at(where, key) + "': expected a string, found " + describeType(value));
-    return value.get<std::string>();
-}
-
-std::int64_t requireInteger(const json& object, const char* key, const std::string& where) {
-    const json& value = require(object, key, where);
-    if (value.is_number_integer()) return value.get<std::int64_t>();
-    if (value.is_number_float()) {
-        double d = value.get<double>();
-        if (std::isfinite(d) && std::floor(d) == d && std::fabs(d) < 9.2e18) return static_cast<std::int64_t>(d);
-        throw DecodeError("key '" + at(where, key) + "': expected an integer, found " + value.dump());
-    }
-    throw DecodeError("key '" + at(where, key) + "': expected an integer, found " + describeType(value));
-}
-
-double requireNumber(const json& object, const char* key, const std::string& where) {
-    const json& value = require(object, key, where);
-    if (!value.is_number())
-        throw DecodeError("key '" + at(where, key) + "': expected a number, found " + describeType(value));
-    return value.get<double>();
-}
-
-const json& requireArray(const json& object, const char* key, const std::string& where) {
-    const json& value = require(object, key, where);
-    if (!value.is_array())
-        throw DecodeError("key '" + at(where, key) + "': expected an array, found " + describeType(value));
-    return value;
-}
-
-const json& requireObject(const json& object, const char* key, const std::string& where) {
-    const json& value = require(object, key, where);
-    if (!value.is_object())
-        throw DecodeError("key '" + at(where, key) + "': expected an object, found " + describeType(value));
-    return value;
-}
-
-}  // namespace jsonfield
-
 using namespace jsonfield;
 
+namespace {
+std::string key(std::string_view name) { return std::string(name); }
+}  // namespace
+
 json rangeToJson(const TextRange& r) {
-    return json{{"startLine", r.startLine}, {"startCol", r.startCol}, {"endLine", r.endLine}, {"endCol", r.endCol}};
+    json out = json::object();
+    const auto values = symboljson::rangeValues(r);
+    for (std::size_t i = 0; i < values.size(); ++i) out[key(symboljson::kRangeFields[i])] = values[i];
+    return out;
 }
 
 json symbolToJson(const Symbol& s) {
@@ -86,11 +23,12 @@ json symbolToJson(const Symbol& s) {
     for (const auto& id : s.refsIn) refsIn.push_back(id);
     json refsOut = json::array();
     for (const auto& id : s.refsOut) refsOut.push_back(id);
-    return json{{"id", s.id},
-                {"kind", std::string(rawValue(s.kind))},
-                {"range", rangeToJson(s.range)},
-                {"refsIn", std::move(refsIn)},
-                {"refsOut", std::move(refsOut)}};
+    using namespace symboljson;
+    return json{{key(kId), s.id},
+                {key(kKind), std::string(rawValue(s.kind))},
+                {key(kRange), rangeToJson(s.range)},
+                {key(kRefsIn), std::move(refsIn)},
+                {key(kRefsOut), std::move(refsOut)}};
 }
 
 json diagnosticToJson(const ResolutionDiagnostic& d) {
@@ -114,8 +52,11 @@ json projectIRToJson(const ProjectIR& ir) {
 
 TextRange rangeFromJson(const json& value, const std::string& where) {
     expectObject(value, where);
-    return TextRange{requireInteger(value, "startLine", where), requireInteger(value, "startCol", where),
-                     requireInteger(value, "endLine", where), requireInteger(value, "endCol", where)};
+    TextRange range;
+    const auto targets = symboljson::rangeTargets(range);
+    for (std::size_t i = 0; i < targets.size(); ++i)
+        *targets[i] = requireInteger(value, symboljson::kRangeFields[i].data(), where);
+    return range;
 }
 
 static IdSet idSetFromJson(const json& object, const char* key, const std::string& where) {
@@ -134,15 +75,16 @@ static IdSet idSetFromJson(const json& object, const char* key, const std::strin
 
 Symbol symbolFromJson(const json& value, const std::string& where) {
     expectObject(value, where);
+    using namespace symboljson;
     Symbol s;
-    s.id = requireString(value, "id", where);
-    std::string kind = requireString(value, "kind", where);
+    s.id = requireString(value, kId.data(), where);
+    std::string kind = requireString(value, kKind.data(), where);
     auto parsed = symbolKindFromRaw(kind);
     if (!parsed) throw DecodeError("key '" + where + ".kind': unknown symbol kind '" + kind + "'");
     s.kind = *parsed;
-    s.range = rangeFromJson(require(value, "range", where), where + ".range");
-    s.refsIn = idSetFromJson(value, "refsIn", where);
-    s.refsOut = idSetFromJson(value, "refsOut", where);
+    s.range = rangeFromJson(require(value, kRange.data(), where), where + "." + key(kRange));
+    s.refsIn = idSetFromJson(value, kRefsIn.data(), where);
+    s.refsOut = idSetFromJson(value, kRefsOut.data(), where);
     return s;
 }
 
@@ -185,46 +127,7 @@ ProjectIR projectIRFromJson(const json& value) {
     return ir;
 }
 
-// True when arrays and objects open more than `limit` deep, strings skipped. A look at
-// the bytes before parsing: nlohmann's parser callback, which could count depth too,
-// rescans a container's members at the end of each member object.
-static bool nestsDeeperThan(std::string_view bytes, int limit) {
-    int depth = 0;
-    bool inString = false;
-    for (std::size_t i = 0; i < bytes.size(); ++i) {
-        char c = bytes[i];
-        if (inString) {
-            if (c == '\\') ++i;
-            else if (c == '"') inString = false;
-        } else if (c == '"') {
-            inString = true;
-        } else if (c == '[' || c == '{') {
-            if (++depth > limit) return true;
-        } else if (c == ']' || c == '}') {
-            --depth;
-        }
-    }
-    return false;
-}
-
-json parseJsonOrThrow(std::string_view bytes) {
-    if (nestsDeeperThan(bytes, kMaxJsonDepth))
-        throw DecodeError("nested deeper than " + std::to_string(kMaxJsonDepth) + " levels");
-    try {
-        return json::parse(bytes.begin(), bytes.end());
-    } catch (const json::exception& e) {
-        // A syntax error, or a number too large for a double (out_of_range). nlohmann's
-        // text leads with its own error id; keep only the readable part.
-        std::string what = e.what();
-        auto pos = what.find("] ");
-        throw DecodeError("not valid JSON: " + (pos == std::string::npos ? what : what.substr(pos + 2)));
-    }
-}
-
 ProjectIR decodeProjectIR(std::string_view bytes) { return projectIRFromJson(parseJsonOrThrow(bytes)); }
 
-std::string dumpJson(const json& value, bool pretty) {
-    return value.dump(pretty ? 2 : -1, ' ', false, json::error_handler_t::replace);
-}
 
 }  // namespace vantrel

@@ -1,4 +1,4 @@
-#include "model/ProjectIR.h"
+#include "core/model/ProjectIR.h"
 
 #include <functional>
 

@@ -1,8 +1,8 @@
-#include "resolution/JSImportResolution.h"
+#include "core/resolution/JSImportResolution.h"
 
-#include "resolution/TSConfigResolver.h"
-#include "util/Paths.h"
-#include "util/Text.h"
+#include "core/resolution/TSConfigResolver.h"
+#include "core/util/Paths.h"
+#include "core/util/Text.h"
 
 namespace vantrel {
 

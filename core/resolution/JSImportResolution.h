@@ -7,7 +7,7 @@
 #include <string>
 #include <string_view>
 
-#include "model/ProjectIR.h"
+#include "core/model/ProjectIR.h"
 
 namespace vantrel {
 

@@ -1,8 +1,8 @@
-#include "resolution/PythonImports.h"
+#include "core/resolution/PythonImports.h"
 
-#include "util/FileIO.h"
-#include "util/Paths.h"
-#include "util/Text.h"
+#include "core/util/FileIO.h"
+#include "core/util/Paths.h"
+#include "core/util/Text.h"
 
 namespace vantrel {
 

@@ -10,7 +10,7 @@
 #include <string_view>
 #include <vector>
 
-#include "model/ProjectIR.h"
+#include "core/model/ProjectIR.h"
 
 namespace vantrel {
 

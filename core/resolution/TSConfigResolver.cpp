@@ -1,11 +1,11 @@
-#include "resolution/TSConfigResolver.h"
+#include "core/resolution/TSConfigResolver.h"
 
 #include <nlohmann/json.hpp>
 
-#include "model/IRJson.h"
-#include "util/FileIO.h"
-#include "util/Paths.h"
-#include "util/Text.h"
+#include "core/model/IRJson.h"
+#include "core/util/FileIO.h"
+#include "core/util/Paths.h"
+#include "core/util/Text.h"
 
 namespace vantrel {
 

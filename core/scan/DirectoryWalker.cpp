@@ -5,8 +5,8 @@
 
 #include <vector>
 
-#include "scan/Discovery.h"
-#include "util/Paths.h"
+#include "core/scan/Discovery.h"
+#include "core/util/Paths.h"
 
 namespace vantrel {
 

@@ -1,8 +1,9 @@
-#include "scan/Discovery.h"
+#include "core/scan/Discovery.h"
 
 #include <algorithm>
 
-#include "util/Paths.h"
+#include "core/languages/LanguagePlugin.h"
+#include "core/util/Paths.h"
 
 namespace vantrel {
 

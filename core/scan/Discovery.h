@@ -8,9 +8,9 @@
 #include <optional>
 #include <string>
 
-#include "config/PathGlobMatcher.h"
-#include "config/VantrelConfig.h"
-#include "languages/LanguagePlugin.h"
+#include "core/config/PathGlobMatcher.h"
+#include "core/config/VantrelConfig.h"
+#include "core/languages/PluginList.h"
 
 namespace vantrel {
 

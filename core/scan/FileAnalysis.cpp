@@ -1,10 +1,10 @@
-#include "scan/FileAnalysis.h"
+#include "core/scan/FileAnalysis.h"
 
-#include "cache/Hashing.h"
-#include "languages/syntax/SyntaxTree.h"
-#include "scan/ScanProgress.h"
-#include "util/FileIO.h"
-#include "util/Text.h"
+#include "core/cache/Hashing.h"
+#include "core/languages/syntax/SyntaxTree.h"
+#include "core/scan/ScanProgress.h"
+#include "core/util/FileIO.h"
+#include "core/util/Text.h"
 
 namespace vantrel {
 
@@ -27,34 +27,22 @@ FileAnalysisResult analyzeSource(const LanguagePlugin& plugin, const EnumeratedF
     return plugin.analyzeFile(AnalysisInput{file.path, file.relPath, root, text, top, tsconfig});
 }
 
-namespace {
+void FileScratch::releaseLarge() {
+    constexpr std::size_t kLargeBuffer = std::size_t{1} << 20;
+    if (source.capacity() > kLargeBuffer) std::string().swap(source);
+    if (recordBytes.capacity() > kLargeBuffer) std::string().swap(recordBytes);
+    if (record.symbols.capacity() > 1024 || record.diagnostics.capacity() > 1024 || record.calls.capacity() > 4096)
+        record = CachedFileResult{};
+}
 
-// Read buffers that stay with their thread from one file to the next. A fresh buffer
-// of a few kilobytes per file made the allocator tidy up all its small free blocks
-// first, every time. One that grew past a megabyte is let go after its file, so a huge
-// file does not keep its memory for the rest of the thread's life.
-class ReusedBuffer {
-public:
-    std::string& get() { return bytes_; }
-    void release() {
-        if (bytes_.capacity() > (std::size_t{1} << 20)) std::string().swap(bytes_);
-    }
-
-private:
-    std::string bytes_;
-};
-
-}  // namespace
-
-bool parseAndCache(const EnumeratedFile& file, const FileAnalysisContext& context, CachedFileResult& record) {
+bool parseAndCache(const EnumeratedFile& file, const FileAnalysisContext& context, FileScratch& scratch) {
     if (context.isCancelled && context.isCancelled()) throw ScanError(ScanError::Kind::cancelled);
 
-    thread_local ReusedBuffer source;
-    thread_local ReusedBuffer recordBytes;
+    CachedFileResult& record = scratch.record;
     std::string readError;
-    std::string& bytes = source.get();
+    std::string& bytes = scratch.source;
     if (!readWholeFileInto(file.path, bytes, &readError)) {
-        source.release();
+        scratch.releaseLarge();
         throw ScanError(ScanError::Kind::readFailed, file.path, readError);
     }
 
@@ -62,11 +50,9 @@ bool parseAndCache(const EnumeratedFile& file, const FileAnalysisContext& contex
     // The link phase reads the record again for its calls and imports: here only what the
     // merge takes is kept.
     bool hit = context.cache.loadFileInto(context.root, file.relPath, RecordFields::symbols, record,
-                                          recordBytes.get()) &&
+                                          scratch.recordBytes) &&
                record.fileHash == fileHash;
-    recordBytes.release();
     if (hit) {
-        source.release();
         if (context.stats) ++context.stats->fromCache;
         return true;
     }
@@ -74,7 +60,7 @@ bool parseAndCache(const EnumeratedFile& file, const FileAnalysisContext& contex
     // Text that is not valid UTF-8, and a file too large to analyse, count as an empty file.
     std::u16string text;
     if (bytes.size() <= AnalysisLimits::maxFileBytes) text = utf8ToUtf16(bytes).value_or(std::u16string());
-    source.release();
+    scratch.releaseLarge();  // the bytes are not needed from here on
 
     auto plugin = context.pluginByExt.find(file.ext);
     if (plugin == context.pluginByExt.end()) return false;

@@ -7,10 +7,11 @@
 #include <string>
 #include <string_view>
 
-#include "cache/ProjectCache.h"
-#include "resolution/TSConfigResolver.h"
-#include "scan/Discovery.h"
-#include "scan/SymbolScanner.h"
+#include "core/cache/ProjectCache.h"
+#include "core/resolution/TSConfigResolver.h"
+#include "core/scan/Discovery.h"
+#include "core/scan/SymbolScanner.h"
+#include "core/languages/LanguagePlugin.h"
 
 namespace vantrel {
 
@@ -44,11 +45,24 @@ struct AnalysisLimits {
 FileAnalysisResult analyzeSource(const LanguagePlugin& plugin, const EnumeratedFile& file, std::u16string_view text,
                                  const std::string& root, const TSConfigResolver* tsconfig);
 
-// The file's record into `record`, from the cache when its hash matches (then with only
-// the fields of RecordFields::symbols), else freshly analysed and saved; `record` keeps
-// the memory of what it held before where it can. False (and `record` unspecified) when
-// no plugin takes the file's extension. Throws ScanError when cancelled, when the file
-// cannot be read, or when the parser gives no tree.
-bool parseAndCache(const EnumeratedFile& file, const FileAnalysisContext& context, CachedFileResult& record);
+// The memory that one worker reuses from file to file: the file's bytes, its record's
+// bytes and the record read or made. A fresh buffer of a few kilobytes per file made the
+// allocator tidy up all its small free blocks first, every time. Owned by the caller, one
+// per worker, so that it ends with the scan.
+struct FileScratch {
+    std::string source;
+    std::string recordBytes;
+    CachedFileResult record;
+    // Lets go of what an uncommon file grew, so that a huge file does not keep its memory
+    // for the rest of the scan.
+    void releaseLarge();
+};
+
+// The file's record into `scratch.record`, from the cache when its hash matches (then
+// with only the fields of RecordFields::symbols), else freshly analysed and saved; the
+// record keeps the memory of what it held before where it can. False (and the record
+// unspecified) when no plugin takes the file's extension. Throws ScanError when
+// cancelled, when the file cannot be read, or when the parser gives no tree.
+[[nodiscard]] bool parseAndCache(const EnumeratedFile& file, const FileAnalysisContext& context, FileScratch& scratch);
 
 }  // namespace vantrel

@@ -1,8 +1,8 @@
-#include "scan/Linker.h"
+#include "core/scan/Linker.h"
 
 #include <algorithm>
 
-#include "util/Text.h"
+#include "core/util/Text.h"
 
 namespace vantrel {
 

@@ -9,8 +9,8 @@
 #include <string_view>
 #include <vector>
 
-#include "model/ProjectIR.h"
-#include "scan/SymbolNameIndex.h"
+#include "core/model/ProjectIR.h"
+#include "core/scan/SymbolNameIndex.h"
 
 namespace vantrel {
 

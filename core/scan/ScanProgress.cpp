@@ -1,4 +1,4 @@
-#include "scan/ScanProgress.h"
+#include "core/scan/ScanProgress.h"
 
 namespace vantrel {
 

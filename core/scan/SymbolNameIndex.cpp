@@ -1,11 +1,11 @@
-#include "scan/SymbolNameIndex.h"
+#include "core/scan/SymbolNameIndex.h"
 
 #include <algorithm>
 #include <bit>
 #include <functional>
 #include <optional>
 
-#include "util/TextOrder.h"
+#include "core/util/TextOrder.h"
 
 namespace vantrel {
 
@@ -17,7 +17,7 @@ std::optional<std::pair<std::string_view, std::size_t>> idNameAndFileLength(std:
     return std::make_pair(id.substr(nameColon + 1, kindColon - nameColon - 1), nameColon);
 }
 
-void SymbolNameIndex::add(const std::string& id, const Symbol& symbol) {
+void SymbolNameIndex::add(const std::string& id, Symbol& symbol) {
     auto parts = idNameAndFileLength(id);
     if (!parts) return;
     added_.push_back(Entry{std::hash<std::string_view>{}(parts->first), parts->first,
@@ -112,9 +112,9 @@ const NameCandidate* SymbolNameIndex::find(std::string_view id) const {
     return at != group.end() && at->id == id ? &*at : nullptr;
 }
 
-SymbolNameIndex symbolNameIndex(const ProjectIR& ir) {
+SymbolNameIndex symbolNameIndex(ProjectIR& ir) {
     SymbolNameIndex index;
-    for (const auto& [id, symbol] : ir.symbols) index.add(id, symbol);
+    for (auto& [id, symbol] : ir.symbols) index.add(id, symbol);
     index.finish();
     return index;
 }

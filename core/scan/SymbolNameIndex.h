@@ -13,16 +13,16 @@
 #include <string_view>
 #include <vector>
 
-#include "model/ProjectIR.h"
+#include "core/model/ProjectIR.h"
 
 namespace vantrel {
 
 // One symbol a name may stand for: its id, the length of the id's file part, and the
-// symbol itself in the graph the index was made from.
+// symbol itself in the graph the index was made from, whose edges its owner may change.
 struct NameCandidate {
     std::string_view id;
     std::size_t fileLength = 0;
-    const Symbol* symbol = nullptr;
+    Symbol* symbol = nullptr;
     std::string_view filePath() const { return id.substr(0, fileLength); }
 };
 
@@ -30,7 +30,7 @@ class SymbolNameIndex {
 public:
     // Adds one symbol of the graph; an id of fewer than three ':'-pieces has no name
     // and is left out. Additions are cheap, so they can follow the graph as it grows.
-    void add(const std::string& id, const Symbol& symbol);
+    void add(const std::string& id, Symbol& symbol);
     // Orders and groups what was added; done once, after the last addition.
     void finish();
 
@@ -61,7 +61,7 @@ private:
 };
 
 // The index of all of a graph's symbols, finished.
-SymbolNameIndex symbolNameIndex(const ProjectIR& ir);
+[[nodiscard]] SymbolNameIndex symbolNameIndex(ProjectIR& ir);
 
 // The name and the length of the file part of an id, read from its end; nothing for an
 // id of fewer than three pieces.

@@ -9,12 +9,12 @@
 #include <functional>
 #include <optional>
 
-#include "cache/ProjectCache.h"
-#include "config/VantrelConfig.h"
-#include "languages/LanguagePlugin.h"
-#include "model/ProjectIR.h"
-#include "scan/Discovery.h"
-#include "scan/ScanProgress.h"
+#include "core/cache/ProjectCache.h"
+#include "core/config/VantrelConfig.h"
+#include "core/languages/PluginList.h"
+#include "core/model/ProjectIR.h"
+#include "core/scan/Discovery.h"
+#include "core/scan/ScanProgress.h"
 
 namespace vantrel {
 
@@ -31,6 +31,22 @@ struct ScanStats {
     double linkSeconds = 0;   // the link walk
 };
 
+// Everything one scan takes. `batchSize` files go to the lanes at a time; at most
+// `maxConcurrentParses` (at least 1) are worked on at once. `knownFileCount`, when given,
+// spares the counting walk. `progress` is called serially (never two calls at once, each
+// seeing what the one before did) from the calling thread or the scan's workers;
+// `isCancelled` may be called from several threads at once.
+struct ScanOptions {
+    std::string root;
+    VantrelConfig config;
+    std::int64_t batchSize = 200;
+    std::int64_t maxConcurrentParses = 4;
+    std::optional<std::int64_t> knownFileCount;
+    ProgressCallback progress;
+    CancelCheck isCancelled;
+    ScanStats* stats = nullptr;
+};
+
 class SymbolScanner {
 public:
     SymbolScanner(PluginList plugins, ProjectCache cache);
@@ -42,14 +58,14 @@ public:
     const ProjectCache& cache() const { return cache_; }
 
     // Files a scan with this configuration would process (see countSourceFiles).
-    std::int64_t countSourceFiles(const std::string& root, const VantrelConfig& config,
+    [[nodiscard]] std::int64_t countSourceFiles(const std::string& root, const VantrelConfig& config,
                                   const CancelCheck& isCancelled = {}) const;
 
-    // Blocks the calling thread until the scan ends. `progress` is called serially (never
-    // two calls at once, each seeing what the one before did) from the calling thread or
-    // the scan's workers; `isCancelled` may be called from several threads at once.
-    // Throws ScanError (kind cancelled when `isCancelled` answered true at a poll).
-    ProjectIR scanProject(const std::string& root, const VantrelConfig& config, std::int64_t batchSize,
+    // Blocks the calling thread until the scan ends. Throws ScanError (kind cancelled
+    // when `isCancelled` answered true at a poll).
+    [[nodiscard]] ProjectIR scanProject(const ScanOptions& options) const;
+    // The same, the options given one by one.
+    [[nodiscard]] ProjectIR scanProject(const std::string& root, const VantrelConfig& config, std::int64_t batchSize,
                           std::int64_t maxConcurrentParses, std::optional<std::int64_t> knownFileCount,
                           const ProgressCallback& progress, const CancelCheck& isCancelled,
                           ScanStats* stats = nullptr) const;

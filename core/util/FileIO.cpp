@@ -1,4 +1,4 @@
-#include "util/FileIO.h"
+#include "core/util/FileIO.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>

@@ -1,10 +1,10 @@
-#include "util/Paths.h"
+#include "core/util/Paths.h"
 
 #include <unistd.h>
 
 #include <vector>
 
-#include "util/Text.h"
+#include "core/util/Text.h"
 
 namespace vantrel {
 

@@ -1,4 +1,4 @@
-#include "util/Timestamp.h"
+#include "core/util/Timestamp.h"
 
 #include <chrono>
 

@@ -1,6 +1,6 @@
 // Generated from the Unicode Character Database 14.0.0: code point ranges of the
 // general categories Lu (uppercase letter) and Lt (titlecase letter).
-#include "util/Text.h"
+#include "core/util/Text.h"
 
 #include <algorithm>
 #include <array>

@@ -8,8 +8,8 @@
 #include <optional>
 #include <vector>
 
-#include "state/ProjectStore.h"
-#include "support/TempDir.h"
+#include "app/state/ProjectStore.h"
+#include "tests/support/TempDir.h"
 
 namespace vantrel::testing {
 

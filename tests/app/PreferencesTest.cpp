@@ -2,11 +2,11 @@
 #include <QSettings>
 #include <QTest>
 
-#include "AppTestSupport.h"
-#include "config/GlobalDefaults.h"
-#include "state/Preferences.h"
-#include "state/PreferencesManager.h"
-#include "state/RecentProjectsManager.h"
+#include "tests/app/AppTestSupport.h"
+#include "core/config/GlobalDefaults.h"
+#include "app/state/Preferences.h"
+#include "app/state/PreferencesManager.h"
+#include "app/state/RecentProjectsManager.h"
 
 using namespace vantrel;
 using namespace vantrel::testing;

@@ -8,11 +8,11 @@
 #include <algorithm>
 #include <atomic>
 
-#include "AppTestSupport.h"
-#include "model/IRJson.h"
-#include "state/Preferences.h"
-#include "state/RecentProjectsManager.h"
-#include "util/FileIO.h"
+#include "tests/app/AppTestSupport.h"
+#include "core/model/IRJson.h"
+#include "app/state/Preferences.h"
+#include "app/state/RecentProjectsManager.h"
+#include "core/util/FileIO.h"
 
 using namespace vantrel;
 using namespace vantrel::testing;

@@ -2,7 +2,7 @@
 // settings and data folders are temporary, so no test reaches the user's own.
 #include <QGuiApplication>
 
-#include "AppTestSupport.h"
+#include "tests/app/AppTestSupport.h"
 
 int main(int argc, char** argv) {
     vantrel::testing::TempDir home;

@@ -4,12 +4,12 @@
 #include <cmath>
 #include <numbers>
 
-#include "AppTestSupport.h"
-#include "canvas/CanvasLayout.h"
-#include "canvas/CanvasShapes.h"
-#include "canvas/CanvasTooltip.h"
-#include "canvas/NodePicker.h"
-#include "support/GraphBuilder.h"
+#include "tests/app/AppTestSupport.h"
+#include "app/canvas/CanvasLayout.h"
+#include "app/canvas/CanvasShapes.h"
+#include "app/canvas/CanvasTooltip.h"
+#include "app/canvas/NodePicker.h"
+#include "tests/support/GraphBuilder.h"
 
 using namespace vantrel;
 using namespace vantrel::testing;

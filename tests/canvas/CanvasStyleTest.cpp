@@ -3,11 +3,11 @@
 #include <QImage>
 #include <QTest>
 
-#include "AppTestSupport.h"
-#include "canvas/CanvasStyles.h"
-#include "canvas/EdgeMask.h"
-#include "canvas/GraphScene.h"
-#include "support/GraphBuilder.h"
+#include "tests/app/AppTestSupport.h"
+#include "app/canvas/CanvasStyles.h"
+#include "app/canvas/EdgeMask.h"
+#include "app/canvas/GraphScene.h"
+#include "tests/support/GraphBuilder.h"
 
 using namespace vantrel;
 using namespace vantrel::testing;

@@ -9,12 +9,12 @@
 #include <memory>
 #include <numbers>
 
-#include "AppTestSupport.h"
-#include "canvas/BandTeam.h"
-#include "canvas/CanvasTooltip.h"
-#include "canvas/GraphPainter.h"
-#include "canvas/GraphScene.h"
-#include "impact/BlastRadius.h"
+#include "tests/app/AppTestSupport.h"
+#include "app/canvas/BandTeam.h"
+#include "app/canvas/CanvasTooltip.h"
+#include "app/canvas/GraphPainter.h"
+#include "app/canvas/GraphScene.h"
+#include "core/impact/BlastRadius.h"
 
 using namespace vantrel;
 

@@ -2,9 +2,9 @@
 // through the levels with Tab and along one level with left and right.
 #include <QTest>
 
-#include "AppTestSupport.h"
-#include "canvas/GraphWalks.h"
-#include "support/GraphBuilder.h"
+#include "tests/app/AppTestSupport.h"
+#include "app/canvas/GraphWalks.h"
+#include "tests/support/GraphBuilder.h"
 
 using namespace vantrel;
 using namespace vantrel::testing;

@@ -10,9 +10,9 @@
 #include <QTest>
 #include <QWheelEvent>
 
-#include "AppTestSupport.h"
-#include "canvas/CanvasLayout.h"
-#include "canvas/ImpactGraphView.h"
+#include "tests/app/AppTestSupport.h"
+#include "app/canvas/CanvasLayout.h"
+#include "app/canvas/ImpactGraphView.h"
 
 using namespace vantrel;
 using namespace vantrel::testing;

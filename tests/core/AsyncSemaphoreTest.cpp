@@ -5,8 +5,8 @@
 #include <condition_variable>
 #include <thread>
 
-#include "cache/AsyncSemaphore.h"
-#include "cache/Hashing.h"
+#include "core/cache/AsyncSemaphore.h"
+#include "core/cache/Hashing.h"
 
 using vantrel::AsyncSemaphore;
 using namespace std::chrono_literals;

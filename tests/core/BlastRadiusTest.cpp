@@ -1,7 +1,7 @@
 #include <gtest/gtest.h>
 
-#include "impact/BlastRadius.h"
-#include "support/GraphBuilder.h"
+#include "core/impact/BlastRadius.h"
+#include "tests/support/GraphBuilder.h"
 
 namespace vantrel {
 namespace {

@@ -2,9 +2,9 @@
 // record, whatever the strings hold, and a strict read of anything else.
 #include <gtest/gtest.h>
 
-#include "cache/ProjectCache.h"
-#include "model/IRJson.h"
-#include "util/Text.h"
+#include "core/cache/ProjectCache.h"
+#include "core/model/IRJson.h"
+#include "core/util/Text.h"
 
 namespace vantrel {
 namespace {

@@ -2,11 +2,11 @@
 // union of blast radii, and the Markdown comment. No git runs here.
 #include <gtest/gtest.h>
 
-#include "changes/ChangeReach.h"
-#include "changes/ChangedSymbols.h"
-#include "changes/ChangesReport.h"
-#include "changes/UnifiedDiff.h"
-#include "support/GraphBuilder.h"
+#include "core/changes/ChangeReach.h"
+#include "core/changes/ChangedSymbols.h"
+#include "core/changes/ChangesReport.h"
+#include "core/changes/UnifiedDiff.h"
+#include "tests/support/GraphBuilder.h"
 
 namespace vantrel {
 namespace {

@@ -7,10 +7,10 @@
 #include <nlohmann/json.hpp>
 #include <optional>
 
-#include "support/RunCommand.h"
-#include "support/TempDir.h"
-#include "util/FileIO.h"
-#include "util/Text.h"
+#include "tests/support/RunCommand.h"
+#include "tests/support/TempDir.h"
+#include "core/util/FileIO.h"
+#include "core/util/Text.h"
 
 namespace vantrel {
 namespace {

@@ -3,10 +3,10 @@
 
 #include <nlohmann/json.hpp>
 
-#include "model/IRJson.h"
-#include "support/RunCommand.h"
-#include "support/TempDir.h"
-#include "util/FileIO.h"
+#include "core/model/IRJson.h"
+#include "tests/support/RunCommand.h"
+#include "tests/support/TempDir.h"
+#include "core/util/FileIO.h"
 
 namespace vantrel {
 namespace {

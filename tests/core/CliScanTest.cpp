@@ -8,10 +8,10 @@
 #include <iterator>
 #include <thread>
 
-#include "model/IRJson.h"
-#include "support/RunCommand.h"
-#include "support/TempDir.h"
-#include "util/FileIO.h"
+#include "core/model/IRJson.h"
+#include "tests/support/RunCommand.h"
+#include "tests/support/TempDir.h"
+#include "core/util/FileIO.h"
 
 namespace vantrel {
 namespace {

@@ -3,9 +3,10 @@
 
 #include <set>
 
-#include "support/TempDir.h"
-#include "scan/Discovery.h"
-#include "util/Paths.h"
+#include "tests/support/TempDir.h"
+#include "core/languages/LanguagePlugin.h"
+#include "core/scan/Discovery.h"
+#include "core/util/Paths.h"
 
 using namespace vantrel;
 using Strings = std::vector<std::string>;

@@ -8,8 +8,8 @@
 #include <fstream>
 #include <thread>
 
-#include "support/TempDir.h"
-#include "util/FileIO.h"
+#include "tests/support/TempDir.h"
+#include "core/util/FileIO.h"
 
 namespace vantrel {
 namespace {

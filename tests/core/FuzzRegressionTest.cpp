@@ -5,8 +5,8 @@
 #include <algorithm>
 #include <filesystem>
 
-#include "FuzzTargets.h"
-#include "util/FileIO.h"
+#include "fuzz/FuzzTargets.h"
+#include "core/util/FileIO.h"
 
 namespace vantrel {
 namespace {

@@ -7,8 +7,8 @@
 #include <set>
 #include <utility>
 
-#include "layout/GraphLayout.h"
-#include "support/GraphBuilder.h"
+#include "core/layout/GraphLayout.h"
+#include "tests/support/GraphBuilder.h"
 
 namespace vantrel {
 namespace {

@@ -10,16 +10,16 @@
 #include <map>
 #include <thread>
 
-#include "config/GlobalDefaults.h"
-#include "languages/syntax/Grammars.h"
-#include "languages/syntax/SyntaxTree.h"
-#include "export/ProjectExport.h"
-#include "model/IRJson.h"
-#include "scan/SymbolScanner.h"
-#include "support/RunCommand.h"
-#include "support/TempDir.h"
-#include "util/FileIO.h"
-#include "util/Text.h"
+#include "core/config/GlobalDefaults.h"
+#include "core/languages/syntax/Grammars.h"
+#include "core/languages/syntax/SyntaxTree.h"
+#include "core/export/ProjectExport.h"
+#include "core/model/IRJson.h"
+#include "core/scan/SymbolScanner.h"
+#include "tests/support/RunCommand.h"
+#include "tests/support/TempDir.h"
+#include "core/util/FileIO.h"
+#include "core/util/Text.h"
 
 namespace vantrel {
 namespace {
@@ -134,7 +134,7 @@ TEST(HostileInput, FilesThatVanishOrCannotBeReadFailTheScanByName) {
     bool removed = false;
     try {
         SymbolScanner scanner(SymbolScanner::defaultPlugins(), ProjectCache(dir / "support"));
-        scanner.scanProject(root + "/many", defaultGlobalConfig(), 1, 1, std::nullopt,
+        (void)scanner.scanProject(root + "/many", defaultGlobalConfig(), 1, 1, std::nullopt,
                             [&](const ScanProgress& p) {
                                 if (p.phase != ScanPhase::parsing || removed) return;
                                 removed = true;

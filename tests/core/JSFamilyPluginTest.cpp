@@ -4,10 +4,10 @@
 #include <random>
 #include <set>
 
-#include "core/JSTestSupport.h"
-#include "languages/js/JSEnclosingScope.h"
-#include "languages/js/JSFamilyQueries.h"
-#include "resolution/TSConfigResolver.h"
+#include "tests/core/JSTestSupport.h"
+#include "core/languages/js/JSEnclosingScope.h"
+#include "core/languages/js/JSFamilyQueries.h"
+#include "core/resolution/TSConfigResolver.h"
 
 namespace vantrel {
 namespace {

@@ -11,12 +11,12 @@
 
 #include <unistd.h>
 
-#include "languages/js/JSFamilyPlugin.h"
-#include "languages/syntax/Grammars.h"
-#include "languages/syntax/SyntaxTree.h"
-#include "util/FileIO.h"
-#include "util/Paths.h"
-#include "util/Text.h"
+#include "core/languages/js/JSFamilyPlugin.h"
+#include "core/languages/syntax/Grammars.h"
+#include "core/languages/syntax/SyntaxTree.h"
+#include "core/util/FileIO.h"
+#include "core/util/Paths.h"
+#include "core/util/Text.h"
 
 namespace vantrel::jstest {
 

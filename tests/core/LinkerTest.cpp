@@ -2,7 +2,7 @@
 // caller's own file, and no edge whenever a step stays ambiguous.
 #include <gtest/gtest.h>
 
-#include "scan/Linker.h"
+#include "core/scan/Linker.h"
 
 #include <algorithm>
 #include <vector>
@@ -16,7 +16,7 @@ ProjectIR graphOf(std::initializer_list<const char*> ids) {
     return ir;
 }
 
-std::optional<std::string> resolve(const ProjectIR& ir, const std::string& name,
+std::optional<std::string> resolve(ProjectIR& ir, const std::string& name,
                                    std::map<std::string, std::string> imports, const std::string& current) {
     return resolveCalleeId(name, imports, current, symbolNameIndex(ir));
 }
@@ -74,7 +74,7 @@ TEST(Linker, ACommonNameListsItsCandidatesByFileThenIdWhateverTheOrderAdded) {
     SymbolMap symbols;
     for (const auto& id : ids) symbols.emplace(id, Symbol{id, SymbolKind::function, {}, {}, {}});
     std::vector<NameCandidate> expected;
-    for (const auto& [id, symbol] : symbols)
+    for (auto& [id, symbol] : symbols)
         expected.push_back(NameCandidate{id, *symbolFilePath(id) == id ? 0 : symbolFilePath(id)->size(), &symbol});
     std::sort(expected.begin(), expected.end(), [](const NameCandidate& a, const NameCandidate& b) {
         return a.filePath() != b.filePath() ? a.filePath() < b.filePath() : a.id < b.id;

@@ -2,7 +2,7 @@
 // strict apart from its two stated leniencies, naming the problem when it refuses.
 #include <gtest/gtest.h>
 
-#include "model/IRJson.h"
+#include "core/model/IRJson.h"
 
 namespace vantrel {
 namespace {

@@ -2,7 +2,7 @@
 
 #include <chrono>
 
-#include "config/PathGlobMatcher.h"
+#include "core/config/PathGlobMatcher.h"
 
 using vantrel::PathGlobMatcher;
 

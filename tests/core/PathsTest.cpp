@@ -6,8 +6,8 @@
 
 #include <filesystem>
 
-#include "util/Paths.h"
-#include "util/Text.h"
+#include "core/util/Paths.h"
+#include "core/util/Text.h"
 
 namespace vantrel {
 namespace {

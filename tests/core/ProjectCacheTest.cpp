@@ -4,10 +4,10 @@
 #include <filesystem>
 #include <thread>
 
-#include "support/TempDir.h"
-#include "cache/Hashing.h"
-#include "cache/ProjectCache.h"
-#include "util/FileIO.h"
+#include "tests/support/TempDir.h"
+#include "core/cache/Hashing.h"
+#include "core/cache/ProjectCache.h"
+#include "core/util/FileIO.h"
 
 using namespace vantrel;
 using vantrel::testing::TempDir;

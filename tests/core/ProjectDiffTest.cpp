@@ -1,8 +1,8 @@
 #include <gtest/gtest.h>
 
-#include "impact/ProjectDiff.h"
-#include "impact/ProjectDiffJson.h"
-#include "support/GraphBuilder.h"
+#include "core/impact/ProjectDiff.h"
+#include "core/impact/ProjectDiffJson.h"
+#include "tests/support/GraphBuilder.h"
 
 namespace vantrel {
 namespace {

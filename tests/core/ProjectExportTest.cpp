@@ -3,9 +3,9 @@
 #include <cmath>
 #include <limits>
 
-#include "export/ProjectExport.h"
-#include "model/IRJson.h"
-#include "support/GraphBuilder.h"
+#include "core/export/ProjectExport.h"
+#include "core/model/IRJson.h"
+#include "tests/support/GraphBuilder.h"
 
 namespace vantrel {
 namespace {

@@ -4,9 +4,9 @@
 
 #include <filesystem>
 
-#include "resolution/PythonImports.h"
-#include "util/FileIO.h"
-#include "util/Paths.h"
+#include "core/resolution/PythonImports.h"
+#include "core/util/FileIO.h"
+#include "core/util/Paths.h"
 
 using namespace vantrel;
 

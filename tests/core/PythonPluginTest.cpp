@@ -1,10 +1,10 @@
 #include <gtest/gtest.h>
 
-#include "languages/python/PythonPlugin.h"
-#include "languages/syntax/Grammars.h"
-#include "languages/syntax/SyntaxTree.h"
-#include "util/FileIO.h"
-#include "util/Text.h"
+#include "core/languages/python/PythonPlugin.h"
+#include "core/languages/syntax/Grammars.h"
+#include "core/languages/syntax/SyntaxTree.h"
+#include "core/util/FileIO.h"
+#include "core/util/Text.h"
 
 using namespace vantrel;
 

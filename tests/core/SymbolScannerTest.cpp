@@ -6,12 +6,12 @@
 #include <filesystem>
 #include <mutex>
 
-#include "cache/Hashing.h"
-#include "config/GlobalDefaults.h"
-#include "export/ProjectExport.h"
-#include "scan/SymbolScanner.h"
-#include "support/TempDir.h"
-#include "util/FileIO.h"
+#include "core/cache/Hashing.h"
+#include "core/config/GlobalDefaults.h"
+#include "core/export/ProjectExport.h"
+#include "core/scan/SymbolScanner.h"
+#include "tests/support/TempDir.h"
+#include "core/util/FileIO.h"
 
 namespace vantrel {
 namespace {

@@ -6,9 +6,9 @@
 #include <filesystem>
 #include <random>
 
-#include "SyntaxWalkCheck.h"
-#include "util/FileIO.h"
-#include "util/Text.h"
+#include "fuzz/SyntaxWalkCheck.h"
+#include "core/util/FileIO.h"
+#include "core/util/Text.h"
 
 namespace vantrel {
 namespace {

@@ -1,8 +1,8 @@
 #include <gtest/gtest.h>
 
-#include "core/JSTestSupport.h"
-#include "resolution/JSImportResolution.h"
-#include "resolution/TSConfigResolver.h"
+#include "tests/core/JSTestSupport.h"
+#include "core/resolution/JSImportResolution.h"
+#include "core/resolution/TSConfigResolver.h"
 
 namespace vantrel {
 namespace {

@@ -10,7 +10,7 @@
 #include <string>
 #include <vector>
 
-#include "util/TextOrder.h"
+#include "core/util/TextOrder.h"
 
 namespace vantrel {
 namespace {

@@ -2,8 +2,8 @@
 
 #include <filesystem>
 
-#include "support/TempDir.h"
-#include "config/VantrelConfig.h"
+#include "tests/support/TempDir.h"
+#include "core/config/VantrelConfig.h"
 
 using vantrel::mergeConfig;
 using vantrel::VantrelConfig;

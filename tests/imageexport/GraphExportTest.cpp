@@ -5,9 +5,9 @@
 #include <cmath>
 #include <limits>
 
-#include "GraphExport.h"
-#include "export/ProjectExport.h"
-#include "support/GraphBuilder.h"
+#include "imageexport/GraphExport.h"
+#include "core/export/ProjectExport.h"
+#include "tests/support/GraphBuilder.h"
 
 namespace vantrel {
 namespace {

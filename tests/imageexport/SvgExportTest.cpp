@@ -5,9 +5,9 @@
 #include <cstdlib>
 #include <limits>
 
-#include "DecimalText.h"
-#include "GraphExport.h"
-#include "support/GraphBuilder.h"
+#include "imageexport/DecimalText.h"
+#include "imageexport/GraphExport.h"
+#include "tests/support/GraphBuilder.h"
 
 namespace vantrel {
 namespace {

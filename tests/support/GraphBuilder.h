@@ -4,7 +4,7 @@
 
 #include <string>
 
-#include "model/ProjectIR.h"
+#include "core/model/ProjectIR.h"
 
 namespace vantrel::testing {
 

@@ -1,4 +1,4 @@
-#include "support/RunCommand.h"
+#include "tests/support/RunCommand.h"
 
 #include <fcntl.h>
 #include <sys/wait.h>
@@ -7,7 +7,7 @@
 #include <fstream>
 #include <sstream>
 
-#include "support/TempDir.h"
+#include "tests/support/TempDir.h"
 
 namespace vantrel::testing {
 

@@ -3,8 +3,8 @@
 #include <QImage>
 #include <QTest>
 
-#include "AppTestSupport.h"
-#include "support/RunCommand.h"
+#include "tests/app/AppTestSupport.h"
+#include "tests/support/RunCommand.h"
 
 using namespace vantrel::testing;
 

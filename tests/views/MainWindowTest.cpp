@@ -12,17 +12,17 @@
 #include <QUrl>
 #include <memory>
 
-#include "AppTestSupport.h"
-#include "canvas/CanvasPalette.h"
-#include "canvas/ImpactGraphView.h"
-#include "state/Preferences.h"
-#include "views/Appearance.h"
-#include "views/DropOverlayView.h"
-#include "views/FailurePanel.h"
-#include "views/MainWindow.h"
-#include "views/OnboardingView.h"
-#include "views/ProgressPanel.h"
-#include "views/SidebarView.h"
+#include "tests/app/AppTestSupport.h"
+#include "app/canvas/CanvasPalette.h"
+#include "app/canvas/ImpactGraphView.h"
+#include "app/state/Preferences.h"
+#include "app/views/Appearance.h"
+#include "app/views/DropOverlayView.h"
+#include "app/views/FailurePanel.h"
+#include "app/views/MainWindow.h"
+#include "app/views/OnboardingView.h"
+#include "app/views/ProgressPanel.h"
+#include "app/views/SidebarView.h"
 
 using namespace vantrel;
 using namespace vantrel::testing;

@@ -10,14 +10,14 @@
 #include <QTest>
 #include <memory>
 
-#include "AppTestSupport.h"
-#include "model/IRJson.h"
-#include "canvas/CanvasPalette.h"
-#include "views/DiagnosticsGroup.h"
-#include "views/SegmentedPicker.h"
-#include "views/SidebarView.h"
-#include "views/Stepper.h"
-#include "views/SymbolListModel.h"
+#include "tests/app/AppTestSupport.h"
+#include "core/model/IRJson.h"
+#include "app/canvas/CanvasPalette.h"
+#include "app/views/DiagnosticsGroup.h"
+#include "app/views/SegmentedPicker.h"
+#include "app/views/SidebarView.h"
+#include "app/views/Stepper.h"
+#include "app/views/SymbolListModel.h"
 
 using namespace vantrel;
 using namespace vantrel::testing;

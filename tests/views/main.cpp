@@ -2,7 +2,7 @@
 // application uses) whose home, settings and data folders are temporary.
 #include <QApplication>
 
-#include "AppTestSupport.h"
+#include "tests/app/AppTestSupport.h"
 
 int main(int argc, char** argv) {
     vantrel::testing::TempDir home;

@@ -1,9 +1,9 @@
-#include "languages/js/JSEnclosingScope.h"
+#include "core/languages/js/JSEnclosingScope.h"
 
-#include "languages/js/JSFamilyPlugin.h"
-#include "languages/syntax/SyntaxTree.h"
-#include "languages/syntax/TreeWalk.h"
-#include "model/ProjectIR.h"
+#include "core/languages/js/JSFamilyPlugin.h"
+#include "core/languages/syntax/SyntaxTree.h"
+#include "core/languages/syntax/TreeWalk.h"
+#include "core/model/ProjectIR.h"
 
 namespace vantrel {
 

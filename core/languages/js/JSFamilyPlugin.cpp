@@ -1,12 +1,12 @@
-#include "languages/js/JSFamilyPlugin.h"
+#include "core/languages/js/JSFamilyPlugin.h"
 
-#include "languages/js/JSEnclosingScope.h"
-#include "languages/js/JSFamilySyntax.h"
-#include "languages/syntax/CommonPasses.h"
-#include "languages/syntax/Grammars.h"
-#include "languages/syntax/SyntaxTree.h"
-#include "resolution/JSImportResolution.h"
-#include "util/Text.h"
+#include "core/languages/js/JSEnclosingScope.h"
+#include "core/languages/js/JSFamilySyntax.h"
+#include "core/languages/syntax/CommonPasses.h"
+#include "core/languages/syntax/Grammars.h"
+#include "core/languages/syntax/SyntaxTree.h"
+#include "core/resolution/JSImportResolution.h"
+#include "core/util/Text.h"
 
 namespace vantrel {
 

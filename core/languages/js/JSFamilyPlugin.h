@@ -10,7 +10,7 @@
 #include <string_view>
 #include <vector>
 
-#include "languages/LanguagePlugin.h"
+#include "core/languages/LanguagePlugin.h"
 
 namespace vantrel {
 

@@ -1,12 +1,12 @@
-#include "languages/js/JSFamilySyntax.h"
+#include "core/languages/js/JSFamilySyntax.h"
 
 #include <string>
 #include <vector>
 
-#include "languages/js/JSFamilyQueries.h"
-#include "languages/syntax/Grammars.h"
-#include "languages/syntax/SyntaxTree.h"
-#include "languages/syntax/TreeWalk.h"
+#include "core/languages/js/JSFamilyQueries.h"
+#include "core/languages/syntax/Grammars.h"
+#include "core/languages/syntax/SyntaxTree.h"
+#include "core/languages/syntax/TreeWalk.h"
 
 namespace vantrel {
 

@@ -7,7 +7,7 @@
 
 #include <tree_sitter/api.h>
 
-#include "languages/syntax/RecordedMatches.h"
+#include "core/languages/syntax/RecordedMatches.h"
 
 namespace vantrel {
 

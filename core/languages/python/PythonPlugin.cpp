@@ -1,10 +1,10 @@
-#include "languages/python/PythonPlugin.h"
+#include "core/languages/python/PythonPlugin.h"
 
-#include "languages/python/PythonSyntax.h"
-#include "languages/syntax/CommonPasses.h"
-#include "languages/syntax/Grammars.h"
-#include "languages/syntax/SyntaxTree.h"
-#include "resolution/PythonImports.h"
+#include "core/languages/python/PythonSyntax.h"
+#include "core/languages/syntax/CommonPasses.h"
+#include "core/languages/syntax/Grammars.h"
+#include "core/languages/syntax/SyntaxTree.h"
+#include "core/resolution/PythonImports.h"
 
 namespace vantrel {
 

@@ -4,7 +4,7 @@
 // called name or the last attribute of a dotted call. Names only: no scopes, no types.
 #pragma once
 
-#include "languages/LanguagePlugin.h"
+#include "core/languages/LanguagePlugin.h"
 
 namespace vantrel {
 

@@ -1,7 +1,7 @@
-#include "languages/python/PythonScopes.h"
+#include "core/languages/python/PythonScopes.h"
 
-#include "languages/syntax/SyntaxTree.h"
-#include "model/ProjectIR.h"
+#include "core/languages/syntax/SyntaxTree.h"
+#include "core/model/ProjectIR.h"
 
 namespace vantrel {
 

@@ -1,8 +1,8 @@
-#include "languages/python/PythonSyntax.h"
+#include "core/languages/python/PythonSyntax.h"
 
-#include "languages/syntax/Grammars.h"
-#include "languages/syntax/SyntaxTree.h"
-#include "languages/syntax/TreeWalk.h"
+#include "core/languages/syntax/Grammars.h"
+#include "core/languages/syntax/SyntaxTree.h"
+#include "core/languages/syntax/TreeWalk.h"
 
 namespace vantrel {
 

@@ -9,8 +9,8 @@
 #include <string_view>
 #include <vector>
 
-#include "languages/python/PythonScopes.h"
-#include "languages/syntax/RecordedMatches.h"
+#include "core/languages/python/PythonScopes.h"
+#include "core/languages/syntax/RecordedMatches.h"
 
 namespace vantrel {
 

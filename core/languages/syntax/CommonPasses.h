@@ -9,9 +9,9 @@
 #include <string>
 #include <vector>
 
-#include "languages/LanguagePlugin.h"
-#include "languages/syntax/RecordedMatches.h"
-#include "languages/syntax/SyntaxTree.h"
+#include "core/languages/LanguagePlugin.h"
+#include "core/languages/syntax/RecordedMatches.h"
+#include "core/languages/syntax/SyntaxTree.h"
 
 namespace vantrel {
 

@@ -10,7 +10,7 @@
 #include <utility>
 #include <vector>
 
-#include "languages/syntax/SyntaxTree.h"
+#include "core/languages/syntax/SyntaxTree.h"
 
 namespace vantrel {
 

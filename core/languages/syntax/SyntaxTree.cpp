@@ -1,4 +1,4 @@
-#include "languages/syntax/SyntaxTree.h"
+#include "core/languages/syntax/SyntaxTree.h"
 
 #include <algorithm>
 #include <bit>
@@ -6,7 +6,7 @@
 #include <map>
 #include <mutex>
 
-#include "util/Text.h"
+#include "core/util/Text.h"
 
 namespace vantrel {
 

@@ -1,15 +1,14 @@
-#include "model/JsonReader.h"
+#include "core/json/JsonReader.h"
 
 #include <bit>
 #include <charconv>
 #include <cmath>
-#include <cstdlib>
 
 #if defined(__SSE2__)
 #include <emmintrin.h>
 #endif
 
-#include "util/Text.h"
+#include "core/util/Text.h"
 
 namespace vantrel {
 
@@ -33,17 +32,12 @@ void JsonReader::skipWhitespaceRun() {
 
 void JsonReader::failExpected(char c) const { fail(std::string("expected '") + c + "'"); }
 
-
-
 bool JsonReader::nextKey(std::string_view& key, std::string& scratch) {
     if (!nextMember('}')) return false;
     key = readStringView(scratch);
     expect(':');
     return true;
 }
-
-
-
 
 namespace {
 
@@ -248,15 +242,13 @@ std::int64_t JsonReader::readInteger() {
     std::string_view number = numberText();
     auto [parsedTo, error] = std::from_chars(number.data(), number.data() + number.size(), value);
     if (error == std::errc() && parsedTo == number.data() + number.size()) return value;
-    double d = std::strtod(std::string(number).c_str(), nullptr);
-    if (std::isfinite(d) && std::floor(d) == d && std::fabs(d) < 9.2e18) return static_cast<std::int64_t>(d);
+    // Integral numbers written with a fraction or exponent (2.0, 1e3). from_chars, unlike
+    // strtod, does not follow the locale: under a comma-decimal LC_NUMERIC strtod stops
+    // at the '.' of "2.0" and would read 2 for "2.5".
+    double d = 0;
+    auto [doubleTo, doubleError] = std::from_chars(number.data(), number.data() + number.size(), d);
+    if (doubleError == std::errc() && doubleTo == number.data() + number.size() && std::isfinite(d) && std::floor(d) == d && std::fabs(d) < 9.2e18) return static_cast<std::int64_t>(d);
     throw DecodeError("expected an integer, found " + std::string(number));
-}
-
-double JsonReader::readNumber() {
-    if (peek() != Type::number) fail("expected a number");
-    std::string_view number = numberText();
-    return std::strtod(std::string(number).c_str(), nullptr);
 }
 
 void JsonReader::expectLiteral(std::string_view literal) {

@@ -1,8 +1,9 @@
-#include "model/JsonWriter.h"
+#include "core/json/JsonWriter.h"
 
 #include <charconv>
+#include <nlohmann/json.hpp>
 
-#include "util/Text.h"
+#include "core/util/Text.h"
 
 namespace vantrel {
 
@@ -52,6 +53,30 @@ void appendJsonInteger(std::string& out, std::int64_t value) {
     char buffer[24];
     auto [end, error] = std::to_chars(buffer, buffer + sizeof buffer, value);
     out.append(buffer, end);
+}
+
+void appendJsonNumber(std::string& out, double value) { out.append(nlohmann::json(value).dump()); }
+
+void JsonTextWriter::open(char bracket, bool empty) {
+    out_.push_back(bracket);
+    if (empty) {
+        out_.push_back(bracket == '{' ? '}' : ']');
+        closedEmpty_ = true;
+        return;
+    }
+    closedEmpty_ = false;
+    ++depth_;
+    first_ = true;
+}
+
+void JsonTextWriter::close(char bracket) {
+    if (closedEmpty_) {
+        closedEmpty_ = false;
+        return;
+    }
+    --depth_;
+    newline();
+    out_.push_back(bracket);
 }
 
 }  // namespace vantrel

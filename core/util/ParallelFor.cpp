@@ -1,6 +1,7 @@
-#include "scan/WorkerPool.h"
+#include "core/util/ParallelFor.h"
 
 #include <algorithm>
+#include <cassert>
 
 namespace vantrel {
 
@@ -19,6 +20,7 @@ WorkerPool::~WorkerPool() {
 }
 
 void WorkerPool::post(std::function<void()> job) {
+    assert(!threads_.empty() && "a pool without threads never runs a job");
     {
         std::lock_guard lock(mutex_);
         jobs_.push_back(std::move(job));
@@ -40,41 +42,56 @@ void WorkerPool::run() {
     }
 }
 
-IndexedTasks::IndexedTasks(WorkerPool& pool, std::size_t count, std::size_t lanes,
-                           std::function<void(std::size_t)> work, CallerJoins callerJoins)
+ParallelFor::ParallelFor(WorkerPool& pool, std::size_t count, std::size_t lanes, Work work,
+                         CallerJoins callerJoins)
     : work_(std::move(work)), count_(count) {
     std::size_t laneCount = std::min(std::max<std::size_t>(1, lanes), count);
     if (callerJoins == CallerJoins::yes && laneCount > 0) {
-        callerLane_ = true;
+        callerLanePending_ = true;
         --laneCount;
+        callerLane_ = laneCount;
     }
+    // A loop that needs the pool must have one with threads, or it would never end.
+    assert(laneCount == 0 || pool.threadCount() > 0);
     // Counted before the first lane starts: a lane that ends lowers the count at once.
     lanesRunning_ = laneCount;
-    for (std::size_t i = 0; i < laneCount; ++i) pool.post([this] { runLane(); });
+    for (std::size_t lane = 0; lane < laneCount; ++lane) pool.post([this, lane] { runLane(lane); });
 }
 
-IndexedTasks::~IndexedTasks() { wait(); }
+ParallelFor::~ParallelFor() { wait(); }
 
-void IndexedTasks::takeIndexes() {
-    for (std::size_t i = next_++; i < count_; i = next_++) work_(i);
+void ParallelFor::takeIndexes(std::size_t lane) {
+    for (std::size_t i = next_++; i < count_; i = next_++) work_(i, lane);
 }
 
-void IndexedTasks::runLane() {
-    takeIndexes();
+void ParallelFor::runLane(std::size_t lane) {
+    takeIndexes(lane);
     // Notified under the lock: the waiter may destroy this object as soon as it sees
     // the count reach zero, so nothing may touch it after the lock is released.
     std::lock_guard lock(mutex_);
     if (--lanesRunning_ == 0) finished_.notify_all();
 }
 
-void IndexedTasks::wait() {
+void ParallelFor::wait() {
     // Only the thread that waits reads or clears the flag.
-    if (callerLane_) {
-        callerLane_ = false;
-        takeIndexes();
+    if (callerLanePending_) {
+        callerLanePending_ = false;
+        takeIndexes(callerLane_);
     }
     std::unique_lock lock(mutex_);
     finished_.wait(lock, [&] { return lanesRunning_ == 0; });
+}
+
+void parallelFor(WorkerPool& pool, std::size_t count, std::size_t lanes, const ParallelFor::Work& work,
+                 const std::function<void()>& first) {
+    if (count <= 1 || lanes <= 1 || pool.threadCount() == 0) {
+        if (first) first();
+        for (std::size_t i = 0; i < count; ++i) work(i, 0);
+        return;
+    }
+    ParallelFor loop(pool, count, lanes, std::cref(work), ParallelFor::CallerJoins::yes);
+    if (first) first();
+    loop.wait();
 }
 
 }  // namespace vantrel

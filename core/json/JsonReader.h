@@ -8,7 +8,7 @@
 #include <string>
 #include <string_view>
 
-#include "model/IRJson.h"
+#include "core/json/DecodeError.h"
 
 namespace vantrel {
 
@@ -45,6 +45,13 @@ public:
         first_ = false;
         return true;
     }
+    bool takeLiteral(std::string_view literal) {
+        if (text_.size() - pos_ < literal.size() || std::memcmp(text_.data() + pos_, literal.data(), literal.size()) != 0)
+            return false;
+        pos_ += literal.size();
+        first_ = false;
+        return true;
+    }
     // The next byte, unread; '\0' at the end.
     char peekByte() const { return pos_ < text_.size() ? text_[pos_] : '\0'; }
     struct Mark {
@@ -68,7 +75,6 @@ public:
     void skipString();
     // An integer, also written as an integral number such as 2.0.
     std::int64_t readInteger();
-    double readNumber();
     void readNull();
     void skipValue();
 
@@ -101,7 +107,6 @@ private:
     void scanStringBody(Sink& sink);
     std::string_view numberText();
     void expectLiteral(std::string_view literal);
-    void afterValue();
 
     std::string_view text_;
     std::size_t pos_ = 0;
