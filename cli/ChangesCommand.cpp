@@ -46,9 +46,9 @@ std::string supportDirFor(const std::optional<std::string>& cacheDir) {
 // unless a hidden folder (which scans pass over) holds it.
 void requireOutsideScan(const std::string& baseTree, const std::string& root) {
     std::string relative = relativePath(baseTree, root);
-    if (startsWith(relative, "/")) return;
+    if (relative.starts_with("/")) return;
     for (auto component : splitKeepingEmpty(relative, "/"))
-        if (startsWith(component, ".")) return;
+        if (component.starts_with(".")) return;
     throw CommandError("the cache folder lies inside " + root + ", where the base tree would be scanned with it; "
                        "pass a --cache-dir outside it");
 }

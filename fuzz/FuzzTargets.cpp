@@ -47,14 +47,14 @@ std::u16string textOf(std::string_view bytes) {
 void checkAnalysis(const FileAnalysisResult& result, const std::string& relPath) {
     std::string prefix = relPath + ":";
     for (const auto& symbol : result.symbols) {
-        require(startsWith(symbol.id, prefix), "symbol id outside the file: " + symbol.id);
-        require(endsWith(symbol.id, ":" + std::string(rawValue(symbol.kind))), "id without its kind: " + symbol.id);
+        require(symbol.id.starts_with(prefix), "symbol id outside the file: " + symbol.id);
+        require(symbol.id.ends_with(":" + std::string(rawValue(symbol.kind))), "id without its kind: " + symbol.id);
         const TextRange& r = symbol.range;
         require(r.startLine >= 1 && r.startCol >= 1 && r.endLine >= 1 && r.endCol >= 1, "position below 1");
         require(r.startLine < r.endLine || (r.startLine == r.endLine && r.startCol <= r.endCol), "range ends first");
     }
     for (const auto& call : result.calls) {
-        require(startsWith(call.callerId, prefix), "caller outside the file: " + call.callerId);
+        require(call.callerId.starts_with(prefix), "caller outside the file: " + call.callerId);
         require(!call.calleeName.empty(), "empty callee name");
     }
     for (const auto& diagnostic : result.diagnostics)

@@ -6,6 +6,6 @@
 namespace vantrel {
 
 // Lower-case hexadecimal SHA-256 of the bytes: always 64 characters.
-std::string sha256Hex(std::string_view data);
+[[nodiscard]] std::string sha256Hex(std::string_view data);
 
 }  // namespace vantrel

@@ -12,7 +12,7 @@ namespace {
 
 // The part of `path` below the folder, or empty when it lies outside.
 std::string belowFolder(const std::optional<std::string>& path, std::string_view prefix) {
-    if (!path || !startsWith(*path, prefix) || path->size() == prefix.size()) return "";
+    if (!path || !path->starts_with(prefix) || path->size() == prefix.size()) return "";
     return path->substr(prefix.size());
 }
 
@@ -46,7 +46,7 @@ bool touchedAtBase(const TextRange& range, const FileChange& change) {
 template <typename Visit>
 void forEachSymbolOf(const ProjectIR& ir, const std::string& path, Visit visit) {
     std::string prefix = path + ":";
-    for (auto it = ir.symbols.lower_bound(prefix); it != ir.symbols.end() && startsWith(it->first, prefix); ++it) {
+    for (auto it = ir.symbols.lower_bound(prefix); it != ir.symbols.end() && it->first.starts_with(prefix); ++it) {
         // One more ":" separates name and kind; more would mean a longer path that starts alike.
         if (std::count(it->first.begin() + static_cast<std::ptrdiff_t>(prefix.size()), it->first.end(), ':') == 1)
             visit(it->second);

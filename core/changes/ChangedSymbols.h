@@ -47,7 +47,7 @@ struct ChangedSymbol {
 // `previousId`: its identity moved. A symbol of `base` whose id is gone and that no
 // renamed symbol took over is "removed". Nested declarations each count on their own.
 // Sorted by change (added, modified, removed), then by id.
-std::vector<ChangedSymbol> changedSymbols(const std::vector<FileChange>& changes, const ProjectIR& current,
+[[nodiscard]] std::vector<ChangedSymbol> changedSymbols(const std::vector<FileChange>& changes, const ProjectIR& current,
                                           const ProjectIR& base);
 
 }  // namespace vantrel

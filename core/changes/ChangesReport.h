@@ -33,15 +33,15 @@ struct ChangesReport {
 };
 
 // Locations come from `current`, else from `base` (removed symbols and their callers).
-ChangesReport makeChangesReport(std::string baseRevision, std::string baseCommit, std::int64_t depth,
+[[nodiscard]] ChangesReport makeChangesReport(std::string baseRevision, std::string baseCommit, std::int64_t depth,
                                 const std::vector<ChangedSymbol>& changed, const ImpactLevels& reached,
                                 const ProjectIR& current, const ProjectIR& base);
 
 // Rows of one Markdown table; the rest of a level is counted below it.
 constexpr std::size_t kMarkdownRowsPerLevel = 50;
 
-std::string renderChangesText(const ChangesReport& report);
-std::string renderChangesJson(const ChangesReport& report);
-std::string renderChangesMarkdown(const ChangesReport& report);
+[[nodiscard]] std::string renderChangesText(const ChangesReport& report);
+[[nodiscard]] std::string renderChangesJson(const ChangesReport& report);
+[[nodiscard]] std::string renderChangesMarkdown(const ChangesReport& report);
 
 }  // namespace vantrel

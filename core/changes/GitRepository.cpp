@@ -119,7 +119,7 @@ std::string reasonOf(const GitRun& run) {
     std::string_view text = trimWhitespace(run.err);
     text = text.substr(0, text.find('\n'));
     for (std::string_view label : {"fatal: ", "error: "})
-        if (startsWith(text, label)) text.remove_prefix(label.size());
+        if (text.starts_with(label)) text.remove_prefix(label.size());
     if (text.empty()) return "git ended with exit code " + std::to_string(run.exitCode);
     return std::string(trimWhitespace(text));
 }

@@ -44,7 +44,7 @@ std::optional<std::string> headerPath(std::string_view text, std::string_view pr
     if (!text.empty() && text.back() == '\t') text.remove_suffix(1);
     if (text == "/dev/null") return std::nullopt;
     std::string path = unquoteGitPath(text);
-    if (startsWith(path, prefix)) path.erase(0, prefix.size());
+    if (path.starts_with(prefix)) path.erase(0, prefix.size());
     return path;
 }
 
@@ -115,24 +115,24 @@ std::vector<FileDiff> parseUnifiedDiff(std::string_view patch) {
             }
             oldLeft = newLeft = 0;  // a short body: read the line as a header
         }
-        if (startsWith(line, "diff --git ")) {
+        if (line.starts_with("diff --git ")) {
             files.emplace_back();
             file = &files.back();
             continue;
         }
         if (!file) continue;
-        if (startsWith(line, "--- ")) {
+        if (line.starts_with("--- ")) {
             file->oldPath = headerPath(line.substr(4), "a/");
-        } else if (startsWith(line, "+++ ")) {
+        } else if (line.starts_with("+++ ")) {
             file->newPath = headerPath(line.substr(4), "b/");
-        } else if (startsWith(line, "rename from ")) {
+        } else if (line.starts_with("rename from ")) {
             file->oldPath = unquoteGitPath(line.substr(12));
-        } else if (startsWith(line, "rename to ")) {
+        } else if (line.starts_with("rename to ")) {
             file->newPath = unquoteGitPath(line.substr(10));
-        } else if (startsWith(line, "copy from ")) {
+        } else if (line.starts_with("copy from ")) {
             file->oldPath = unquoteGitPath(line.substr(10));
             file->copied = true;
-        } else if (startsWith(line, "copy to ")) {
+        } else if (line.starts_with("copy to ")) {
             file->newPath = unquoteGitPath(line.substr(8));
         } else if (auto hunk = parseHunkHeader(line)) {
             file->hunks.push_back(*hunk);

@@ -36,7 +36,7 @@ std::optional<DiffHunk> parseHunkHeader(std::string_view line);
 // copies understood). Hunk bodies are skipped by their counted lines, so a removed line
 // that reads "--- x" is never taken for a file header. Files without hunks (pure
 // renames, mode changes, binary files) are kept; their paths still tell what moved.
-std::vector<FileDiff> parseUnifiedDiff(std::string_view patch);
+[[nodiscard]] std::vector<FileDiff> parseUnifiedDiff(std::string_view patch);
 
 // A path as git prints it: C-quoted when it holds special bytes ("\"a\\tb\"", octal
 // escapes for bytes beyond ASCII), else as it stands.

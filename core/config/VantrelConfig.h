@@ -30,6 +30,6 @@ struct VantrelConfig {
 // Lays a project's file over global settings: a non-empty project `exclude` replaces
 // the global one, the project's `maxDepth` always wins (unlimited), and its
 // `enabledLanguages` wins when present. Without a project file, the global settings.
-VantrelConfig mergeConfig(const VantrelConfig& global, const std::optional<VantrelConfig>& project);
+[[nodiscard]] VantrelConfig mergeConfig(const VantrelConfig& global, const std::optional<VantrelConfig>& project);
 
 }  // namespace vantrel

@@ -17,6 +17,6 @@ using ImpactLevels = std::map<int, IdSet>;
 // its lowest level; the target itself never does, and a level without members has no
 // key. An id without a symbol is recorded but not followed. `maxDepth` below 1 gives
 // nothing. Pure; cannot fail.
-ImpactLevels calculateBlastRadius(std::string_view targetId, const ProjectIR& ir, std::int64_t maxDepth);
+[[nodiscard]] ImpactLevels calculateBlastRadius(std::string_view targetId, const ProjectIR& ir, std::int64_t maxDepth);
 
 }  // namespace vantrel

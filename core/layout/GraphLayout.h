@@ -29,10 +29,10 @@ inline constexpr double kLayoutBound = 0.62;  // |x| and |y| of a force layout n
 // circle layout of that list, and 140 steps of pairwise repulsion, springs along the
 // (undirected, deduplicated) calls between existing symbols, damping and clamping to
 // ±kLayoutBound follow. Self-calls and callees without a symbol are ignored.
-NodePositions computeForceLayout(const ProjectIR& ir);
+[[nodiscard]] NodePositions computeForceLayout(const ProjectIR& ir);
 
 // The id at index i of n stands at angle i / n * 2π on a circle of radius 0.45 around
 // the origin, index 0 at (0.45, 0). Duplicate ids keep the position of their last index.
-NodePositions computeCircleLayout(const std::vector<std::string>& ids);
+[[nodiscard]] NodePositions computeCircleLayout(const std::vector<std::string>& ids);
 
 }  // namespace vantrel

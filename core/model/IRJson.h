@@ -23,15 +23,15 @@ nlohmann::json projectIRToJson(const ProjectIR& ir);
 TextRange rangeFromJson(const nlohmann::json& value, const std::string& where);
 Symbol symbolFromJson(const nlohmann::json& value, const std::string& where);
 ResolutionDiagnostic diagnosticFromJson(const nlohmann::json& value, const std::string& where);
-ProjectIR projectIRFromJson(const nlohmann::json& value);
+[[nodiscard]] ProjectIR projectIRFromJson(const nlohmann::json& value);
 
 // Parses text and decodes it; a syntax error is a DecodeError too.
-ProjectIR decodeProjectIR(std::string_view bytes);
+[[nodiscard]] ProjectIR decodeProjectIR(std::string_view bytes);
 
 // The graph's JSON form written straight to text, byte for byte what
 // dumpJson(projectIRToJson(ir), pretty) gives, without building a document first: a
 // large project's document takes several times the memory of the graph itself.
-std::string writeProjectIRJson(const ProjectIR& ir, bool pretty);
+[[nodiscard]] std::string writeProjectIRJson(const ProjectIR& ir, bool pretty);
 
 
 }  // namespace vantrel

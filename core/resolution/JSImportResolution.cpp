@@ -27,7 +27,7 @@ JSImportResolution resolveJSImportSource(std::string_view rawText, std::string_v
     std::string_view specifier = unquotedImportSpec(rawText);
     std::string quoted = "'" + std::string(specifier) + "'";
 
-    if (startsWith(specifier, ".")) {
+    if (specifier.starts_with(".")) {
         // Relative: beside the importer only; the path mapping plays no part.
         std::string base = resolvePath(deletingLastPathComponent(standardizePath(filePath)), specifier);
         if (auto hit = TSConfigResolver::firstExistingFile(base)) return {relativePath(*hit, rootPath), std::nullopt};
@@ -37,7 +37,7 @@ JSImportResolution resolveJSImportSource(std::string_view rawText, std::string_v
     if (tsconfig) {
         if (auto hit = tsconfig->resolveNonRelative(specifier)) return {relativePath(*hit, rootPath), std::nullopt};
     }
-    if (startsWith(specifier, "@/")) {
+    if (specifier.starts_with("@/")) {
         std::string suggestion = "Could not resolve " + quoted + " \u2192 No paths mapping found in tsconfig.json";
         return {std::nullopt, diagnostic(importerRel, specifier, Reason::noTsConfig, std::move(suggestion))};
     }

@@ -103,8 +103,8 @@ LeadingDots splitLeadingDots(std::string_view moduleSpec) {
 std::vector<ImportEntry> parsePythonImportStatement(std::string_view text) {
     std::string flat = replaceAll(text, "\n", " ");
     std::string_view statement = trimWhitespace(flat);
-    if (startsWith(statement, "import ")) return parseImportForm(statement.substr(7));
-    if (startsWith(statement, "from ")) return parseFromForm(statement.substr(5));
+    if (statement.starts_with("import ")) return parseImportForm(statement.substr(7));
+    if (statement.starts_with("from ")) return parseFromForm(statement.substr(5));
     return {};
 }
 

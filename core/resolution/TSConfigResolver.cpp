@@ -166,7 +166,7 @@ std::optional<std::string> TSConfigResolver::resolveNonRelative(std::string_view
         if (star == std::string::npos) continue;
         std::string_view prefix = std::string_view(key).substr(0, star);
         std::string_view suffix = std::string_view(key).substr(star + 1);
-        if (specifier.size() < prefix.size() + suffix.size() || !startsWith(specifier, prefix) || !endsWith(specifier, suffix))
+        if (specifier.size() < prefix.size() + suffix.size() || !specifier.starts_with(prefix) || !specifier.ends_with(suffix))
             continue;
         std::string_view captured = specifier.substr(prefix.size(), specifier.size() - prefix.size() - suffix.size());
         for (const auto& target : targets)

@@ -49,7 +49,7 @@ const NameCandidate* resolveCallee(const std::string& calleeName, const std::map
         bool ambiguous = false;
         for (const auto& candidate : candidates) {
             bool matches = std::any_of(std::begin(variants), std::end(variants),
-                                       [&](const std::string& v) { return endsWith(candidate.filePath(), v); });
+                                       [&](const std::string& v) { return candidate.filePath().ends_with(v); });
             if (!matches) continue;
             if (found) {
                 ambiguous = true;

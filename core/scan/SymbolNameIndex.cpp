@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <bit>
+#include <cassert>
 #include <functional>
 #include <optional>
 
@@ -18,6 +19,7 @@ std::optional<std::pair<std::string_view, std::size_t>> idNameAndFileLength(std:
 }
 
 void SymbolNameIndex::add(const std::string& id, Symbol& symbol) {
+    assert(slots_.empty() && "additions come before finish");
     auto parts = idNameAndFileLength(id);
     if (!parts) return;
     added_.push_back(Entry{std::hash<std::string_view>{}(parts->first), parts->first,
@@ -47,6 +49,7 @@ void sortGroup(std::span<NameCandidate> group) {
 }  // namespace
 
 void SymbolNameIndex::finish() {
+    assert(slots_.empty() && "finish is called once");
     // Groups by name through the table itself (no sort of all entries: that cost more
     // than the rest of the index), then each name's candidates are placed together and
     // ordered by file, then id. That order is total, so the index does not depend on

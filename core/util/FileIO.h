@@ -8,7 +8,7 @@
 namespace vantrel {
 
 // The whole file, or nothing with `error` set to the system's reason.
-std::optional<std::string> readWholeFile(const std::string& path, std::string* error = nullptr);
+[[nodiscard]] std::optional<std::string> readWholeFile(const std::string& path, std::string* error = nullptr);
 // The same into `data`, whose capacity is kept from one call to the next: a loop over
 // many files then allocates only for the largest. False (and `data` unspecified) on error.
 bool readWholeFileInto(const std::string& path, std::string& data, std::string* error = nullptr);

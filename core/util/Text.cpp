@@ -1,6 +1,7 @@
 #include "core/util/Text.h"
 
 #include <algorithm>
+#include <cassert>
 
 namespace vantrel {
 
@@ -151,12 +152,6 @@ std::string_view trimWhitespace(std::string_view text) {
     return text.substr(begin, end - begin);
 }
 
-bool startsWith(std::string_view text, std::string_view prefix) { return text.substr(0, prefix.size()) == prefix; }
-
-bool endsWith(std::string_view text, std::string_view suffix) {
-    return text.size() >= suffix.size() && text.substr(text.size() - suffix.size()) == suffix;
-}
-
 std::vector<std::string_view> splitKeepingEmpty(std::string_view text, std::string_view separator) {
     std::vector<std::string_view> pieces;
     std::size_t start = 0;
@@ -172,6 +167,7 @@ std::vector<std::string_view> splitKeepingEmpty(std::string_view text, std::stri
 }
 
 std::string replaceAll(std::string_view text, std::string_view from, std::string_view to) {
+    assert(!from.empty() && "an empty pattern would match everywhere");
     std::string out;
     out.reserve(text.size());
     std::size_t start = 0;

@@ -35,9 +35,6 @@ bool isUppercaseOrTitlecaseLetter(char32_t scalar);
 bool isWhitespaceOrNewline(char32_t scalar);
 std::string_view trimWhitespace(std::string_view text);
 
-bool startsWith(std::string_view text, std::string_view prefix);
-bool endsWith(std::string_view text, std::string_view suffix);
-
 // Splits at every occurrence of `separator`, keeping empty pieces.
 std::vector<std::string_view> splitKeepingEmpty(std::string_view text, std::string_view separator);
 

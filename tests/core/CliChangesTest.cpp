@@ -113,7 +113,7 @@ TEST_F(CliChanges, WorkingTreeEditsInTypeScriptAndPython) {
               "level 2\n"
               "  src/app/main.ts:format:function\n"
               "  src/app/main.ts:start:function\n");
-    EXPECT_TRUE(startsWith(text.out, "base HEAD ")) << text.out;
+    EXPECT_TRUE(text.out.starts_with("base HEAD ")) << text.out;
 }
 
 TEST_F(CliChanges, RenamedFileAndCrlfFile) {

@@ -212,7 +212,7 @@ TEST(HostileInput, TenMegabyteConfigurationFiles) {
     // Refused at the 65th bracket, before ten million levels of document are built.
     std::string nested(10u << 20, '[');
     try {
-        decodeProjectIR(nested);
+        (void)decodeProjectIR(nested);
         ADD_FAILURE() << "brackets decoded";
     } catch (const DecodeError& e) {
         EXPECT_NE(std::string(e.what()).find("nested deeper than 64 levels"), std::string::npos) << e.what();
