@@ -58,7 +58,8 @@ thread_local std::vector<std::uint32_t> touched;
 inline int floorToInt(double v) { return static_cast<int>(v + 65536.0) - 65536; }
 inline int ceilToInt(double v) { return -floorToInt(-v); }
 
-// Cuts the segment a→b to the rectangle; false when nothing of it lies inside.
+// Cuts the segment a→b to the rectangle; false when nothing of it lies inside. Liang–Barsky
+// clipping: each edge narrows the parameter interval [t0, t1] of a + t·(b − a).
 bool clipSegment(QPointF& a, QPointF& b, double left, double top, double right, double bottom) {
     double t0 = 0, t1 = 1;
     const double dx = b.x() - a.x(), dy = b.y() - a.y();

@@ -2,7 +2,8 @@
 // step reads each of them from memory many times over; instead each item gets a number
 // made of the eight bytes that follow the prefix all the texts share, and the items are
 // sorted by those numbers, then by the next eight bytes where they tie, and so on. The
-// order is exactly the order of the texts.
+// order is exactly the order of the texts. In effect a most-significant-digit-first string
+// sort with eight-byte digits, each level a comparison sort of 64-bit keys, not buckets.
 #pragma once
 
 #include <algorithm>
