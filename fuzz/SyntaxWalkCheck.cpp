@@ -3,10 +3,10 @@
 #include <utility>
 #include <vector>
 
-#include "core/languages/js/JSFamilyQueries.h"
-#include "core/languages/js/JSFamilySyntax.h"
-#include "core/languages/python/PythonQueries.h"
-#include "core/languages/python/PythonSyntax.h"
+#include "core/languages/js/internal/JSFamilyQueries.h"
+#include "core/languages/js/internal/JSFamilySyntax.h"
+#include "core/languages/python/internal/PythonQueries.h"
+#include "core/languages/python/internal/PythonSyntax.h"
 #include "core/languages/syntax/Grammars.h"
 #include "core/languages/syntax/RecordedMatches.h"
 

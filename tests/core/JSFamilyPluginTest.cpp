@@ -5,8 +5,8 @@
 #include <set>
 
 #include "tests/core/JSTestSupport.h"
-#include "core/languages/js/JSEnclosingScope.h"
-#include "core/languages/js/JSFamilyQueries.h"
+#include "core/languages/js/internal/JSEnclosingScope.h"
+#include "core/languages/js/internal/JSFamilyQueries.h"
 #include "core/resolution/TSConfigResolver.h"
 
 namespace vantrel {

@@ -2,7 +2,7 @@
 // caller's own file, and no edge whenever a step stays ambiguous.
 #include <gtest/gtest.h>
 
-#include "core/scan/Linker.h"
+#include "core/scan/internal/Linker.h"
 
 #include <algorithm>
 #include <vector>

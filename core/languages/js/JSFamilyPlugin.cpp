@@ -1,7 +1,7 @@
 #include "core/languages/js/JSFamilyPlugin.h"
 
-#include "core/languages/js/JSEnclosingScope.h"
-#include "core/languages/js/JSFamilySyntax.h"
+#include "core/languages/js/internal/JSEnclosingScope.h"
+#include "core/languages/js/internal/JSFamilySyntax.h"
 #include "core/languages/syntax/CommonPasses.h"
 #include "core/languages/syntax/Grammars.h"
 #include "core/languages/syntax/SyntaxTree.h"

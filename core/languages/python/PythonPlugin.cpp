@@ -1,6 +1,6 @@
 #include "core/languages/python/PythonPlugin.h"
 
-#include "core/languages/python/PythonSyntax.h"
+#include "core/languages/python/internal/PythonSyntax.h"
 #include "core/languages/syntax/CommonPasses.h"
 #include "core/languages/syntax/Grammars.h"
 #include "core/languages/syntax/SyntaxTree.h"

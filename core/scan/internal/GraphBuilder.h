@@ -13,7 +13,7 @@
 
 #include "core/cache/CacheRecords.h"
 #include "core/model/ProjectIR.h"
-#include "core/scan/SymbolNameIndex.h"
+#include "core/scan/internal/SymbolNameIndex.h"
 
 namespace vantrel::detail {
 

@@ -4,7 +4,7 @@
 #include <string_view>
 #include <thread>
 
-#include "core/scan/Linker.h"
+#include "core/scan/internal/Linker.h"
 
 namespace vantrel::detail {
 

@@ -10,7 +10,7 @@
 #include <vector>
 
 #include "core/model/ProjectIR.h"
-#include "core/scan/SymbolNameIndex.h"
+#include "core/scan/internal/SymbolNameIndex.h"
 
 namespace vantrel {
 

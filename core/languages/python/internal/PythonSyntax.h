@@ -9,7 +9,7 @@
 #include <string_view>
 #include <vector>
 
-#include "core/languages/python/PythonScopes.h"
+#include "core/languages/python/internal/PythonScopes.h"
 #include "core/languages/syntax/RecordedMatches.h"
 
 namespace vantrel {

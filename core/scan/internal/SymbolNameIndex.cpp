@@ -1,4 +1,4 @@
-#include "core/scan/SymbolNameIndex.h"
+#include "core/scan/internal/SymbolNameIndex.h"
 
 #include <algorithm>
 #include <bit>

@@ -1,9 +1,9 @@
-#include "core/languages/js/JSFamilySyntax.h"
+#include "core/languages/js/internal/JSFamilySyntax.h"
 
 #include <string>
 #include <vector>
 
-#include "core/languages/js/JSFamilyQueries.h"
+#include "core/languages/js/internal/JSFamilyQueries.h"
 #include "core/languages/syntax/Grammars.h"
 #include "core/languages/syntax/SyntaxTree.h"
 #include "core/languages/syntax/TreeWalk.h"

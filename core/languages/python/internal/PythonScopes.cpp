@@ -1,4 +1,4 @@
-#include "core/languages/python/PythonScopes.h"
+#include "core/languages/python/internal/PythonScopes.h"
 
 #include "core/languages/syntax/SyntaxTree.h"
 #include "core/model/ProjectIR.h"

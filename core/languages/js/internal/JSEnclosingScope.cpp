@@ -1,4 +1,4 @@
-#include "core/languages/js/JSEnclosingScope.h"
+#include "core/languages/js/internal/JSEnclosingScope.h"
 
 #include "core/languages/js/JSFamilyPlugin.h"
 #include "core/languages/syntax/SyntaxTree.h"

@@ -1,4 +1,4 @@
-#include "core/scan/Linker.h"
+#include "core/scan/internal/Linker.h"
 
 #include <algorithm>
 

@@ -1,4 +1,4 @@
-#include "core/languages/python/PythonSyntax.h"
+#include "core/languages/python/internal/PythonSyntax.h"
 
 #include "core/languages/syntax/Grammars.h"
 #include "core/languages/syntax/SyntaxTree.h"
