@@ -12,6 +12,19 @@ void appendJsonString(std::string& out, std::string_view text, bool escapeSlash)
     out.push_back('"');
     std::size_t i = 0;
     while (i < text.size()) {
+        // A run of characters that stand for themselves goes in with one append: most
+        // strings are such a run, and a call per character costs more than the check.
+        std::size_t run = i;
+        while (run < text.size()) {
+            unsigned char c = static_cast<unsigned char>(text[run]);
+            if (c < 0x20 || c >= 0x80 || c == '"' || c == '\\' || (c == '/' && escapeSlash)) break;
+            ++run;
+        }
+        if (run > i) {
+            out.append(text.data() + i, run - i);
+            i = run;
+            if (i == text.size()) break;
+        }
         unsigned char c = static_cast<unsigned char>(text[i]);
         if (c >= 0x80) {
             std::size_t start = i;
@@ -31,18 +44,11 @@ void appendJsonString(std::string& out, std::string_view text, bool escapeSlash)
             case '\n': out.append("\\n"); break;
             case '\r': out.append("\\r"); break;
             case '\t': out.append("\\t"); break;
-            case '/':
-                if (escapeSlash) out.push_back('\\');
-                out.push_back('/');
-                break;
-            default:
-                if (c < 0x20) {
-                    out.append("\\u00");
-                    out.push_back(kHex[c >> 4]);
-                    out.push_back(kHex[c & 0xF]);
-                } else {
-                    out.push_back(static_cast<char>(c));
-                }
+            case '/': out.append("\\/"); break;  // only reached when escaping it
+            default: {
+                const char escape[6] = {'\\', 'u', '0', '0', kHex[c >> 4], kHex[c & 0xF]};
+                out.append(escape, sizeof escape);
+            }
         }
         ++i;
     }
@@ -56,27 +62,5 @@ void appendJsonInteger(std::string& out, std::int64_t value) {
 }
 
 void appendJsonNumber(std::string& out, double value) { out.append(nlohmann::json(value).dump()); }
-
-void JsonTextWriter::open(char bracket, bool empty) {
-    out_.push_back(bracket);
-    if (empty) {
-        out_.push_back(bracket == '{' ? '}' : ']');
-        closedEmpty_ = true;
-        return;
-    }
-    closedEmpty_ = false;
-    ++depth_;
-    first_ = true;
-}
-
-void JsonTextWriter::close(char bracket) {
-    if (closedEmpty_) {
-        closedEmpty_ = false;
-        return;
-    }
-    --depth_;
-    newline();
-    out_.push_back(bracket);
-}
 
 }  // namespace vantrel

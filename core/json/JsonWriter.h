@@ -47,8 +47,26 @@ public:
     void number(double value) { appendJsonNumber(out_, value); }
 
 private:
-    void open(char bracket, bool empty);
-    void close(char bracket);
+    void open(char bracket, bool empty) {
+        out_.push_back(bracket);
+        if (empty) {
+            out_.push_back(bracket == '{' ? '}' : ']');
+            closedEmpty_ = true;
+            return;
+        }
+        closedEmpty_ = false;
+        ++depth_;
+        first_ = true;
+    }
+    void close(char bracket) {
+        if (closedEmpty_) {
+            closedEmpty_ = false;
+            return;
+        }
+        --depth_;
+        newline();
+        out_.push_back(bracket);
+    }
     void separate() {
         if (!first_) out_.push_back(',');
         first_ = false;
