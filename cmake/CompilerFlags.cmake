@@ -1,10 +1,36 @@
 # Layout and export numbers must be bit-identical across runs and builds: the force
 # simulation magnifies one-bit differences, so no fused multiply-add, no fast-math and
-# no host-specific instruction selection.
+# no host-specific instruction selection. These hold for every target, tree-sitter's too.
 add_compile_options(-ffp-contract=off -fno-fast-math)
-if(CMAKE_CXX_COMPILER_ID MATCHES "GNU|Clang")
-  add_compile_options($<$<COMPILE_LANGUAGE:CXX>:-Wall> $<$<COMPILE_LANGUAGE:CXX>:-Wextra>)
+
+option(VANTREL_WERROR "Treat warnings of our own targets as errors (CI builds with it)" OFF)
+
+# Warnings for our own code only: the tree-sitter sources are not ours to fix.
+# vantrel_apply_warnings() below gives them to every target of the listed folders.
+set(VANTREL_WARNING_OPTIONS -Wall -Wextra)
+if(VANTREL_WERROR)
+  list(APPEND VANTREL_WARNING_OPTIONS -Werror)
 endif()
+
+function(vantrel_apply_warnings)
+  foreach(dir ${ARGN})
+    if(NOT EXISTS "${CMAKE_SOURCE_DIR}/${dir}")
+      continue()
+    endif()
+    get_property(targets DIRECTORY "${CMAKE_SOURCE_DIR}/${dir}" PROPERTY BUILDSYSTEM_TARGETS)
+    get_property(subdirs DIRECTORY "${CMAKE_SOURCE_DIR}/${dir}" PROPERTY SUBDIRECTORIES)
+    foreach(target ${targets})
+      get_target_property(type ${target} TYPE)
+      if(NOT type STREQUAL "INTERFACE_LIBRARY" AND NOT type STREQUAL "UTILITY")
+        target_compile_options(${target} PRIVATE $<$<COMPILE_LANGUAGE:CXX>:${VANTREL_WARNING_OPTIONS}>)
+      endif()
+    endforeach()
+    foreach(subdir ${subdirs})
+      file(RELATIVE_PATH relative "${CMAKE_SOURCE_DIR}" "${subdir}")
+      vantrel_apply_warnings(${relative})
+    endforeach()
+  endforeach()
+endfunction()
 
 if(VANTREL_SANITIZE)
   add_compile_options(-fsanitize=address,undefined -fno-omit-frame-pointer -fno-sanitize-recover=undefined)

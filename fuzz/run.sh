@@ -21,8 +21,7 @@ targets=("$@")
 
 extra=()
 [ -n "${VANTREL_NODE_MODULES:-}" ] && extra+=("-DVANTREL_NODE_MODULES=$VANTREL_NODE_MODULES")
-CC=clang CXX=clang++ cmake -S "$here" -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo -DVANTREL_FUZZ=ON \
-  "${extra[@]}" > /dev/null
+(cd "$here" && cmake --preset fuzz -B "$build" "${extra[@]}" > /dev/null)
 cmake --build "$build" --parallel "$(nproc 2>/dev/null || echo 2)" --target "${targets[@]/#/fuzz_}"
 
 # Copies the files below the fixtures and the sample project whose names end in one of the
