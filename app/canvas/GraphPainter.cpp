@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstring>
+#include <thread>
 
 #include "app/canvas/CanvasShapes.h"
 #include "app/canvas/EdgeMask.h"
@@ -48,7 +49,16 @@ NodeBox nodeBox(const GraphFrame& frame, std::size_t symbol, double captionLineH
     return box;
 }
 
-GraphPainter::GraphPainter(int threads) : team_(std::make_unique<BandTeam>(threads)) { invalidate(); }
+GraphPainter::GraphPainter(int threads)
+    : threads_(threads > 0 ? threads : std::clamp(static_cast<int>(std::thread::hardware_concurrency()), 1, 4)),
+      pool_(std::make_unique<WorkerPool>(static_cast<std::size_t>(threads_ - 1))) {
+    invalidate();
+}
+
+void GraphPainter::runBands(int count, const std::function<void(int)>& work, const std::function<void()>& first) {
+    parallelFor(*pool_, static_cast<std::size_t>(count), static_cast<std::size_t>(threads_),
+                [&](std::size_t band, std::size_t) { work(static_cast<int>(band)); }, first);
+}
 
 GraphPainter::~GraphPainter() = default;
 
@@ -88,7 +98,7 @@ void GraphPainter::paint(QPainter& painter, const GraphFrame& frame, const Canva
     const double dpr = painter.device()->devicePixelRatioF();
     const QSize pixels(static_cast<int>(std::ceil(frame.viewSize.width() * dpr)),
                        static_cast<int>(std::ceil(frame.viewSize.height() * dpr)));
-    bands_ = team_->threads() == 1 ? 1 : std::clamp(pixels.height() / 64, 1, 2 * team_->threads());
+    bands_ = threads_ == 1 ? 1 : std::clamp(pixels.height() / 64, 1, 2 * threads_);
     bandHeight_ = std::max(1, (pixels.height() + bands_ - 1) / bands_);
     // The nodes are gathered on this thread (their images are cached here) while the
     // edges are laid.
@@ -131,7 +141,7 @@ void GraphPainter::composeInBands(const GraphFrame& frame, const CanvasPalette& 
     // and the edges.
     for (std::size_t round = 0; round <= fullNodes_.size(); ++round) {
         const std::size_t end = round < fullOps_.size() ? fullOps_[round] : nodeOps_.size();
-        team_->run(bands_, [&](int band) {
+        runBands(bands_, [&](int band) {
             const int firstRow = std::min(band * bandHeight_, pixels.height());
             const int endRow = std::min(firstRow + bandHeight_, pixels.height());
             const std::vector<std::uint32_t>& nodes = bandNodes_[band];
@@ -202,10 +212,10 @@ void GraphPainter::layEdges(const GraphFrame& frame, const CanvasPalette& palett
     // Curves and heads are placed and sorted into bands by chunks of edges on the
     // team; each band then takes the chunks in turn, which keeps the edges' order.
     const auto& edges = scene.topology().edges();
-    const int chunks = std::max(1, std::min<int>(2 * team_->threads(), static_cast<int>(edges.size() / 4096) + 1));
+    const int chunks = std::max(1, std::min<int>(2 * threads_, static_cast<int>(edges.size() / 4096) + 1));
     if (static_cast<int>(edgeChunks_.size()) != chunks) edgeChunks_.resize(chunks);
     const QRectF view(QPointF(0, 0), frame.viewSize);
-    team_->run(chunks, [&](int k) {
+    runBands(chunks, [&](int k) {
         EdgeChunk& chunk = edgeChunks_[k];
         chunk.strokes.clear();
         chunk.arrows.clear();
@@ -246,7 +256,7 @@ void GraphPainter::layEdges(const GraphFrame& frame, const CanvasPalette& palett
     for (NamedColor hue : edgeHues_) hues.push_back(palette.color(hue).rgb());
     uchar* const layerBits = edgeLayer_.bits();
     const qsizetype layerStride = edgeLayer_.bytesPerLine();
-    team_->run(bands_, [&](int band) {
+    runBands(bands_, [&](int band) {
         const int firstRow = std::min(band * bandHeight_, pixels.height());
         const int endRow = std::min(firstRow + bandHeight_, pixels.height());
         if (firstRow >= endRow) return;

@@ -15,12 +15,12 @@
 #include <utility>
 #include <vector>
 
-#include "app/canvas/BandTeam.h"
 #include "app/canvas/CanvasPalette.h"
 #include "app/canvas/CanvasTooltip.h"
 #include "app/canvas/EdgeMask.h"
 #include "app/canvas/GraphScene.h"
 #include "app/canvas/NodeDrawing.h"
+#include "core/util/ParallelFor.h"
 
 namespace vantrel {
 
@@ -70,9 +70,9 @@ NodeBox nodeBox(const GraphFrame& frame, std::size_t symbol, double captionLineH
 
 class GraphPainter {
 public:
-    // `threads` share out the frame by bands of rows (see BandTeam; 1: all on the
-    // caller, straight onto the painter's device). The picture is the same, pixel for
-    // pixel, for any number.
+    // `threads`, the caller among them, share out the frame by bands of rows (0: one per
+    // processor, at most four; 1: all on the caller, straight onto the painter's device).
+    // The picture is the same, pixel for pixel, for any number.
     explicit GraphPainter(int threads = 0);
     ~GraphPainter();
     void paint(QPainter& painter, const GraphFrame& frame, const CanvasPalette& palette);
@@ -153,7 +153,13 @@ private:
     std::vector<std::size_t> fullOps_;    // where in nodeOps_ the full nodes stand
     // Per band, the node images that may reach its rows, in drawing order.
     std::vector<std::vector<std::uint32_t>> bandNodes_;
-    std::unique_ptr<BandTeam> team_;
+    // Calls work(band) once for every band in [0, count), each band on exactly one thread,
+    // and returns when all are done; the caller first runs `first`, work of its own that
+    // the bands do not touch. Which thread takes a band depends on timing, so a band's
+    // work must depend on nothing but the band.
+    void runBands(int count, const std::function<void(int)>& work, const std::function<void()>& first = {});
+    int threads_;
+    std::unique_ptr<WorkerPool> pool_;  // threads_ - 1 helpers; the caller is the last lane
     QFont caption_, captionBold_, caption2_, nodeLabel_;
     double captionLineHeight_ = 0;
     const GraphTopology* labelsFor_ = nullptr;

@@ -10,7 +10,6 @@
 #include <numbers>
 
 #include "tests/app/AppTestSupport.h"
-#include "app/canvas/BandTeam.h"
 #include "app/canvas/CanvasTooltip.h"
 #include "app/canvas/GraphPainter.h"
 #include "app/canvas/GraphScene.h"
@@ -137,15 +136,6 @@ private slots:
         QVERIFY(drawn > frame.width() * frame.height() / 2);
     }
 
-    void aTeamRunsEveryBandOnceARun() {
-        BandTeam team(3);
-        QCOMPARE(team.threads(), 3);
-        for (int run = 0; run < 200; ++run) {
-            std::vector<std::atomic<int>> calls(1 + run % 13);
-            team.run(static_cast<int>(calls.size()), [&](int band) { calls[band].fetch_add(1); });
-            for (const auto& count : calls) QCOMPARE(count.load(), 1);
-        }
-    }
 };
 
 VANTREL_REGISTER_TEST_CLASS(GraphPainterTest);
