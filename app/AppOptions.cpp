@@ -62,7 +62,8 @@ AppOptions parseAppOptions(const QStringList& arguments) {
         *target = value;
     }
     if (!screenshot) {
-        if (select || size || scheme) return usageError(QStringLiteral("--select, --size and --scheme need --screenshot"));
+        if (select || size || scheme)
+            return usageError(QStringLiteral("--select, --size and --scheme need --screenshot"));
         return options;
     }
     ScreenshotRequest request;

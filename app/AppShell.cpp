@@ -28,8 +28,10 @@ std::unique_ptr<PlatformServices> makePlatform(AppShell::Mode mode, std::functio
 AppShell::AppShell(Mode mode)
     // The preferences window is built after the platform; the platform calls it later.
     : platform_(makePlatform(mode, [this] { preferences_.showWindow(); })),
-      store_(ProjectStoreEnvironment{platform_.get(), ProjectCache(),
-                                     AppLocations::forApplicationDir(QCoreApplication::applicationDirPath()), {}}),
+      store_(ProjectStoreEnvironment{platform_.get(),
+                                     ProjectCache(),
+                                     AppLocations::forApplicationDir(QCoreApplication::applicationDirPath()),
+                                     {}}),
       preferences_(ProjectCache()),
       window_(store_) {
     if (auto* widgets = dynamic_cast<WidgetPlatformServices*>(platform_.get())) widgets->setDialogParent(&window_);

@@ -1,12 +1,12 @@
 #include "app/ScreenshotMode.h"
 
+#include <QDeadlineTimer>
 #include <QDir>
+#include <QEventLoop>
 #include <QFile>
 #include <QFileInfo>
 #include <QPixmap>
 #include <QSettings>
-#include <QDeadlineTimer>
-#include <QEventLoop>
 #include <QTimer>
 #include <cstdio>
 #include <functional>

@@ -30,7 +30,8 @@ int main(int argc, char** argv) {
         case AppOptions::Action::help: std::printf("%s", qPrintable(appUsage())); return 0;
         case AppOptions::Action::version: std::printf("vantrel %s\n", VANTREL_VERSION); return 0;
         case AppOptions::Action::usageError:
-            std::fprintf(stderr, "vantrel: %s\n%s\n", qPrintable(options.error), qPrintable(appUsage().section(u'\n', 0, 0)));
+            std::fprintf(stderr, "vantrel: %s\n%s\n", qPrintable(options.error),
+                         qPrintable(appUsage().section(u'\n', 0, 0)));
             return 2;
         case AppOptions::Action::run: break;
     }
@@ -38,8 +39,7 @@ int main(int argc, char** argv) {
     if (options.screenshot) {
         qputenv("QT_QPA_PLATFORM", "offscreen");
         silenceToolkitWarnings();
-    }
-    else if (!hasDisplay()) {
+    } else if (!hasDisplay()) {
         std::fprintf(stderr, "vantrel: no display (DISPLAY and WAYLAND_DISPLAY are unset); try xvfb-run\n");
         return 1;
     }

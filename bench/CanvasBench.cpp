@@ -13,19 +13,19 @@
 #include <QImage>
 #include <QPainter>
 #include <algorithm>
-#include <ctime>
 #include <cstdio>
 #include <cstdlib>
+#include <ctime>
 #include <memory>
 #include <optional>
 #include <string>
 #include <vector>
 
-#include "bench/SyntheticGraph.h"
 #include "app/canvas/CanvasPalette.h"
 #include "app/canvas/GraphPainter.h"
 #include "app/canvas/GraphScene.h"
 #include "app/canvas/NodePicker.h"
+#include "bench/SyntheticGraph.h"
 #include "core/impact/BlastRadius.h"
 #include "core/layout/GraphLayout.h"
 
@@ -52,12 +52,12 @@ Selection selectionOf(const ProjectIR& ir, const std::string& id) {
     return {id, calculateBlastRadius(id, ir, 3), ir.symbols.at(id).refsOut};
 }
 
-GraphScene sceneOf(const std::shared_ptr<const GraphTopology>& topology, const ProjectIR& ir,
-                   const NodePositions& base, const Selection& selection) {
+GraphScene sceneOf(const std::shared_ptr<const GraphTopology>& topology, const ProjectIR& ir, const NodePositions& base,
+                   const Selection& selection) {
     static const IdSet kNone;
     static const EdgeSet kNoEdges;
-    const SceneInputs inputs{&ir,      base,  selection.id, selection.levels, selection.downstream, kNone, false,
-                             kNoEdges, 0.55, QSizeF(kView)};
+    const SceneInputs inputs{&ir,   base,     selection.id, selection.levels, selection.downstream, kNone,
+                             false, kNoEdges, 0.55,         QSizeF(kView)};
     return GraphScene(topology, inputs);
 }
 
@@ -124,14 +124,16 @@ void benchSize(int count, GraphPainter& painter, const CanvasPalette& palette, c
     const double rebuildMs = medianMs(5, [&] { selected = sceneOf(topology, ir, base, selection); });
     const std::size_t hovered = *topology->indexOf(*selection.levels.at(1).begin());
     const auto [selectedWall, selectedCpu] = paintMs(frameOf(selected, ir, hovered));
-    std::printf("  frame with selection, a hovered node and its tooltip: median %.2f ms of 9 (processor %.2f ms, "
-                "all threads)\n",
-                selectedWall, selectedCpu);
+    std::printf(
+        "  frame with selection, a hovered node and its tooltip: median %.2f ms of 9 (processor %.2f ms, "
+        "all threads)\n",
+        selectedWall, selectedCpu);
     save("selected");
     const auto [animatedWall, animatedCpu] = paintMs(frameOf(selected, ir, hovered), false);
-    std::printf("  the same while an animation runs (edges kept): median %.2f ms of 9 (processor %.2f ms, "
-                "all threads)\n",
-                animatedWall, animatedCpu);
+    std::printf(
+        "  the same while an animation runs (edges kept): median %.2f ms of 9 (processor %.2f ms, "
+        "all threads)\n",
+        animatedWall, animatedCpu);
     save("animated");
     std::printf("  scene rebuild after a change of selection (rings, roles, edge styles): median %.2f ms of 5\n",
                 rebuildMs);
@@ -154,9 +156,10 @@ void benchSize(int count, GraphPainter& painter, const CanvasPalette& palette, c
         worst = std::max(worst, each.back());
     }
     std::sort(each.begin(), each.end());
-    std::printf("  pointer move hit test: median %.4f ms, worst %.4f ms of %zu moves (%zu over a node); "
-                "grid rebuild %.2f ms\n",
-                each[each.size() / 2], worst, each.size(), hits, gridMs);
+    std::printf(
+        "  pointer move hit test: median %.4f ms, worst %.4f ms of %zu moves (%zu over a node); "
+        "grid rebuild %.2f ms\n",
+        each[each.size() / 2], worst, each.size(), hits, gridMs);
 }
 
 }  // namespace

@@ -88,8 +88,8 @@ int main(int argc, char** argv) {
     QDir().mkpath(out);
 
     NoPanels platform;
-    ProjectStore store(ProjectStoreEnvironment{&platform, ProjectCache(home.filePath("cache").toStdString()),
-                                               AppLocations{}, {}});
+    ProjectStore store(
+        ProjectStoreEnvironment{&platform, ProjectCache(home.filePath("cache").toStdString()), AppLocations{}, {}});
     store.scan(VANTREL_SAMPLE_PROJECT_DIR);
     if (!waitFor([&] { return store.scanState().kind == ScanState::Kind::ready && store.selectedSymbolId(); })) {
         std::fprintf(stderr, "the sample project did not scan\n");

@@ -3,9 +3,9 @@
 #include <cstdio>
 #include <string>
 
-#include "imageexport/GraphExport.h"
 #include "bench/SyntheticGraph.h"
 #include "core/layout/GraphLayout.h"
+#include "imageexport/GraphExport.h"
 
 using vantrel::ProjectIR;
 using vantrel::bench::edgeCount;
@@ -26,9 +26,8 @@ int main() {
 
     for (vantrel::GraphExportFormat format : vantrel::kAllGraphExportFormats) {
         std::size_t bytes = 0;
-        const double ms = medianMs(3, [&] {
-            bytes = vantrel::GraphExport::makeData(format, exportGraph, exportPositions).size();
-        });
+        const double ms =
+            medianMs(3, [&] { bytes = vantrel::GraphExport::makeData(format, exportGraph, exportPositions).size(); });
         std::printf("export %-4s %zu symbols, %zu calls: median %.1f ms of 3 runs, %zu bytes (target < 1000 ms)\n",
                     std::string(vantrel::rawValue(format)).c_str(), exportGraph.symbols.size(), edgeCount(exportGraph),
                     ms, bytes);

@@ -21,11 +21,11 @@
 #include <string>
 #include <vector>
 
-#include "bench/ContinuingPlatform.h"
-#include "bench/SyntheticProject.h"
 #include "app/state/ProjectStore.h"
 #include "app/views/SidebarView.h"
 #include "app/views/SymbolListModel.h"
+#include "bench/ContinuingPlatform.h"
+#include "bench/SyntheticProject.h"
 
 using namespace vantrel;
 namespace fs = std::filesystem;
@@ -81,7 +81,8 @@ int main(int argc, char** argv) {
     bench::generateSyntheticProject(root, fileCount, bench::Mix::mixed);
 
     bench::ContinuingPlatform platform;
-    ProjectStore store(ProjectStoreEnvironment{&platform, ProjectCache((work / "support").string()), AppLocations{}, {}});
+    ProjectStore store(
+        ProjectStoreEnvironment{&platform, ProjectCache((work / "support").string()), AppLocations{}, {}});
     // Without a sidebar, twice: the first fills the cache, the second is the comparison.
     double storeGap = 0;
     for (int run = 0; run < 2; ++run) {
@@ -103,9 +104,10 @@ int main(int argc, char** argv) {
     const std::size_t symbols = store.ir()->symbols.size();
     const double firstPaint = paintMs(list);
     std::printf("%lld files, %zu symbols in the list\n", static_cast<long long>(fileCount), symbols);
-    std::printf("scan to filled list: longest event-loop gap %.1f ms with the sidebar, %.1f ms without; "
-                "first paint %.1f ms\n",
-                fillGap, storeGap, firstPaint);
+    std::printf(
+        "scan to filled list: longest event-loop gap %.1f ms with the sidebar, %.1f ms without; "
+        "first paint %.1f ms\n",
+        fillGap, storeGap, firstPaint);
 
     // Scroll from top to bottom in 400 steps, painting each frame.
     QScrollBar* bar = list->verticalScrollBar();

@@ -20,9 +20,9 @@
 #include <string>
 #include <vector>
 
+#include "app/state/ProjectStore.h"
 #include "bench/ContinuingPlatform.h"
 #include "bench/SyntheticProject.h"
-#include "app/state/ProjectStore.h"
 
 using namespace vantrel;
 namespace fs = std::filesystem;

@@ -16,7 +16,9 @@ struct Random {
         state = state * 6364136223846793005ULL + 1442695040888963407ULL;
         return state >> 33;
     }
-    std::int64_t below(std::int64_t n) { return n <= 0 ? 0 : static_cast<std::int64_t>(next() % static_cast<std::uint64_t>(n)); }
+    std::int64_t below(std::int64_t n) {
+        return n <= 0 ? 0 : static_cast<std::int64_t>(next() % static_cast<std::uint64_t>(n));
+    }
 };
 
 enum class Kind { ts, tsx, py };
@@ -48,9 +50,7 @@ std::int64_t partnerOf(Random& random, std::int64_t index, std::int64_t fileCoun
     return index;
 }
 
-std::string relativeImport(std::int64_t to) {
-    return "../../" + folderOf(to) + "/" + stemOf(to);
-}
+std::string relativeImport(std::int64_t to) { return "../../" + folderOf(to) + "/" + stemOf(to); }
 
 std::string typescriptModule(std::int64_t i, std::int64_t fileCount, Mix mix, bool tsx) {
     Random random(static_cast<std::uint64_t>(i) + 17);
@@ -144,13 +144,14 @@ GeneratedProject generateSyntheticProject(const std::string& root, std::int64_t 
     for (std::int64_t i = 0; i < fileCount; ++i) {
         Kind kind = kindOf(i, mix);
         std::string rel = syntheticRelPath(i, fileCount, mix);
-        std::string text = kind == Kind::py ? pythonModule(i, fileCount, mix)
-                                            : typescriptModule(i, fileCount, mix, kind == Kind::tsx);
+        std::string text =
+            kind == Kind::py ? pythonModule(i, fileCount, mix) : typescriptModule(i, fileCount, mix, kind == Kind::tsx);
         fs::path path = fs::path(root) / rel;
         fs::create_directories(path.parent_path());
         if (kind == Kind::py) {
             // Packages, so that the dotted imports resolve.
-            for (fs::path dir = path.parent_path(); dir != fs::path(root) && dir.has_relative_path(); dir = dir.parent_path())
+            for (fs::path dir = path.parent_path(); dir != fs::path(root) && dir.has_relative_path();
+                 dir = dir.parent_path())
                 if (!fs::exists(dir / "__init__.py")) std::ofstream(dir / "__init__.py");
         }
         std::ofstream(path, std::ios::binary) << text;

@@ -14,8 +14,10 @@ int main(int argc, char** argv) {
     }
     using vantrel::bench::Mix;
     std::string mix = argc == 5 ? argv[4] : "mixed";
-    auto project = vantrel::bench::generateSyntheticProject(
-        argv[1], std::stoll(argv[2]), mix == "ts" ? Mix::typescript : mix == "py" ? Mix::python : Mix::mixed);
+    auto project = vantrel::bench::generateSyntheticProject(argv[1], std::stoll(argv[2]),
+                                                            mix == "ts"   ? Mix::typescript
+                                                            : mix == "py" ? Mix::python
+                                                                          : Mix::mixed);
     std::printf("%zu files, %llu bytes\n", project.relPaths.size(), static_cast<unsigned long long>(project.bytes));
     return 0;
 }

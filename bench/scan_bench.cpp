@@ -52,8 +52,8 @@ double secondsSince(std::chrono::steady_clock::time_point start) {
 // Runs `body` in a child; `body` gives the seconds of its timed part.
 PhaseResult runPhase(const std::function<double()>& body) {
     std::fflush(stdout);
-    auto* timed = static_cast<double*>(
-        mmap(nullptr, sizeof(double), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0));
+    auto* timed =
+        static_cast<double*>(mmap(nullptr, sizeof(double), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0));
     if (timed == MAP_FAILED) return {};
     *timed = 0;
     auto start = std::chrono::steady_clock::now();
@@ -131,7 +131,8 @@ double scanOnce(const std::string& root, const std::string& support, std::int64_
 
 // The run of median time; `runs` ends up sorted by time.
 PhaseResult medianOf(std::vector<PhaseResult>& runs) {
-    std::sort(runs.begin(), runs.end(), [](const PhaseResult& a, const PhaseResult& b) { return a.seconds < b.seconds; });
+    std::sort(runs.begin(), runs.end(),
+              [](const PhaseResult& a, const PhaseResult& b) { return a.seconds < b.seconds; });
     return runs[runs.size() / 2];
 }
 
@@ -171,7 +172,10 @@ int main(int argc, char** argv) {
             std::string m = next();
             mix = m == "ts" ? bench::Mix::typescript : m == "py" ? bench::Mix::python : bench::Mix::mixed;
         } else {
-            std::fprintf(stderr, "usage: %s [--files N] [--mix ts|py|mixed] [--dir DIR] [--jobs N] [--cold-runs N] [--warm-runs N] [--keep]\n", argv[0]);
+            std::fprintf(stderr,
+                         "usage: %s [--files N] [--mix ts|py|mixed] [--dir DIR] [--jobs N] [--cold-runs N] "
+                         "[--warm-runs N] [--keep]\n",
+                         argv[0]);
             return 2;
         }
     }
@@ -208,15 +212,15 @@ int main(int argc, char** argv) {
     PhaseResult warm = medianOf(warmRuns);
     PhaseResult touched;
     if (generated) {
-        for (std::size_t i = 0; i < files.size(); i += 100) std::ofstream(files[i].path, std::ios::app) << "\n// touched\n";
+        for (std::size_t i = 0; i < files.size(); i += 100)
+            std::ofstream(files[i].path, std::ios::app) << "\n// touched\n";
         touched = runPhase([&] { return scanOnce(root, support, jobs); });
     }
 
     std::printf("\n");
     printRow("parse only (1 thread)", parse, files.size(), bytes, 0);
     printRow(coldRuns.size() > 1 ? "cold scan (median)" : "cold scan", cold, files.size(), bytes, parse.seconds);
-    printRow(warmRuns.size() > 1 ? "warm re-scan (median)" : "warm re-scan", warm, files.size(), bytes,
-             parse.seconds);
+    printRow(warmRuns.size() > 1 ? "warm re-scan (median)" : "warm re-scan", warm, files.size(), bytes, parse.seconds);
     printSpread("cold scan", coldRuns);
     printSpread("warm re-scan", warmRuns);
     if (generated) printRow("re-scan, 1% touched", touched, files.size(), bytes, parse.seconds);

@@ -4,13 +4,13 @@
 #include <cstdio>
 #include <limits>
 
+#include "cli/Commands.h"
 #include "core/changes/BaseWorkspace.h"
 #include "core/changes/ChangeReach.h"
 #include "core/changes/ChangedSymbols.h"
 #include "core/changes/ChangesReport.h"
 #include "core/changes/GitRepository.h"
 #include "core/changes/UnifiedDiff.h"
-#include "cli/Commands.h"
 #include "core/config/GlobalDefaults.h"
 #include "core/util/FileIO.h"
 #include "core/util/Paths.h"
@@ -49,7 +49,8 @@ void requireOutsideScan(const std::string& baseTree, const std::string& root) {
     if (relative.starts_with("/")) return;
     for (auto component : splitKeepingEmpty(relative, "/"))
         if (component.starts_with(".")) return;
-    throw CommandError("the cache folder lies inside " + root + ", where the base tree would be scanned with it; "
+    throw CommandError("the cache folder lies inside " + root +
+                       ", where the base tree would be scanned with it; "
                        "pass a --cache-dir outside it");
 }
 
@@ -94,8 +95,8 @@ BaseGraph loadBaseGraph(const git::WorkTree& tree, const std::string& commit, co
 }  // namespace
 
 int runChangesCommand(int argc, char** argv) {
-    ParsedArgs args = parseArgs(argc, argv, 2, {"--base", "--depth", "--format", "--fail-over", "--config", "--cache-dir"},
-                                {"--quiet"});
+    ParsedArgs args = parseArgs(
+        argc, argv, 2, {"--base", "--depth", "--format", "--fail-over", "--config", "--cache-dir"}, {"--quiet"});
     if (args.positional.size() != 1) throw UsageError("changes takes exactly one folder");
     std::string format = args.value("--format").value_or("text");
     if (format != "text" && format != "json" && format != "markdown")

@@ -10,8 +10,8 @@
 #include <iostream>
 #include <thread>
 
-#include "core/cache/ProjectCache.h"
 #include "cli/ProgressDisplay.h"
+#include "core/cache/ProjectCache.h"
 #include "core/config/GlobalDefaults.h"
 #include "core/model/IRJson.h"
 #include "core/util/FileIO.h"
@@ -43,7 +43,7 @@ ParsedArgs parseArgs(int argc, char** argv, int first, const std::set<std::strin
     bool onlyPositional = false;
     for (int i = first; i < argc; ++i) {
         std::string arg = argv[i];
-        if (onlyPositional || arg.size() < 2 || arg[0] != '-' ) {
+        if (onlyPositional || arg.size() < 2 || arg[0] != '-') {
             parsed.positional.push_back(arg);
             continue;
         }
@@ -113,11 +113,11 @@ bool interrupted() { return interruptCount > 0; }
 
 ScanOutcome runScan(const ScanRequest& request) {
     SymbolScanner scanner = makeScanner(request.cacheDir);
-    std::int64_t jobs = request.jobs > 0 ? request.jobs
-                                         : std::max<std::int64_t>(1, std::thread::hardware_concurrency());
-    ProgressDisplay display(request.quiet ? ProgressDisplay::Mode::silent
-                                          : (isatty(STDERR_FILENO) ? ProgressDisplay::Mode::terminal
-                                                                   : ProgressDisplay::Mode::lines));
+    std::int64_t jobs =
+        request.jobs > 0 ? request.jobs : std::max<std::int64_t>(1, std::thread::hardware_concurrency());
+    ProgressDisplay display(
+        request.quiet ? ProgressDisplay::Mode::silent
+                      : (isatty(STDERR_FILENO) ? ProgressDisplay::Mode::terminal : ProgressDisplay::Mode::lines));
     CancelCheck isCancelled = [] { return interrupted(); };
     ScanStats stats;
     auto start = std::chrono::steady_clock::now();

@@ -3,13 +3,13 @@
 #include <filesystem>
 #include <nlohmann/json.hpp>
 
-#include "imageexport/GraphExport.h"
 #include "cli/Commands.h"
-#include "core/impact/ProjectDiffJson.h"
 #include "core/impact/BlastRadius.h"
 #include "core/impact/ProjectDiff.h"
+#include "core/impact/ProjectDiffJson.h"
 #include "core/layout/GraphLayout.h"
 #include "core/model/IRJson.h"
+#include "imageexport/GraphExport.h"
 
 namespace vantrel::cli {
 
@@ -42,7 +42,8 @@ std::vector<std::string> similarIds(const ProjectIR& ir, const std::string& text
 
 nlohmann::ordered_json levelsToJson(const ImpactLevels& levels) {
     nlohmann::ordered_json out = nlohmann::ordered_json::object();
-    for (const auto& [level, ids] : levels) out[std::to_string(level)] = std::vector<std::string>(ids.begin(), ids.end());
+    for (const auto& [level, ids] : levels)
+        out[std::to_string(level)] = std::vector<std::string>(ids.begin(), ids.end());
     return out;
 }
 
@@ -88,7 +89,8 @@ int runDiffCommand(int argc, char** argv) {
         if (std::filesystem::is_directory(file)) throw UsageError(file + " is a folder; diff compares two graph files");
     ProjectIR before = loadGraph(args.positional[0], noScan);
     ProjectIR after = loadGraph(args.positional[1], noScan);
-    nlohmann::ordered_json out = nlohmann::ordered_json::parse(projectDiffResultToJson(ProjectDiff::diff(before, after)).dump());
+    nlohmann::ordered_json out =
+        nlohmann::ordered_json::parse(projectDiffResultToJson(ProjectDiff::diff(before, after)).dump());
     if (auto symbol = args.value("--symbol")) {
         nlohmann::ordered_json levels = nlohmann::ordered_json::array();
         for (const auto& [level, delta] : ProjectDiff::blastRadiusDelta(*symbol, before, after, depth)) {

@@ -17,9 +17,8 @@ int terminalWidth() {
 
 // Columns of UTF-8 text, one per scalar (good enough for paths).
 std::size_t columns(const std::string& text) {
-    return static_cast<std::size_t>(std::count_if(text.begin(), text.end(), [](char c) {
-        return (static_cast<unsigned char>(c) & 0xC0) != 0x80;
-    }));
+    return static_cast<std::size_t>(
+        std::count_if(text.begin(), text.end(), [](char c) { return (static_cast<unsigned char>(c) & 0xC0) != 0x80; }));
 }
 
 // Keeps the end of a path, which names the file, behind a leading ellipsis.

@@ -16,10 +16,8 @@ struct Command {
 };
 
 const Command kCommands[] = {
-    {"scan", &kScanUsage, runScanCommand},
-    {"impact", &kImpactUsage, runImpactCommand},
-    {"diff", &kDiffUsage, runDiffCommand},
-    {"export", &kExportUsage, runExportCommand},
+    {"scan", &kScanUsage, runScanCommand},          {"impact", &kImpactUsage, runImpactCommand},
+    {"diff", &kDiffUsage, runDiffCommand},          {"export", &kExportUsage, runExportCommand},
     {"changes", &kChangesUsage, runChangesCommand},
 };
 
@@ -29,8 +27,9 @@ void printHelp(std::FILE* out) {
                  "Commands:\n",
                  VANTREL_VERSION);
     for (const auto& command : kCommands) std::fprintf(out, "  %s\n", *command.usage + std::strlen("usage: "));
-    std::fprintf(out, "\nExit codes: 0 success, 1 failure, 2 usage error, 3 over the --fail-over gate of changes,\n"
-                      "130 interrupted.\n");
+    std::fprintf(out,
+                 "\nExit codes: 0 success, 1 failure, 2 usage error, 3 over the --fail-over gate of changes,\n"
+                 "130 interrupted.\n");
 }
 
 }  // namespace

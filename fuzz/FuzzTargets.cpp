@@ -180,7 +180,8 @@ void tsconfigLoader(std::string_view bytes) {
     std::vector<std::string> specs{"@/util/math", "config", "lib/config", "utils/format", "react"};
     for (const auto& [key, targets] : resolver->config().paths) specs.push_back(replaceAll(key, "*", "util/math"));
     for (const auto& specifier : specs) {
-        if (auto hit = resolver->resolveNonRelative(specifier)) require(pathExists(*hit), "resolved to nothing: " + *hit);
+        if (auto hit = resolver->resolveNonRelative(specifier))
+            require(pathExists(*hit), "resolved to nothing: " + *hit);
     }
 }
 

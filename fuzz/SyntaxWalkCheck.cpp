@@ -33,8 +33,8 @@ std::string compare(const TSLanguage* language, TSNode root, const RecordedMatch
     const SharedQuery* query = SharedQuery::get(language, source);
     if (!query) return "query does not compile: " + std::string(source);
     const auto& names = query->captureNames();
-    auto fromWalk = describe([&](auto&& v) { walked.forEach(v); }, [&](const std::string& n) { return walked.captureIndex(n); },
-                             names);
+    auto fromWalk = describe([&](auto&& v) { walked.forEach(v); },
+                             [&](const std::string& n) { return walked.captureIndex(n); }, names);
     auto fromQuery = describe([&](auto&& v) { forEachMatch(*query, root, v); },
                               [&](const std::string& n) { return query->captureIndex(n); }, names);
     if (fromWalk == fromQuery) return {};

@@ -8,9 +8,9 @@
 #include <stdexcept>
 #include <string>
 
-#include "imageexport/GraphExportFormat.h"
 #include "core/layout/GraphLayout.h"
 #include "core/model/ProjectIR.h"
+#include "imageexport/GraphExportFormat.h"
 
 namespace vantrel {
 

@@ -14,7 +14,8 @@ void ring(NodePlaces& places, const Ids& ids, QPointF center, double radius, dou
     double i = 0;
     for (const auto& id : ids) {
         const double angle = 2.0 * std::numbers::pi / n * i + phase;
-        places.try_emplace(std::string(id), center.x() + std::cos(angle) * radius, center.y() + std::sin(angle) * radius);
+        places.try_emplace(std::string(id), center.x() + std::cos(angle) * radius,
+                           center.y() + std::sin(angle) * radius);
         ++i;
     }
 }
@@ -23,8 +24,8 @@ void ring(NodePlaces& places, const Ids& ids, QPointF center, double radius, dou
 
 RingRadii ringRadii(double shorterSide) {
     const double r = std::max(shorterSide * 0.5 - 70.0, 140.0);
-    return {std::min(r * 0.35, 160.0), std::min(r * 0.6, 300.0), std::min(r * 0.85, 440.0),
-            std::min(r * 0.48, 240.0), std::min(r, 520.0)};
+    return {std::min(r * 0.35, 160.0), std::min(r * 0.6, 300.0), std::min(r * 0.85, 440.0), std::min(r * 0.48, 240.0),
+            std::min(r, 520.0)};
 }
 
 NodePlaces layoutPositions(const ProjectIR& ir, const NodePositions& basePositions, QPointF center, QSizeF size,

@@ -31,7 +31,6 @@ double Spring::dampedFrequency() const {
     return 2.0 * std::numbers::pi / response * std::sqrt(1.0 - dampingFraction * dampingFraction);
 }
 
-
 double Spring::settleTime(double scale) const {
     const double a = dampingFraction * 2.0 * std::numbers::pi / response;
     return std::log(std::max(scale, 0.01) * 100.0) / a;

@@ -50,8 +50,8 @@ QPainterPath arrowHeadPath(QPointF tip, QPointF from, double size) {
 QPainterPath continuousRoundedRect(const QRectF& rect, double radius) {
     // Each corner is three cubic segments that start 1.5287 × radius from the corner,
     // so the curvature rises gradually instead of jumping at a circular arc's ends.
-    constexpr double a = 1.52866483, b = 1.08849323, c = 0.86840689, d = 0.63149399, e = 0.07491100,
-                     f = 0.37282392, g = 0.16905899;
+    constexpr double a = 1.52866483, b = 1.08849323, c = 0.86840689, d = 0.63149399, e = 0.07491100, f = 0.37282392,
+                     g = 0.16905899;
     QPainterPath path;
     const double r = radius;
     if (r <= 0 || a * r > std::min(rect.width(), rect.height()) / 2) {

@@ -241,8 +241,8 @@ void EdgeMask::strokeQuad(QPointF p, QPointF c, QPointF q, double width, double 
     dirtyBottom_ = std::max(dirtyBottom_, std::min(endRow_, floorToInt(std::min(bottom + reach, double(height_))) + 1));
 
     // Pieces far outside the mask are cut; what is cut away lies beyond every pixel.
-    const bool farOut = left < -kWorkMargin || top < -kWorkMargin || right > width_ + kWorkMargin ||
-                        bottom > height_ + kWorkMargin;
+    const bool farOut =
+        left < -kWorkMargin || top < -kWorkMargin || right > width_ + kWorkMargin || bottom > height_ + kWorkMargin;
     // Pieces that all run one way along one axis share no step; a curve that turns
     // past 45 degrees or doubles back may cover a pixel from two pieces, so its
     // coverage is first gathered as the most any piece gives each pixel.
@@ -262,8 +262,7 @@ void EdgeMask::strokeQuad(QPointF p, QPointF c, QPointF q, double width, double 
     auto forEachPiece = [&](auto&& lay) {
         for (int i = 0; i < n; ++i) {
             QPointF a(points[i].x, points[i].y), b(points[i + 1].x, points[i + 1].y);
-            if (farOut &&
-                !clipSegment(a, b, -kWorkMargin, -kWorkMargin, width_ + kWorkMargin, height_ + kWorkMargin))
+            if (farOut && !clipSegment(a, b, -kWorkMargin, -kWorkMargin, width_ + kWorkMargin, height_ + kWorkMargin))
                 continue;
             if (std::max(a.y(), b.y()) + across < firstRow_ || std::min(a.y(), b.y()) - across > endRow_) continue;
             sweepPiece(a, b, static_cast<float>(width), i == n - 1 || !oneWay, window, lay);

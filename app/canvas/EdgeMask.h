@@ -57,7 +57,7 @@ private:
     int firstRow_;
     int endRow_;
     std::vector<unsigned char> alpha_;  // the band's rows only, and a row to spare
-    int dirtyTop_;     // rows [dirtyTop_, dirtyBottom_) may hold alpha
+    int dirtyTop_;                      // rows [dirtyTop_, dirtyBottom_) may hold alpha
     int dirtyBottom_;
 };
 

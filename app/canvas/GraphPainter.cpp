@@ -56,8 +56,9 @@ GraphPainter::GraphPainter(int threads)
 }
 
 void GraphPainter::runBands(int count, const std::function<void(int)>& work, const std::function<void()>& first) {
-    parallelFor(*pool_, static_cast<std::size_t>(count), static_cast<std::size_t>(threads_),
-                [&](std::size_t band, std::size_t) { work(static_cast<int>(band)); }, first);
+    parallelFor(
+        *pool_, static_cast<std::size_t>(count), static_cast<std::size_t>(threads_),
+        [&](std::size_t band, std::size_t) { work(static_cast<int>(band)); }, first);
 }
 
 GraphPainter::~GraphPainter() = default;
@@ -256,37 +257,41 @@ void GraphPainter::layEdges(const GraphFrame& frame, const CanvasPalette& palett
     for (NamedColor hue : edgeHues_) hues.push_back(palette.color(hue).rgb());
     uchar* const layerBits = edgeLayer_.bits();
     const qsizetype layerStride = edgeLayer_.bytesPerLine();
-    runBands(bands_, [&](int band) {
-        const int firstRow = std::min(band * bandHeight_, pixels.height());
-        const int endRow = std::min(firstRow + bandHeight_, pixels.height());
-        if (firstRow >= endRow) return;
-        std::memset(layerBits + firstRow * layerStride, 0, static_cast<std::size_t>((endRow - firstRow) * layerStride));
-        std::vector<EdgeMask>& masks = edgeMasks_[band];
-        bool anyArrow = false;
-        for (const EdgeChunk& chunk : edgeChunks_) {
-            for (const std::uint32_t i : chunk.bandStrokes[band]) {
-                const Stroke& stroke = chunk.strokes[i];
-                masks[maskOf[stroke.style]].strokeQuad(stroke.p, stroke.c, stroke.q,
-                                                       styles[stroke.style].lineWidth * dpr, alphas[stroke.style]);
+    runBands(
+        bands_,
+        [&](int band) {
+            const int firstRow = std::min(band * bandHeight_, pixels.height());
+            const int endRow = std::min(firstRow + bandHeight_, pixels.height());
+            if (firstRow >= endRow) return;
+            std::memset(layerBits + firstRow * layerStride, 0,
+                        static_cast<std::size_t>((endRow - firstRow) * layerStride));
+            std::vector<EdgeMask>& masks = edgeMasks_[band];
+            bool anyArrow = false;
+            for (const EdgeChunk& chunk : edgeChunks_) {
+                for (const std::uint32_t i : chunk.bandStrokes[band]) {
+                    const Stroke& stroke = chunk.strokes[i];
+                    masks[maskOf[stroke.style]].strokeQuad(stroke.p, stroke.c, stroke.q,
+                                                           styles[stroke.style].lineWidth * dpr, alphas[stroke.style]);
+                }
+                anyArrow = anyArrow || !chunk.bandArrows[band].empty();
             }
-            anyArrow = anyArrow || !chunk.bandArrows[band].empty();
-        }
-        for (std::size_t h = 0; h < edgeHues_.size(); ++h) masks[h].paintOnto(layerBits, layerStride, hues[h]);
-        if (!anyArrow) return;
-        // A painter of its own over the same pixels, kept to the band's rows.
-        QImage rows(layerBits, pixels.width(), pixels.height(), layerStride, QImage::Format_ARGB32_Premultiplied);
-        QPainter layer(&rows);
-        layer.setClipRect(QRect(0, firstRow, pixels.width(), endRow - firstRow));
-        layer.setRenderHint(QPainter::Antialiasing);
-        layer.scale(dpr, dpr);
-        for (const EdgeChunk& chunk : edgeChunks_) {
-            for (const std::uint32_t i : chunk.bandArrows[band]) {
-                const Arrow& arrow = chunk.arrows[i];
-                layer.fillPath(arrowHeadPath(arrow.tip, arrow.from, styles[arrow.style].arrowSize),
-                               arrowColors[arrow.style]);
+            for (std::size_t h = 0; h < edgeHues_.size(); ++h) masks[h].paintOnto(layerBits, layerStride, hues[h]);
+            if (!anyArrow) return;
+            // A painter of its own over the same pixels, kept to the band's rows.
+            QImage rows(layerBits, pixels.width(), pixels.height(), layerStride, QImage::Format_ARGB32_Premultiplied);
+            QPainter layer(&rows);
+            layer.setClipRect(QRect(0, firstRow, pixels.width(), endRow - firstRow));
+            layer.setRenderHint(QPainter::Antialiasing);
+            layer.scale(dpr, dpr);
+            for (const EdgeChunk& chunk : edgeChunks_) {
+                for (const std::uint32_t i : chunk.bandArrows[band]) {
+                    const Arrow& arrow = chunk.arrows[i];
+                    layer.fillPath(arrowHeadPath(arrow.tip, arrow.from, styles[arrow.style].arrowSize),
+                                   arrowColors[arrow.style]);
+                }
             }
-        }
-    }, meanwhile);
+        },
+        meanwhile);
     edgeLayer_.setDevicePixelRatio(dpr);
 }
 
@@ -392,9 +397,9 @@ void GraphPainter::paintTooltip(QPainter& painter, const TooltipFrame& tooltip, 
     constexpr double kMaxWidth = 280 - 2 * kPadX;
     const QFontMetricsF titleMetrics(captionBold_), smallMetrics(caption2_);
     const QString title = titleMetrics.elidedText(tooltip.text.title, Qt::ElideMiddle, kMaxWidth);
-    const double contentWidth = std::max({titleMetrics.horizontalAdvance(title),
-                                          smallMetrics.horizontalAdvance(tooltip.text.kind),
-                                          smallMetrics.horizontalAdvance(tooltip.text.filePath)});
+    const double contentWidth =
+        std::max({titleMetrics.horizontalAdvance(title), smallMetrics.horizontalAdvance(tooltip.text.kind),
+                  smallMetrics.horizontalAdvance(tooltip.text.filePath)});
     const double contentHeight = titleMetrics.height() + 2 * (kSpacing + smallMetrics.height());
     const QSizeF box(contentWidth + 2 * kPadX, contentHeight + 2 * kPadY);
     const double totalHeight = box.height() + kArrowHeight - 1;

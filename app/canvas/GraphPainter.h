@@ -34,8 +34,8 @@ struct ViewTransform {
 
 struct TooltipFrame {
     TooltipText text;
-    QPointF node;         // the node's screen point
-    double radius = 18;   // its radius, without pulse or hover scale
+    QPointF node;        // the node's screen point
+    double radius = 18;  // its radius, without pulse or hover scale
     double opacity = 1.0;
 };
 
@@ -44,12 +44,12 @@ struct GraphFrame {
     const GraphScene* scene = nullptr;
     ViewTransform transform;
     QSizeF viewSize;
-    const std::vector<QPointF>* nodePlaces = nullptr;  // per point, where nodes stand now
-    double selectionPulse = 0;                          // 1 falling to 0
-    std::optional<std::size_t> hovered;                 // a symbol
-    std::vector<std::pair<std::size_t, double>> scaled;  // symbols whose hover scale is not 1
+    const std::vector<QPointF>* nodePlaces = nullptr;       // per point, where nodes stand now
+    double selectionPulse = 0;                              // 1 falling to 0
+    std::optional<std::size_t> hovered;                     // a symbol
+    std::vector<std::pair<std::size_t, double>> scaled;     // symbols whose hover scale is not 1
     const std::vector<std::uint8_t>* searchHits = nullptr;  // per symbol; none: no search
-    double nodeSizeFactor = 1.0;  // of the `graphNodeSize` preference
+    double nodeSizeFactor = 1.0;                            // of the `graphNodeSize` preference
     std::optional<TooltipFrame> tooltip;
 
     double scaleOf(std::size_t symbol) const;
@@ -57,7 +57,7 @@ struct GraphFrame {
 
 // Where a node's square stands on screen and what it shows.
 struct NodeBox {
-    QRectF square;  // hover scale included
+    QRectF square;    // hover scale included
     double size = 0;  // before the hover scale
     double scale = 1.0;
     bool labelInside = false;
@@ -111,8 +111,8 @@ private:
 
     NodeSpriteCache sprites_;
     std::optional<CanvasPalette> spritePalette_;  // the colours the sprites were drawn in
-    QImage edgeLayer_;                   // the edges over a transparent ground
-    QImage frame_;                       // the frame put together in bands
+    QImage edgeLayer_;                            // the edges over a transparent ground
+    QImage frame_;                                // the frame put together in bands
     // What the edge layer was drawn for: while it holds, a frame that only animates
     // nodes, hover or the tooltip reuses the layer.
     struct EdgeLayerKey {
@@ -124,7 +124,7 @@ private:
         bool operator==(const EdgeLayerKey&) const = default;
     };
     std::optional<EdgeLayerKey> edgeLayerKey_;
-    std::vector<NamedColor> edgeHues_;   // in the order their masks are painted
+    std::vector<NamedColor> edgeHues_;  // in the order their masks are painted
     // Bands of rows, two per thread: dense and sparse stretches even out, and few bands
     // flatten few curves twice.
     int bands_ = 1;
@@ -148,9 +148,9 @@ private:
         std::vector<std::vector<std::uint32_t>> bandStrokes, bandArrows;
     };
     std::vector<EdgeChunk> edgeChunks_;
-    std::vector<NodeOp> nodeOps_;         // in drawing order
+    std::vector<NodeOp> nodeOps_;  // in drawing order
     std::vector<FullNode> fullNodes_;
-    std::vector<std::size_t> fullOps_;    // where in nodeOps_ the full nodes stand
+    std::vector<std::size_t> fullOps_;  // where in nodeOps_ the full nodes stand
     // Per band, the node images that may reach its rows, in drawing order.
     std::vector<std::vector<std::uint32_t>> bandNodes_;
     // Calls work(band) once for every band in [0, count), each band on exactly one thread,

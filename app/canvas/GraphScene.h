@@ -15,10 +15,10 @@
 #include <vector>
 
 #include "app/canvas/CanvasStyles.h"
+#include "app/state/StoreTypes.h"
 #include "core/impact/BlastRadius.h"
 #include "core/layout/GraphLayout.h"
 #include "core/model/ProjectIR.h"
-#include "app/state/StoreTypes.h"
 
 namespace vantrel {
 

@@ -12,8 +12,17 @@
 
 namespace vantrel {
 
-enum class GraphKeyAction { none, selectParent, selectChild, previousSibling, nextSibling, cycleLevel,
-                            toggleCollapsed, resetView, escape };
+enum class GraphKeyAction {
+    none,
+    selectParent,
+    selectChild,
+    previousSibling,
+    nextSibling,
+    cycleLevel,
+    toggleCollapsed,
+    resetView,
+    escape
+};
 
 // Arrows, Tab (Shift+Tab too), Space, Return/Enter and Escape; nothing with Ctrl held,
 // while Shift, Alt and Meta make no difference.

@@ -151,13 +151,13 @@ void ImpactGraphView::rebuildScene() {
     double amplitude = 0;
     for (std::size_t i = 0; i < graph.symbolCount(); ++i) {
         if (!scene_.hasPlace(i)) continue;
-        const std::optional<std::size_t> was = sameGraph ? std::optional<std::size_t>(i)
-                                                         : before.topology().indexOf(graph.id(i));
+        const std::optional<std::size_t> was =
+            sameGraph ? std::optional<std::size_t>(i) : before.topology().indexOf(graph.id(i));
         if (!was || !before.hasPlace(*was)) continue;  // a new node appears in its place
         glideOffset_[i] = beforePlaces[*was] - scene_.place(i);
         glideVelocity_[i] = beforeVelocity[*was];
-        amplitude = std::max(amplitude, length(glideOffset_[i]) + length(glideVelocity_[i]) /
-                                                                      kGlideSpring.dampedFrequency());
+        amplitude =
+            std::max(amplitude, length(glideOffset_[i]) + length(glideVelocity_[i]) / kGlideSpring.dampedFrequency());
     }
     if (amplitude > 0.01) {
         gliding_ = true;

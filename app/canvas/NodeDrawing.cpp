@@ -11,7 +11,7 @@ namespace vantrel {
 
 namespace {
 
-constexpr int kPhases = 4;          // sprite positions are kept to a quarter pixel
+constexpr int kPhases = 4;  // sprite positions are kept to a quarter pixel
 constexpr std::size_t kMaxSprites = 4096;
 
 // Room around the square for the stroke, miter corners included.
@@ -92,8 +92,9 @@ void drawNodeGlow(QPainter& painter, SymbolKind kind, const NodeStyle& style, co
     const double dpr = painter.device()->devicePixelRatioF();
     const double margin = strokeMargin(style.lineWidth) + std::ceil(sigma * 3);
     const QRectF area = square.adjusted(-margin, -margin, margin, margin);
-    QImage image(QSize(static_cast<int>(std::ceil(area.width() * dpr)), static_cast<int>(std::ceil(area.height() * dpr))),
-                 QImage::Format_ARGB32_Premultiplied);
+    QImage image(
+        QSize(static_cast<int>(std::ceil(area.width() * dpr)), static_cast<int>(std::ceil(area.height() * dpr))),
+        QImage::Format_ARGB32_Premultiplied);
     image.fill(Qt::transparent);
     {
         QPainter mask(&image);
@@ -108,8 +109,8 @@ void drawNodeGlow(QPainter& painter, SymbolKind kind, const NodeStyle& style, co
 
 std::size_t NodeSpriteCache::KeyHash::operator()(const Key& k) const noexcept {
     std::size_t h = static_cast<std::size_t>(k.kind);
-    for (std::size_t v : {std::size_t(k.fill), std::size_t(k.stroke), std::size_t(k.lineWidth64),
-                          std::size_t(k.size64), std::size_t(k.phaseX), std::size_t(k.phaseY), std::size_t(k.dpr64)})
+    for (std::size_t v : {std::size_t(k.fill), std::size_t(k.stroke), std::size_t(k.lineWidth64), std::size_t(k.size64),
+                          std::size_t(k.phaseX), std::size_t(k.phaseY), std::size_t(k.dpr64)})
         h = h * 1000003U ^ v;
     return h;
 }

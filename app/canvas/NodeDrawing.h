@@ -64,7 +64,7 @@ private:
         std::size_t operator()(const Key& key) const noexcept;
     };
     struct Sprite {
-        QImage image;  // without the fully transparent border
+        QImage image;   // without the fully transparent border
         QPoint offset;  // of the image's corner from the drawing's, in device pixels
     };
     std::unordered_map<Key, Sprite, KeyHash> sprites_;

@@ -46,8 +46,7 @@ std::optional<std::size_t> NodeHitGrid::nodeAt(QPointF point, const std::vector<
     const std::size_t c = static_cast<std::size_t>(y) * columns_ + x;
     for (std::uint32_t k = offsets_[c + 1]; k > offsets_[c]; --k) {
         const std::uint32_t node = members_[k - 1];
-        if (squares_[node].contains(point) &&
-            std::find(skipped.begin(), skipped.end(), node) == skipped.end())
+        if (squares_[node].contains(point) && std::find(skipped.begin(), skipped.end(), node) == skipped.end())
             return node;
     }
     return std::nullopt;

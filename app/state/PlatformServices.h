@@ -11,9 +11,9 @@ namespace vantrel {
 
 struct OpenPanelRequest {
     QString title;
-    QString prompt;           // the confirm button's text; empty for the toolkit's own
+    QString prompt;              // the confirm button's text; empty for the toolkit's own
     bool chooseFolders = false;  // folders only, else files only; always one selection
-    QStringList nameFilters;  // file filters such as "JSON (*.json)"; empty for all files
+    QStringList nameFilters;     // file filters such as "JSON (*.json)"; empty for all files
 };
 
 struct SavePanelRequest {
@@ -26,7 +26,7 @@ struct SavePanelRequest {
 struct AlertRequest {
     QString title;
     QString text;
-    QStringList buttons;   // in display order; the first is the default button
+    QStringList buttons;    // in display order; the first is the default button
     int escapeButton = -1;  // the button that Escape presses, if any
 };
 

@@ -17,17 +17,17 @@
 namespace vantrel {
 
 namespace prefkeys {
-inline constexpr char kShowOnboardingOnLaunch[] = "showOnboardingOnLaunch";  // Boolean, true
-inline constexpr char kHasCompletedOnboarding[] = "hasCompletedOnboarding";  // Boolean, not registered
-inline constexpr char kDefaultMaxDepth[] = "defaultMaxDepth";                // integer, 3
-inline constexpr char kDefaultExportFormat[] = "defaultExportFormat";        // "json" "dot" "svg" "png"
-inline constexpr char kEdgeOpacity[] = "edgeOpacity";                        // double, 0.55
-inline constexpr char kGraphNodeSize[] = "graphNodeSize";                    // "small" "medium" "large"
-inline constexpr char kColorScheme[] = "colorScheme";                        // "system" "light" "dark"
+inline constexpr char kShowOnboardingOnLaunch[] = "showOnboardingOnLaunch";        // Boolean, true
+inline constexpr char kHasCompletedOnboarding[] = "hasCompletedOnboarding";        // Boolean, not registered
+inline constexpr char kDefaultMaxDepth[] = "defaultMaxDepth";                      // integer, 3
+inline constexpr char kDefaultExportFormat[] = "defaultExportFormat";              // "json" "dot" "svg" "png"
+inline constexpr char kEdgeOpacity[] = "edgeOpacity";                              // double, 0.55
+inline constexpr char kGraphNodeSize[] = "graphNodeSize";                          // "small" "medium" "large"
+inline constexpr char kColorScheme[] = "colorScheme";                              // "system" "light" "dark"
 inline constexpr char kGlobalExcludePatternsJSON[] = "globalExcludePatternsJSON";  // JSON array data
 inline constexpr char kEnabledLanguageIdsJSON[] = "enabledLanguageIdsJSON";        // JSON array data
-inline constexpr char kPreferencesSelectedTab[] = "preferencesSelectedTab";  // "general" "scanning" "appearance"
-inline constexpr char kRecentProjects[] = "recentProjects";                  // list of text, not registered
+inline constexpr char kPreferencesSelectedTab[] = "preferencesSelectedTab";        // "general" "scanning" "appearance"
+inline constexpr char kRecentProjects[] = "recentProjects";                        // list of text, not registered
 }  // namespace prefkeys
 
 // Compact JSON text of a list of strings, as the two data keys hold it.

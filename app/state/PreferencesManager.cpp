@@ -2,8 +2,8 @@
 
 #include <algorithm>
 
-#include "core/config/GlobalDefaults.h"
 #include "app/state/Preferences.h"
+#include "core/config/GlobalDefaults.h"
 
 namespace vantrel {
 

@@ -20,13 +20,15 @@ AlertRequest largeProjectAlert(std::int64_t fileCount) {
     if (fileCount >= kVeryLargeProjectFiles) {
         alert.title = QStringLiteral("Very large project");
         alert.text = QStringLiteral("This project contains ") + count +
-                     QStringLiteral(" source files. Scanning may take several minutes and use significant memory. "
-                                    "Consider scanning a subdirectory or excluding more folders.");
+                     QStringLiteral(
+                         " source files. Scanning may take several minutes and use significant memory. "
+                         "Consider scanning a subdirectory or excluding more folders.");
     } else {
         alert.title = QStringLiteral("Large project");
         alert.text = QStringLiteral("This project contains ") + count +
-                     QStringLiteral(" source files. Scanning may take a while. You can exclude folders (e.g. build "
-                                    "outputs) to speed it up.");
+                     QStringLiteral(
+                         " source files. Scanning may take a while. You can exclude folders (e.g. build "
+                         "outputs) to speed it up.");
     }
     alert.buttons = {QStringLiteral("Continue"), QStringLiteral("Cancel"), QStringLiteral("Exclude More\u2026")};
     alert.escapeButton = kCancel;

@@ -22,7 +22,10 @@
 #include <string_view>
 #include <vector>
 
-#include "imageexport/GraphExportFormat.h"
+#include "app/state/AppLocations.h"
+#include "app/state/PlatformServices.h"
+#include "app/state/ScanJob.h"
+#include "app/state/StoreTypes.h"
 #include "core/cache/ProjectCache.h"
 #include "core/config/VantrelConfig.h"
 #include "core/impact/BlastRadius.h"
@@ -31,10 +34,7 @@
 #include "core/model/ProjectIR.h"
 #include "core/scan/ScanProgress.h"
 #include "core/scan/SymbolScanner.h"
-#include "app/state/AppLocations.h"
-#include "app/state/PlatformServices.h"
-#include "app/state/ScanJob.h"
-#include "app/state/StoreTypes.h"
+#include "imageexport/GraphExportFormat.h"
 
 class QMimeData;
 

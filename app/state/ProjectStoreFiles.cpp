@@ -3,10 +3,10 @@
 #include <QSaveFile>
 #include <QUrl>
 
-#include "imageexport/GraphExport.h"
-#include "core/model/IRJson.h"
 #include "app/state/ProjectStore.h"
+#include "core/model/IRJson.h"
 #include "core/util/FileIO.h"
+#include "imageexport/GraphExport.h"
 
 namespace vantrel {
 
@@ -16,7 +16,9 @@ void ProjectStore::chooseProjectFolder() {
 }
 
 void ProjectStore::chooseBaselineSnapshot() {
-    OpenPanelRequest panel{QStringLiteral("Select baseline snapshot (ProjectIR JSON)"), {}, false,
+    OpenPanelRequest panel{QStringLiteral("Select baseline snapshot (ProjectIR JSON)"),
+                           {},
+                           false,
                            {QString::fromUtf8(fileDialogFilter(GraphExportFormat::json))}};
     environment_.platform->showOpenPanel(panel, [this](const QString& path) { loadBaseline(path); });
 }

@@ -10,11 +10,13 @@ namespace vantrel {
 // A queued call runs on a later turn of the event loop, so the caller and the view
 // that is being updated finish before anything changes.
 void ProjectStore::select(const std::string& symbolId) {
-    QMetaObject::invokeMethod(this, [this, symbolId] { applySelection(symbolId); }, Qt::QueuedConnection);
+    QMetaObject::invokeMethod(
+        this, [this, symbolId] { applySelection(symbolId); }, Qt::QueuedConnection);
 }
 
 void ProjectStore::clearSelection() {
-    QMetaObject::invokeMethod(this, [this] { applyClearSelection(); }, Qt::QueuedConnection);
+    QMetaObject::invokeMethod(
+        this, [this] { applyClearSelection(); }, Qt::QueuedConnection);
 }
 
 void ProjectStore::applySelection(const std::string& symbolId) {
@@ -64,8 +66,8 @@ std::vector<LevelDeltaCount> ProjectStore::blastRadiusDeltaCountsForSelection() 
     auto delta = ProjectDiff::blastRadiusDelta(*selectedSymbolId_, *baselineIR_, *ir_, config_.maxDepth);
     std::vector<LevelDeltaCount> counts;
     for (const auto& [level, change] : delta)  // one entry per level, ascending
-        counts.push_back({level, static_cast<std::int64_t>(change.added.size()),
-                          static_cast<std::int64_t>(change.removed.size())});
+        counts.push_back(
+            {level, static_cast<std::int64_t>(change.added.size()), static_cast<std::int64_t>(change.removed.size())});
     return counts;
 }
 

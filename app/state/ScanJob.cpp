@@ -4,8 +4,8 @@
 
 namespace vantrel {
 
-ScanJob::ScanJob(SymbolScanner scanner, std::string root, VantrelConfig config, FileCounter counter,
-                 QObject* receiver, Handlers handlers)
+ScanJob::ScanJob(SymbolScanner scanner, std::string root, VantrelConfig config, FileCounter counter, QObject* receiver,
+                 Handlers handlers)
     : scanner_(std::move(scanner)),
       root_(std::move(root)),
       config_(std::move(config)),
@@ -60,9 +60,9 @@ void ScanJob::startScan(QThreadPool& pool, std::int64_t fileCount) {
             auto progress = [&self](const ScanProgress& report) {
                 self->post([self, report] { self->handlers_.progress(report); });
             };
-            auto ir = std::make_shared<ProjectIR>(self->scanner_.scanProject(
-                self->root_, self->config_, kBatchSize, kMaxConcurrentParses, fileCount, progress,
-                self->cancelCheck()));
+            auto ir = std::make_shared<ProjectIR>(self->scanner_.scanProject(self->root_, self->config_, kBatchSize,
+                                                                             kMaxConcurrentParses, fileCount, progress,
+                                                                             self->cancelCheck()));
             self->post([self, ir] { self->handlers_.finished(ir); });
         });
     });

@@ -26,9 +26,7 @@ QLayoutItem* AdaptiveGridLayout::takeAt(int index) {
 
 QSize AdaptiveGridLayout::sizeHint() const { return minimumSize(); }
 
-QSize AdaptiveGridLayout::minimumSize() const {
-    return {minimumCellWidth_, heightForWidth(minimumCellWidth_)};
-}
+QSize AdaptiveGridLayout::minimumSize() const { return {minimumCellWidth_, heightForWidth(minimumCellWidth_)}; }
 
 int AdaptiveGridLayout::heightForWidth(int width) const { return arrange(QRect(0, 0, width, 0), false); }
 
@@ -47,8 +45,7 @@ int AdaptiveGridLayout::arrange(const QRect& rect, bool apply) const {
             rowHeight = std::max(rowHeight, items_[i]->sizeHint().height());
         for (int i = first; apply && i < std::min<int>(first + columns, items_.size()); ++i) {
             const int column = i - first;
-            items_[i]->setGeometry(
-                QRect(rect.left() + column * (cellWidth + gridSpacing_), y, cellWidth, rowHeight));
+            items_[i]->setGeometry(QRect(rect.left() + column * (cellWidth + gridSpacing_), y, cellWidth, rowHeight));
         }
         y += rowHeight + gridSpacing_;
     }

@@ -89,7 +89,10 @@ QVariant DiagnosticListModel::data(const QModelIndex& index, int role) const {
 }
 
 DiagnosticsGroup::DiagnosticsGroup(QWidget* parent)
-    : QWidget(parent), header_(new QToolButton(this)), list_(new QListView(this)), model_(new DiagnosticListModel(this)) {
+    : QWidget(parent),
+      header_(new QToolButton(this)),
+      list_(new QListView(this)),
+      model_(new DiagnosticListModel(this)) {
     auto* layout = new QVBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
     layout->setSpacing(6);

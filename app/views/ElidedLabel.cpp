@@ -16,9 +16,7 @@ void ElidedLabel::setFullText(const QString& text) {
 
 QSize ElidedLabel::minimumSizeHint() const { return {0, fontMetrics().height()}; }
 
-QSize ElidedLabel::sizeHint() const {
-    return {fontMetrics().horizontalAdvance(fullText_) + 2, fontMetrics().height()};
-}
+QSize ElidedLabel::sizeHint() const { return {fontMetrics().horizontalAdvance(fullText_) + 2, fontMetrics().height()}; }
 
 void ElidedLabel::resizeEvent(QResizeEvent* event) {
     QLabel::resizeEvent(event);

@@ -20,8 +20,7 @@ FailurePanel::FailurePanel(QWidget* parent) : MaterialFrame(Material::regular, 1
     auto* column = new QVBoxLayout(this);
     column->setContentsMargins(kPadding, kPadding, kPadding, kPadding);
     column->setSpacing(kSpacing);
-    column->addWidget(makeLabel(QStringLiteral("Scan failed"), TextStyle::headline, false, this), 0,
-                      Qt::AlignHCenter);
+    column->addWidget(makeLabel(QStringLiteral("Scan failed"), TextStyle::headline, false, this), 0, Qt::AlignHCenter);
     message_ = makeLabel({}, TextStyle::callout, true, this);
     message_->setWordWrap(true);
     message_->setAlignment(Qt::AlignHCenter);

@@ -8,9 +8,9 @@
 #include <QToolBar>
 #include <QToolButton>
 
-#include "imageexport/GraphExportFormat.h"
 #include "app/state/ProjectStore.h"
 #include "app/views/MainWindow.h"
+#include "imageexport/GraphExportFormat.h"
 
 namespace vantrel {
 

@@ -86,7 +86,8 @@ QWidget* PreferencesView::buildGeneralTab() {
     exportFormat_->addItems(titlesOf(kExportFormats));
     form->addRow(QStringLiteral("Default export format"), exportFormat_);
     connect(exportFormat_, &QComboBox::activated, this, [this](int index) {
-        store(prefkeys::kDefaultExportFormat, QString::fromUtf8(kExportFormats.at(static_cast<std::size_t>(index)).value));
+        store(prefkeys::kDefaultExportFormat,
+              QString::fromUtf8(kExportFormats.at(static_cast<std::size_t>(index)).value));
     });
 
     showOnboarding_ = new QCheckBox(QStringLiteral("Show onboarding on launch"), tab);

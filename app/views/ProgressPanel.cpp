@@ -77,9 +77,7 @@ void ProgressPanel::setProgress(const OptionalScanProgress& progress) {
     path_->setVisible(!display.currentPath.isEmpty());
 }
 
-QSize ProgressPanel::sizeHint() const {
-    return {kMaxPathWidth + 2 * kPadding, MaterialFrame::sizeHint().height()};
-}
+QSize ProgressPanel::sizeHint() const { return {kMaxPathWidth + 2 * kPadding, MaterialFrame::sizeHint().height()}; }
 
 QString ProgressPanel::valueText() const { return value_->text(); }
 

@@ -44,9 +44,8 @@ ScanningPreferencesTab::ScanningPreferencesTab(ProjectCache cache, QWidget* pare
     addRow->addWidget(newExclude_, 1);
     addRow->addWidget(add_);
     column->addLayout(addRow);
-    connect(newExclude_, &QLineEdit::textChanged, this, [this](const QString& text) {
-        add_->setEnabled(!text.trimmed().isEmpty());
-    });
+    connect(newExclude_, &QLineEdit::textChanged, this,
+            [this](const QString& text) { add_->setEnabled(!text.trimmed().isEmpty()); });
     connect(newExclude_, &QLineEdit::returnPressed, this, &ScanningPreferencesTab::addExclude);
     connect(add_, &QPushButton::clicked, this, &ScanningPreferencesTab::addExclude);
     add_->setEnabled(false);
@@ -137,7 +136,9 @@ void ScanningPreferencesTab::reloadPatterns() {
 
 void ScanningPreferencesTab::reloadLanguages() {
     std::vector<std::string> enabled = storedJSONList(prefkeys::kEnabledLanguageIdsJSON);
-    auto contains = [&enabled](const char* id) { return std::find(enabled.begin(), enabled.end(), id) != enabled.end(); };
+    auto contains = [&enabled](const char* id) {
+        return std::find(enabled.begin(), enabled.end(), id) != enabled.end();
+    };
     javascript_->setChecked(contains(kJavaScript.id));
     python_->setChecked(contains(kPython.id));
 }

@@ -139,10 +139,9 @@ QWidget* SidebarView::buildControls() {
     diagnostics_->setObjectName(QStringLiteral("diagnostics"));
     column->addWidget(diagnostics_);
 
-    kindPicker_ = new SegmentedPicker(QStringLiteral("Kind"),
-                                      {QStringLiteral("Functions"), QStringLiteral("Components"),
-                                       QStringLiteral("Methods")},
-                                      controls);
+    kindPicker_ = new SegmentedPicker(
+        QStringLiteral("Kind"), {QStringLiteral("Functions"), QStringLiteral("Components"), QStringLiteral("Methods")},
+        controls);
     kindPicker_->setObjectName(QStringLiteral("kindPicker"));
     column->addWidget(kindPicker_);
     connect(kindPicker_, &SegmentedPicker::activated, this, [this](int index) {

@@ -36,8 +36,7 @@ void SymbolRowDelegate::paint(QPainter* painter, const QStyleOptionViewItem& opt
     QRect kindRect(row.left() + kInset, row.top(), kKindWidth, row.height());
     painter->setFont(textStyleFont(TextStyle::caption2));
     painter->setPen(palette.color(QPalette::PlaceholderText));
-    painter->drawText(kindRect, Qt::AlignLeft | Qt::AlignVCenter,
-                      index.data(SymbolListModel::KindTextRole).toString());
+    painter->drawText(kindRect, Qt::AlignLeft | Qt::AlignVCenter, index.data(SymbolListModel::KindTextRole).toString());
 
     const int dotLeft = kindRect.right() + 1 + kSpacing;
     painter->setPen(Qt::NoPen);
@@ -48,8 +47,8 @@ void SymbolRowDelegate::paint(QPainter* painter, const QStyleOptionViewItem& opt
     idRect.setRight(row.right() - kInset);
     painter->setFont(option.font);
     painter->setPen(color);
-    const QString id = painter->fontMetrics().elidedText(index.data(Qt::DisplayRole).toString(), Qt::ElideMiddle,
-                                                         idRect.width());
+    const QString id =
+        painter->fontMetrics().elidedText(index.data(Qt::DisplayRole).toString(), Qt::ElideMiddle, idRect.width());
     painter->drawText(idRect, Qt::AlignLeft | Qt::AlignVCenter, id);
     painter->restore();
 }

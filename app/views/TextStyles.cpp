@@ -34,7 +34,9 @@ QFont textStyleFont(TextStyle style, bool semibold) {
     return font;
 }
 
-void applyTextStyle(QWidget* widget, TextStyle style, bool semibold) { widget->setFont(textStyleFont(style, semibold)); }
+void applyTextStyle(QWidget* widget, TextStyle style, bool semibold) {
+    widget->setFont(textStyleFont(style, semibold));
+}
 
 void makeSecondary(QWidget* widget) { widget->setForegroundRole(QPalette::PlaceholderText); }
 

@@ -200,9 +200,7 @@ void readSymbol(JsonReader& reader, Symbol& symbol, std::string& scratch, bool k
                   kFields[4] == kRefsOut);
     readObject(reader, kFields, [&](std::size_t which, std::string_view) {
         switch (which) {
-            case 0:
-                readOrSkipString(reader, symbol.id, keep);
-                return true;
+            case 0: readOrSkipString(reader, symbol.id, keep); return true;
             case 1: {
                 auto kind = symbolKindFromRaw(reader.readStringView(scratch));
                 if (!kind) throw DecodeError("unknown kind");
@@ -218,14 +216,9 @@ void readSymbol(JsonReader& reader, Symbol& symbol, std::string& scratch, bool k
                 });
                 return true;
             }
-            case 3:
-                readIdSet(reader, symbol.refsIn, keep);
-                return true;
-            case 4:
-                readIdSet(reader, symbol.refsOut, keep);
-                return true;
-            default:
-                return false;
+            case 3: readIdSet(reader, symbol.refsIn, keep); return true;
+            case 4: readIdSet(reader, symbol.refsOut, keep); return true;
+            default: return false;
         }
     });
 }
@@ -235,12 +228,8 @@ void readDiagnostic(JsonReader& reader, ResolutionDiagnostic& diagnostic, std::s
     static constexpr std::array<std::string_view, 3> kKeys{"importPath", "importerPath", "reason"};
     readObject(reader, kKeys, [&](std::size_t which, std::string_view key) {
         switch (which) {
-            case 0:
-                readOrSkipString(reader, diagnostic.importPath, keep);
-                return true;
-            case 1:
-                readOrSkipString(reader, diagnostic.importerPath, keep);
-                return true;
+            case 0: readOrSkipString(reader, diagnostic.importPath, keep); return true;
+            case 1: readOrSkipString(reader, diagnostic.importerPath, keep); return true;
             case 2: {
                 auto reason = reasonFromRaw(reader.readStringView(scratch));
                 if (!reason) throw DecodeError("unknown reason");
@@ -303,7 +292,8 @@ bool decodeFileRecordInto(std::string_view bytes, RecordFields keep, CachedFileR
         CachedCallSite call;
         ResolutionDiagnostic diagnostic;
         std::string scratch;
-        static constexpr std::array<std::string_view, 5> kKeys{"calls", "diagnostics", "fileHash", "imports", "symbols"};
+        static constexpr std::array<std::string_view, 5> kKeys{"calls", "diagnostics", "fileHash", "imports",
+                                                               "symbols"};
         readObject(reader, kKeys, [&](std::size_t which, std::string_view) {
             switch (which) {
                 case 0: {
@@ -334,9 +324,7 @@ bool decodeFileRecordInto(std::string_view bytes, RecordFields keep, CachedFileR
                         if (keepSymbols) record.diagnostics.push_back(std::move(diagnostic));
                     });
                     return true;
-                case 2:
-                    reader.readString(record.fileHash);
-                    return true;
+                case 2: reader.readString(record.fileHash); return true;
                 case 3: {
                     record.imports.clear();
                     if (reader.peek() != JsonReader::Type::object) throw DecodeError("expected an object");
@@ -357,8 +345,7 @@ bool decodeFileRecordInto(std::string_view bytes, RecordFields keep, CachedFileR
                         if (keepSymbols) record.symbols.push_back(std::move(symbol));
                     });
                     return true;
-                default:
-                    return false;
+                default: return false;
             }
         });
         reader.finish();
@@ -406,6 +393,5 @@ std::string encodeCacheKey(const CacheKey& key) {
 }
 
 std::string keyHash(const CacheKey& key) { return sha256Hex(encodeCacheKey(key)); }
-
 
 }  // namespace vantrel

@@ -52,7 +52,8 @@ enum class RecordFields { all, symbols, links };
 
 // Record encodings (compact, sorted keys, "/" written as "\/") and strict decoders.
 [[nodiscard]] std::string encodeFileRecord(const CachedFileResult& record);
-[[nodiscard]] std::optional<CachedFileResult> decodeFileRecord(std::string_view bytes, RecordFields keep = RecordFields::all);
+[[nodiscard]] std::optional<CachedFileResult> decodeFileRecord(std::string_view bytes,
+                                                               RecordFields keep = RecordFields::all);
 // The same into `record`, reusing what it holds; false (and `record` unspecified) when
 // the bytes are not a record.
 [[nodiscard]] bool decodeFileRecordInto(std::string_view bytes, RecordFields keep, CachedFileResult& record);

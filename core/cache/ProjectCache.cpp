@@ -123,7 +123,7 @@ void ProjectCache::saveMeta(const ProjectCacheMeta& meta, std::string_view proje
 }
 
 std::optional<CachedFileResult> ProjectCache::loadFile(std::string_view projectRoot, std::string_view relPath,
-                                                      RecordFields keep) const {
+                                                       RecordFields keep) const {
     CachedFileResult record;
     std::string buffer;
     if (!loadFileInto(projectRoot, relPath, keep, record, buffer)) return std::nullopt;

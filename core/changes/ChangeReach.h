@@ -13,7 +13,7 @@ namespace vantrel {
 // it. Added and modified symbols are walked in `current`; a removed symbol, and the
 // previous id of a renamed one, in `base`, where their callers still stand. No changed
 // symbol (by id or previous id) is among the reached ones. Pure; cannot fail.
-[[nodiscard]] ImpactLevels reachOfChanges(const std::vector<ChangedSymbol>& changed, const ProjectIR& current, const ProjectIR& base,
-                            std::int64_t maxDepth);
+[[nodiscard]] ImpactLevels reachOfChanges(const std::vector<ChangedSymbol>& changed, const ProjectIR& current,
+                                          const ProjectIR& base, std::int64_t maxDepth);
 
 }  // namespace vantrel

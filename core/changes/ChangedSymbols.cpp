@@ -64,8 +64,8 @@ std::string_view rawValue(ChangeKind change) {
     return "modified";
 }
 
-std::vector<FileChange> changesBelowFolder(const std::vector<FileDiff>& diffs, const std::vector<std::string>& untracked,
-                                           std::string_view folderPrefix) {
+std::vector<FileChange> changesBelowFolder(const std::vector<FileDiff>& diffs,
+                                           const std::vector<std::string>& untracked, std::string_view folderPrefix) {
     std::vector<FileChange> changes;
     for (const auto& diff : diffs) {
         FileChange change{belowFolder(diff.newPath, folderPrefix),

@@ -25,8 +25,8 @@ struct FileChange {
 // Keeps what lies below `folderPrefix` (the scanned folder's path from the repository's
 // top: empty, or ending in "/") and makes its paths relative to the folder. `untracked`
 // are top-relative paths of files git does not track; each counts as wholly added.
-std::vector<FileChange> changesBelowFolder(const std::vector<FileDiff>& diffs, const std::vector<std::string>& untracked,
-                                           std::string_view folderPrefix);
+std::vector<FileChange> changesBelowFolder(const std::vector<FileDiff>& diffs,
+                                           const std::vector<std::string>& untracked, std::string_view folderPrefix);
 
 enum class ChangeKind { added, modified, removed };
 
@@ -47,7 +47,7 @@ struct ChangedSymbol {
 // `previousId`: its identity moved. A symbol of `base` whose id is gone and that no
 // renamed symbol took over is "removed". Nested declarations each count on their own.
 // Sorted by change (added, modified, removed), then by id.
-[[nodiscard]] std::vector<ChangedSymbol> changedSymbols(const std::vector<FileChange>& changes, const ProjectIR& current,
-                                          const ProjectIR& base);
+[[nodiscard]] std::vector<ChangedSymbol> changedSymbols(const std::vector<FileChange>& changes,
+                                                        const ProjectIR& current, const ProjectIR& base);
 
 }  // namespace vantrel

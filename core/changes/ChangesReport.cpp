@@ -42,8 +42,8 @@ std::string codeCell(const std::string& text) {
 
 std::string markdownRow(const ReportedSymbol& symbol) {
     auto pieces = splitId(symbol.id);
-    std::string name = pieces.size() >= 3 ? codeCell(std::string(pieces[1])) + " " + std::string(pieces[2])
-                                          : codeCell(symbol.id);
+    std::string name =
+        pieces.size() >= 3 ? codeCell(std::string(pieces[1])) + " " + std::string(pieces[2]) : codeCell(symbol.id);
     std::string line = symbol.line ? std::to_string(*symbol.line) : "";
     return "| " + name + " | " + codeCell(symbol.file) + " | " + line + " |\n";
 }

@@ -26,7 +26,7 @@ struct ChangesReport {
     std::string baseRevision;  // as the user named it
     std::string baseCommit;    // the full commit id it names
     std::int64_t depth = 3;
-    std::vector<ReportedSymbol> changed;                // added, modified, removed; each by id
+    std::vector<ReportedSymbol> changed;                 // added, modified, removed; each by id
     std::map<int, std::vector<ReportedSymbol>> reached;  // by level, then by id
 
     std::size_t reachedCount() const;
@@ -34,8 +34,8 @@ struct ChangesReport {
 
 // Locations come from `current`, else from `base` (removed symbols and their callers).
 [[nodiscard]] ChangesReport makeChangesReport(std::string baseRevision, std::string baseCommit, std::int64_t depth,
-                                const std::vector<ChangedSymbol>& changed, const ImpactLevels& reached,
-                                const ProjectIR& current, const ProjectIR& base);
+                                              const std::vector<ChangedSymbol>& changed, const ImpactLevels& reached,
+                                              const ProjectIR& current, const ProjectIR& base);
 
 // Rows of one Markdown table; the rest of a level is counted below it.
 constexpr std::size_t kMarkdownRowsPerLevel = 50;

@@ -82,8 +82,7 @@ bool wildcardMatch(std::string_view pattern, std::string_view text) {
                 }
             } else {
                 std::size_t patternLength = characterLength(pattern, p);
-                if (patternLength == textLength &&
-                    std::memcmp(pattern.data() + p, text.data() + t, textLength) == 0) {
+                if (patternLength == textLength && std::memcmp(pattern.data() + p, text.data() + t, textLength) == 0) {
                     p += patternLength;
                     t += textLength;
                     continue;

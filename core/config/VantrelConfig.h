@@ -11,8 +11,8 @@
 namespace vantrel {
 
 struct VantrelConfig {
-    std::vector<std::string> exclude;                      // glob patterns, order as written
-    std::int64_t maxDepth = 3;                             // levels a blast radius goes
+    std::vector<std::string> exclude;                          // glob patterns, order as written
+    std::int64_t maxDepth = 3;                                 // levels a blast radius goes
     std::optional<std::vector<std::string>> enabledLanguages;  // plugin ids; absent or empty: all
     bool operator==(const VantrelConfig&) const = default;
 

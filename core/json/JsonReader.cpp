@@ -48,7 +48,8 @@ namespace {
 #if defined(__GNUC__)
 __attribute__((always_inline))
 #endif
-inline std::size_t plainRunEnd(const char* data, std::size_t pos, std::size_t size) {
+inline std::size_t
+plainRunEnd(const char* data, std::size_t pos, std::size_t size) {
 #if defined(__SSE2__)
     const __m128i quote = _mm_set1_epi8('"');
     const __m128i backslash = _mm_set1_epi8('\\');
@@ -57,7 +58,8 @@ inline std::size_t plainRunEnd(const char* data, std::size_t pos, std::size_t si
         __m128i chunk = _mm_loadu_si128(reinterpret_cast<const __m128i*>(data + pos));
         // Unsigned c < 0x20 is min(c, 0x20) != 0x20.
         __m128i control = _mm_xor_si128(_mm_cmpeq_epi8(_mm_min_epu8(chunk, space), space), _mm_set1_epi8(-1));
-        __m128i special = _mm_or_si128(_mm_or_si128(_mm_cmpeq_epi8(chunk, quote), _mm_cmpeq_epi8(chunk, backslash)), control);
+        __m128i special =
+            _mm_or_si128(_mm_or_si128(_mm_cmpeq_epi8(chunk, quote), _mm_cmpeq_epi8(chunk, backslash)), control);
         // A byte above 0x7F ends the run too, by its high bit: it must be checked as UTF-8.
         int mask = _mm_movemask_epi8(special) | _mm_movemask_epi8(chunk);
         if (mask != 0) return pos + static_cast<std::size_t>(std::countr_zero(static_cast<unsigned>(mask)));
@@ -247,7 +249,9 @@ std::int64_t JsonReader::readInteger() {
     // at the '.' of "2.0" and would read 2 for "2.5".
     double d = 0;
     auto [doubleTo, doubleError] = std::from_chars(number.data(), number.data() + number.size(), d);
-    if (doubleError == std::errc() && doubleTo == number.data() + number.size() && std::isfinite(d) && std::floor(d) == d && std::fabs(d) < 9.2e18) return static_cast<std::int64_t>(d);
+    if (doubleError == std::errc() && doubleTo == number.data() + number.size() && std::isfinite(d) &&
+        std::floor(d) == d && std::fabs(d) < 9.2e18)
+        return static_cast<std::int64_t>(d);
     throw DecodeError("expected an integer, found " + std::string(number));
 }
 
@@ -274,8 +278,14 @@ void JsonReader::skipValue() {
             }
         }
         switch (peek()) {
-            case Type::object: beginObject(); open.push_back('{'); break;
-            case Type::array: beginArray(); open.push_back('['); break;
+            case Type::object:
+                beginObject();
+                open.push_back('{');
+                break;
+            case Type::array:
+                beginArray();
+                open.push_back('[');
+                break;
             case Type::string: skipString(); break;
             case Type::number: numberText(); break;
             case Type::boolean: next() == 't' ? expectLiteral("true") : expectLiteral("false"); break;

@@ -46,7 +46,8 @@ public:
         return true;
     }
     bool takeLiteral(std::string_view literal) {
-        if (text_.size() - pos_ < literal.size() || std::memcmp(text_.data() + pos_, literal.data(), literal.size()) != 0)
+        if (text_.size() - pos_ < literal.size() ||
+            std::memcmp(text_.data() + pos_, literal.data(), literal.size()) != 0)
             return false;
         pos_ += literal.size();
         first_ = false;
@@ -114,14 +115,14 @@ private:
     bool first_ = false;
 };
 
-
 // Inline: every token of a record passes through these.
 inline JsonReader::Type JsonReader::peek() {
     switch (next()) {
         case '{': return Type::object;
         case '[': return Type::array;
         case '"': return Type::string;
-        case 't': case 'f': return Type::boolean;
+        case 't':
+        case 'f': return Type::boolean;
         case 'n': return Type::null;
         default: return Type::number;
     }

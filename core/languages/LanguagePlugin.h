@@ -24,7 +24,7 @@ struct AnalysisInput {
     std::string fileRelPath;  // first piece of every id, importerPath of every diagnostic
     std::string rootPath;     // the project root
     std::u16string_view source;
-    TSNode root;                                // root node of the tree parsed from `source`
+    TSNode root;                                 // root node of the tree parsed from `source`
     const TSConfigResolver* tsconfig = nullptr;  // the project's path mapping, if any
 };
 
@@ -38,6 +38,5 @@ public:
     // Cannot fail: what goes wrong becomes a diagnostic or silence.
     virtual FileAnalysisResult analyzeFile(const AnalysisInput& input) const = 0;
 };
-
 
 }  // namespace vantrel

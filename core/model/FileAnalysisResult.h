@@ -18,9 +18,9 @@ struct CachedCallSite {
 };
 
 struct FileAnalysisResult {
-    std::vector<Symbol> symbols;                  // pass order, match order within a pass
-    std::map<std::string, std::string> imports;   // local name -> imported file's relative path
-    std::vector<CachedCallSite> calls;            // match order, repeats included
+    std::vector<Symbol> symbols;                 // pass order, match order within a pass
+    std::map<std::string, std::string> imports;  // local name -> imported file's relative path
+    std::vector<CachedCallSite> calls;           // match order, repeats included
     std::vector<ResolutionDiagnostic> diagnostics;
 };
 

@@ -32,9 +32,8 @@ json symbolToJson(const Symbol& s) {
 }
 
 json diagnosticToJson(const ResolutionDiagnostic& d) {
-    json out{{"importerPath", d.importerPath},
-             {"importPath", d.importPath},
-             {"reason", std::string(rawValue(d.reason))}};
+    json out{
+        {"importerPath", d.importerPath}, {"importPath", d.importPath}, {"reason", std::string(rawValue(d.reason))}};
     if (d.suggestion) out["suggestion"] = *d.suggestion;
     return out;
 }
@@ -116,8 +115,7 @@ ProjectIR projectIRFromJson(const json& value) {
         ir.symbols.emplace(key, symbolFromJson(symbolJson, "symbols[\"" + key + "\"]"));
     auto it = value.find("diagnostics");
     if (it != value.end() && !it->is_null()) {
-        if (!it->is_array())
-            throw DecodeError("key 'diagnostics': expected an array, found " + describeType(*it));
+        if (!it->is_array()) throw DecodeError("key 'diagnostics': expected an array, found " + describeType(*it));
         std::size_t index = 0;
         for (const auto& d : *it) {
             ir.diagnostics.push_back(diagnosticFromJson(d, "diagnostics[" + std::to_string(index) + "]"));
@@ -128,6 +126,5 @@ ProjectIR projectIRFromJson(const json& value) {
 }
 
 ProjectIR decodeProjectIR(std::string_view bytes) { return projectIRFromJson(parseJsonOrThrow(bytes)); }
-
 
 }  // namespace vantrel

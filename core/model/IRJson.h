@@ -33,5 +33,4 @@ ResolutionDiagnostic diagnosticFromJson(const nlohmann::json& value, const std::
 // large project's document takes several times the memory of the graph itself.
 [[nodiscard]] std::string writeProjectIRJson(const ProjectIR& ir, bool pretty);
 
-
 }  // namespace vantrel

@@ -96,7 +96,8 @@ std::size_t std::hash<vantrel::Symbol>::operator()(const vantrel::Symbol& s) con
     return seed;
 }
 
-std::size_t std::hash<vantrel::ResolutionDiagnostic>::operator()(const vantrel::ResolutionDiagnostic& d) const noexcept {
+std::size_t std::hash<vantrel::ResolutionDiagnostic>::operator()(
+    const vantrel::ResolutionDiagnostic& d) const noexcept {
     std::size_t seed = std::hash<std::string>{}(d.importerPath);
     combine(seed, std::hash<std::string>{}(d.importPath));
     combine(seed, std::hash<std::string_view>{}(vantrel::rawValue(d.reason)));

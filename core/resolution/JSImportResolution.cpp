@@ -41,8 +41,8 @@ JSImportResolution resolveJSImportSource(std::string_view rawText, std::string_v
         std::string suggestion = "Could not resolve " + quoted + " \u2192 No paths mapping found in tsconfig.json";
         return {std::nullopt, diagnostic(importerRel, specifier, Reason::noTsConfig, std::move(suggestion))};
     }
-    return {std::nullopt,
-            diagnostic(importerRel, specifier, Reason::externalModule, "Module " + quoted + " is external (not scanned)")};
+    return {std::nullopt, diagnostic(importerRel, specifier, Reason::externalModule,
+                                     "Module " + quoted + " is external (not scanned)")};
 }
 
 }  // namespace vantrel

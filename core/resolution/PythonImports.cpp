@@ -146,11 +146,9 @@ std::optional<ResolutionDiagnostic> pythonImportDiagnostic(const PythonResolutio
                                                            std::string_view displayImportPath) {
     std::string shown(displayImportPath);
     switch (resolution.outcome) {
-        case PythonResolution::Outcome::resolved:
-            return std::nullopt;
+        case PythonResolution::Outcome::resolved: return std::nullopt;
         case PythonResolution::Outcome::external:
-            return ResolutionDiagnostic{std::string(importerPath), shown,
-                                        ResolutionDiagnostic::Reason::externalModule,
+            return ResolutionDiagnostic{std::string(importerPath), shown, ResolutionDiagnostic::Reason::externalModule,
                                         "Module '" + shown + "' is external (not scanned)"};
         case PythonResolution::Outcome::notFound:
             return ResolutionDiagnostic{std::string(importerPath), shown, ResolutionDiagnostic::Reason::fileNotFound,

@@ -16,10 +16,10 @@ namespace vantrel {
 
 // One imported name of a statement.
 struct ImportEntry {
-    std::string localName;          // key for the file's imports map
-    std::string moduleSpec;         // module as written, leading dots included
-    std::string displayImportPath;  // what diagnostics show
-    bool preferSubmodule = false;   // `from` imports: the imported name may be a submodule
+    std::string localName;                     // key for the file's imports map
+    std::string moduleSpec;                    // module as written, leading dots included
+    std::string displayImportPath;             // what diagnostics show
+    bool preferSubmodule = false;              // `from` imports: the imported name may be a submodule
     std::optional<std::string> submoduleName;  // the imported name, for `from` imports
     bool operator==(const ImportEntry&) const = default;
 };

@@ -54,11 +54,19 @@ std::string removeLineComments(std::string_view text) {
 // (general category Z). Vertical tab and NEL are not in it.
 bool isRegexSpace(char32_t c) {
     switch (c) {
-        case 0x09: case 0x0A: case 0x0C: case 0x0D: case 0x20: case 0xA0: case 0x1680:
-        case 0x2028: case 0x2029: case 0x202F: case 0x205F: case 0x3000:
-            return true;
-        default:
-            return c >= 0x2000 && c <= 0x200A;
+        case 0x09:
+        case 0x0A:
+        case 0x0C:
+        case 0x0D:
+        case 0x20:
+        case 0xA0:
+        case 0x1680:
+        case 0x2028:
+        case 0x2029:
+        case 0x202F:
+        case 0x205F:
+        case 0x3000: return true;
+        default: return c >= 0x2000 && c <= 0x200A;
     }
 }
 
@@ -166,7 +174,8 @@ std::optional<std::string> TSConfigResolver::resolveNonRelative(std::string_view
         if (star == std::string::npos) continue;
         std::string_view prefix = std::string_view(key).substr(0, star);
         std::string_view suffix = std::string_view(key).substr(star + 1);
-        if (specifier.size() < prefix.size() + suffix.size() || !specifier.starts_with(prefix) || !specifier.ends_with(suffix))
+        if (specifier.size() < prefix.size() + suffix.size() || !specifier.starts_with(prefix) ||
+            !specifier.ends_with(suffix))
             continue;
         std::string_view captured = specifier.substr(prefix.size(), specifier.size() - prefix.size() - suffix.size());
         for (const auto& target : targets)

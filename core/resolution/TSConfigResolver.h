@@ -14,9 +14,9 @@ namespace vantrel {
 class TSConfigResolver {
 public:
     struct Config {
-        std::string configDir;                                   // folder of the file read
-        std::optional<std::string> baseUrl;                      // as written
-        std::map<std::string, std::vector<std::string>> paths;   // pattern -> targets in file order
+        std::string configDir;                                  // folder of the file read
+        std::optional<std::string> baseUrl;                     // as written
+        std::map<std::string, std::vector<std::string>> paths;  // pattern -> targets in file order
     };
 
     explicit TSConfigResolver(Config config) : config_(std::move(config)) {}

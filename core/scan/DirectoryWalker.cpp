@@ -84,8 +84,8 @@ std::optional<std::string> DirectoryWalker::next() {
             isDirectory = true;
         } else if (entry->d_type == DT_UNKNOWN) {
             struct stat st {};
-            isDirectory = ::fstatat(::dirfd(top.dir), name.c_str(), &st, AT_SYMLINK_NOFOLLOW) == 0 &&
-                          S_ISDIR(st.st_mode);
+            isDirectory =
+                ::fstatat(::dirfd(top.dir), name.c_str(), &st, AT_SYMLINK_NOFOLLOW) == 0 && S_ISDIR(st.st_mode);
         }
         s.lastPath = appendPathComponent(top.path, name);
         s.lastName = std::move(name);

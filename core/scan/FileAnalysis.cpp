@@ -49,9 +49,9 @@ bool parseAndCache(const EnumeratedFile& file, const FileAnalysisContext& contex
     std::string fileHash = sha256Hex(bytes);
     // The link phase reads the record again for its calls and imports: here only what the
     // merge takes is kept.
-    bool hit = context.cache.loadFileInto(context.root, file.relPath, RecordFields::symbols, record,
-                                          scratch.recordBytes) &&
-               record.fileHash == fileHash;
+    bool hit =
+        context.cache.loadFileInto(context.root, file.relPath, RecordFields::symbols, record, scratch.recordBytes) &&
+        record.fileHash == fileHash;
     if (hit) {
         if (context.stats) ++context.stats->fromCache;
         return true;

@@ -8,10 +8,10 @@
 #include <string_view>
 
 #include "core/cache/ProjectCache.h"
+#include "core/languages/LanguagePlugin.h"
 #include "core/resolution/TSConfigResolver.h"
 #include "core/scan/Discovery.h"
 #include "core/scan/SymbolScanner.h"
-#include "core/languages/LanguagePlugin.h"
 
 namespace vantrel {
 

@@ -59,16 +59,16 @@ public:
 
     // Files a scan with this configuration would process (see countSourceFiles).
     [[nodiscard]] std::int64_t countSourceFiles(const std::string& root, const VantrelConfig& config,
-                                  const CancelCheck& isCancelled = {}) const;
+                                                const CancelCheck& isCancelled = {}) const;
 
     // Blocks the calling thread until the scan ends. Throws ScanError (kind cancelled
     // when `isCancelled` answered true at a poll).
     [[nodiscard]] ProjectIR scanProject(const ScanOptions& options) const;
     // The same, the options given one by one.
     [[nodiscard]] ProjectIR scanProject(const std::string& root, const VantrelConfig& config, std::int64_t batchSize,
-                          std::int64_t maxConcurrentParses, std::optional<std::int64_t> knownFileCount,
-                          const ProgressCallback& progress, const CancelCheck& isCancelled,
-                          ScanStats* stats = nullptr) const;
+                                        std::int64_t maxConcurrentParses, std::optional<std::int64_t> knownFileCount,
+                                        const ProgressCallback& progress, const CancelCheck& isCancelled,
+                                        ScanStats* stats = nullptr) const;
 
 private:
     PluginList plugins_;

@@ -42,8 +42,7 @@ void WorkerPool::run() {
     }
 }
 
-ParallelFor::ParallelFor(WorkerPool& pool, std::size_t count, std::size_t lanes, Work work,
-                         CallerJoins callerJoins)
+ParallelFor::ParallelFor(WorkerPool& pool, std::size_t count, std::size_t lanes, Work work, CallerJoins callerJoins)
     : work_(std::move(work)), count_(count) {
     std::size_t laneCount = std::min(std::max<std::size_t>(1, lanes), count);
     if (callerJoins == CallerJoins::yes && laneCount > 0) {

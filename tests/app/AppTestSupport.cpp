@@ -21,10 +21,10 @@ int ScriptedPlatform::runModalAlert(const AlertRequest& request) {
 }
 
 StoreFixture::StoreFixture(FileCounter countFiles)
-    : store(ProjectStoreEnvironment{&platform, ProjectCache(dir / "support"),
-                                    AppLocations{{QString::fromStdString(dir / "app")},
-                                                 {QString::fromStdString(dir / "app")}},
-                                    std::move(countFiles)}) {}
+    : store(ProjectStoreEnvironment{
+          &platform, ProjectCache(dir / "support"),
+          AppLocations{{QString::fromStdString(dir / "app")}, {QString::fromStdString(dir / "app")}},
+          std::move(countFiles)}) {}
 
 QString copyScanProject(const TempDir& dir, const char* name) {
     return QString::fromStdString(dir.copyFixture("scan-project", name));

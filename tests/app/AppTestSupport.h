@@ -58,11 +58,11 @@ void useTemporaryUserFolders(const TempDir& home);
 
 }  // namespace vantrel::testing
 
-#define VANTREL_REGISTER_TEST_CLASS(Class)                                         \
-    static const bool registered##Class = [] {                                      \
+#define VANTREL_REGISTER_TEST_CLASS(Class)                                                \
+    static const bool registered##Class = [] {                                            \
         ::vantrel::testing::registeredTestClasses().push_back([](int argc, char** argv) { \
-            Class test;                                                             \
-            return QTest::qExec(&test, argc, argv);                                 \
-        });                                                                         \
-        return true;                                                                \
+            Class test;                                                                   \
+            return QTest::qExec(&test, argc, argv);                                       \
+        });                                                                               \
+        return true;                                                                      \
     }()

@@ -2,11 +2,11 @@
 #include <QSettings>
 #include <QTest>
 
-#include "tests/app/AppTestSupport.h"
-#include "core/config/GlobalDefaults.h"
 #include "app/state/Preferences.h"
 #include "app/state/PreferencesManager.h"
 #include "app/state/RecentProjectsManager.h"
+#include "core/config/GlobalDefaults.h"
+#include "tests/app/AppTestSupport.h"
 
 using namespace vantrel;
 using namespace vantrel::testing;

@@ -8,11 +8,11 @@
 #include <algorithm>
 #include <atomic>
 
-#include "tests/app/AppTestSupport.h"
-#include "core/model/IRJson.h"
 #include "app/state/Preferences.h"
 #include "app/state/RecentProjectsManager.h"
+#include "core/model/IRJson.h"
 #include "core/util/FileIO.h"
+#include "tests/app/AppTestSupport.h"
 
 using namespace vantrel;
 using namespace vantrel::testing;
@@ -62,7 +62,7 @@ private slots:
 
         // The count, one report per file in each walk, the end: none merged or dropped.
         std::vector<std::pair<ScanPhase, std::int64_t>> expected{{ScanPhase::discoveringFiles, 0},
-                                                                  {ScanPhase::discoveringFiles, 0}};
+                                                                 {ScanPhase::discoveringFiles, 0}};
         for (std::int64_t i = 1; i <= 7; ++i) expected.emplace_back(ScanPhase::parsing, i);
         for (std::int64_t i = 0; i <= 7; ++i) expected.emplace_back(ScanPhase::linking, i);
         expected.emplace_back(ScanPhase::savingCache, 7);
@@ -82,8 +82,9 @@ private slots:
         QTest::addColumn<int>("answer");
         QTest::addColumn<QString>("title");
         QTest::addColumn<QString>("text");
-        const QString large = QStringLiteral(" source files. Scanning may take a while. You can exclude folders (e.g. "
-                                             "build outputs) to speed it up.");
+        const QString large = QStringLiteral(
+            " source files. Scanning may take a while. You can exclude folders (e.g. "
+            "build outputs) to speed it up.");
         QTest::newRow("9999: no question") << qint64(9999) << -1 << QString() << QString();
         QTest::newRow("10000: cancel") << qint64(10000) << 1 << "Large project"
                                        << "This project contains 10000" + large;

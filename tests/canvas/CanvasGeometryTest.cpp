@@ -4,11 +4,11 @@
 #include <cmath>
 #include <numbers>
 
-#include "tests/app/AppTestSupport.h"
 #include "app/canvas/CanvasLayout.h"
 #include "app/canvas/CanvasShapes.h"
 #include "app/canvas/CanvasTooltip.h"
 #include "app/canvas/NodePicker.h"
+#include "tests/app/AppTestSupport.h"
 #include "tests/support/GraphBuilder.h"
 
 using namespace vantrel;
@@ -20,10 +20,27 @@ namespace {
 // c1..c3 (level 3) and e (level 4); it calls d and a1, and itself. x and y are unrelated.
 struct RingFixture {
     ProjectIR ir = GraphBuilder()
-                       .symbol("s").symbol("a1").symbol("a2").symbol("b").symbol("c1").symbol("c2").symbol("c3")
-                       .symbol("d").symbol("e").symbol("x").symbol("y")
-                       .call("a1", "s").call("a2", "s").call("b", "a1").call("c1", "b").call("c2", "b")
-                       .call("c3", "b").call("e", "c1").call("s", "d").call("s", "a1").call("s", "s")
+                       .symbol("s")
+                       .symbol("a1")
+                       .symbol("a2")
+                       .symbol("b")
+                       .symbol("c1")
+                       .symbol("c2")
+                       .symbol("c3")
+                       .symbol("d")
+                       .symbol("e")
+                       .symbol("x")
+                       .symbol("y")
+                       .call("a1", "s")
+                       .call("a2", "s")
+                       .call("b", "a1")
+                       .call("c1", "b")
+                       .call("c2", "b")
+                       .call("c3", "b")
+                       .call("e", "c1")
+                       .call("s", "d")
+                       .call("s", "a1")
+                       .call("s", "s")
                        .build();
     ImpactLevels levels{{1, {"a1", "a2"}}, {2, {"b"}}, {3, {"c1", "c2", "c3"}}, {4, {"e"}}};
     IdSet downstream{"a1", "d", "s"};
@@ -134,7 +151,7 @@ private slots:
     void theTooltipStaysInsideTheView() {
         const QSizeF view(800, 600);
         QCOMPARE(tooltipCenter({400, 300}, 18, view), QPointF(400, 238));
-        QCOMPARE(tooltipCenter({5, 10}, 18, view), QPointF(140, 34));     // top left corner
+        QCOMPARE(tooltipCenter({5, 10}, 18, view), QPointF(140, 34));      // top left corner
         QCOMPARE(tooltipCenter({795, 650}, 24, view), QPointF(660, 576));  // bottom right, node below the view
         // Narrower than 280: the right limit wins over the left one.
         QCOMPARE(tooltipCenter({10, 300}, 18, {200, 600}), QPointF(60, 238));

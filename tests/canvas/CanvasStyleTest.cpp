@@ -3,10 +3,10 @@
 #include <QImage>
 #include <QTest>
 
-#include "tests/app/AppTestSupport.h"
 #include "app/canvas/CanvasStyles.h"
 #include "app/canvas/EdgeMask.h"
 #include "app/canvas/GraphScene.h"
+#include "tests/app/AppTestSupport.h"
 #include "tests/support/GraphBuilder.h"
 
 using namespace vantrel;
@@ -34,7 +34,8 @@ class CanvasStyleTest : public QObject {
 private slots:
     void edgeStylesByTheFirstRuleThatApplies() {
         // Added since the baseline wins over everything, the selection's calls next.
-        QCOMPARE(edgeStyle(kSelected, kDownstream, true, 0.55), (EdgeStyle{named(NamedColor::green), 2.0, 0.95, true, 7.0}));
+        QCOMPARE(edgeStyle(kSelected, kDownstream, true, 0.55),
+                 (EdgeStyle{named(NamedColor::green), 2.0, 0.95, true, 7.0}));
         QCOMPARE(edgeStyle(kSelected, level(1, true), false, 0.55),
                  (EdgeStyle{named(NamedColor::blue), 2.1, 0.8, true, 7.0}));
         // Otherwise secondary; the nearer level of the two ends sets the width.
@@ -85,8 +86,12 @@ private slots:
     void aSceneDrawsNoOutgoingEdgesOfACollapsedNodeAndNoneToPlacelessIds() {
         // hub calls leaf and an id outside the project; caller calls hub; leaf calls itself.
         const ProjectIR ir = GraphBuilder()
-                                 .symbol("caller").symbol("hub").symbol("leaf")
-                                 .call("caller", "hub").call("hub", "leaf").call("hub", "lib:x:function")
+                                 .symbol("caller")
+                                 .symbol("hub")
+                                 .symbol("leaf")
+                                 .call("caller", "hub")
+                                 .call("hub", "leaf")
+                                 .call("hub", "lib:x:function")
                                  .call("leaf", "leaf")
                                  .build();
         const NodePositions base{{"caller", {0, 0}}, {"hub", {0.2, 0}}, {"leaf", {0.4, 0}}};
@@ -96,7 +101,8 @@ private slots:
         const IdSet noIds;
         const EdgeSet noEdges;
         auto drawn = [&](const IdSet& collapsed) {
-            const SceneInputs inputs{&ir, base, none, noLevels, noIds, collapsed, false, noEdges, 0.55, QSizeF(800, 600)};
+            const SceneInputs inputs{&ir,       base,  none,    noLevels, noIds,
+                                     collapsed, false, noEdges, 0.55,     QSizeF(800, 600)};
             const GraphScene scene(topology, inputs);
             std::set<std::pair<std::string, std::string>> edges;
             for (std::size_t e = 0; e < topology->edges().size(); ++e)
@@ -112,8 +118,15 @@ private slots:
     void aSceneGivesRolesAndEdgeStylesAroundTheSelection() {
         // s calls t and an id outside the project; u calls s; v calls u; t calls v.
         const ProjectIR ir = GraphBuilder()
-                                 .symbol("s").symbol("t").symbol("u").symbol("v")
-                                 .call("s", "t").call("s", "lib:x:function").call("u", "s").call("v", "u").call("t", "v")
+                                 .symbol("s")
+                                 .symbol("t")
+                                 .symbol("u")
+                                 .symbol("v")
+                                 .call("s", "t")
+                                 .call("s", "lib:x:function")
+                                 .call("u", "s")
+                                 .call("v", "u")
+                                 .call("t", "v")
                                  .build();
         const NodePositions base{{"s", {0, 0}}, {"t", {0.1, 0}}, {"u", {0.2, 0}}, {"v", {0.3, 0}}};
         const std::optional<std::string> selected("s");
@@ -122,8 +135,8 @@ private slots:
         const IdSet noIds;
         const EdgeSet added{{"t", "v"}};
         const auto topology = std::make_shared<const GraphTopology>(ir);
-        const GraphScene scene(topology, SceneInputs{&ir, base, selected, levels, downstream, noIds, true, added, 0.55,
-                                                     QSizeF(800, 600)});
+        const GraphScene scene(
+            topology, SceneInputs{&ir, base, selected, levels, downstream, noIds, true, added, 0.55, QSizeF(800, 600)});
         auto point = [&](const char* id) { return *topology->indexOf(id); };
         QCOMPARE(scene.role(point("s")), kSelected);
         QCOMPARE(scene.role(point("v")), level(2));

@@ -9,11 +9,11 @@
 #include <memory>
 #include <numbers>
 
-#include "tests/app/AppTestSupport.h"
 #include "app/canvas/CanvasTooltip.h"
 #include "app/canvas/GraphPainter.h"
 #include "app/canvas/GraphScene.h"
 #include "core/impact/BlastRadius.h"
+#include "tests/app/AppTestSupport.h"
 
 using namespace vantrel;
 
@@ -135,7 +135,6 @@ private slots:
             for (int x = 0; x < frame.width(); ++x) drawn += frame.pixel(x, y) != ground;
         QVERIFY(drawn > frame.width() * frame.height() / 2);
     }
-
 };
 
 VANTREL_REGISTER_TEST_CLASS(GraphPainterTest);

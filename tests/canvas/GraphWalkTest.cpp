@@ -2,8 +2,8 @@
 // through the levels with Tab and along one level with left and right.
 #include <QTest>
 
-#include "tests/app/AppTestSupport.h"
 #include "app/canvas/GraphWalks.h"
+#include "tests/app/AppTestSupport.h"
 #include "tests/support/GraphBuilder.h"
 
 using namespace vantrel;
@@ -32,12 +32,19 @@ private slots:
     }
 
     void upAndDownGoToTheFirstCallerAndCalleeIfAny() {
-        const ProjectIR ir = GraphBuilder().symbol("m").symbol("k").symbol("j").symbol("leaf")
-                                 .call("m", "leaf").call("k", "leaf").call("j", "leaf").call("leaf", "lib:x:f")
+        const ProjectIR ir = GraphBuilder()
+                                 .symbol("m")
+                                 .symbol("k")
+                                 .symbol("j")
+                                 .symbol("leaf")
+                                 .call("m", "leaf")
+                                 .call("k", "leaf")
+                                 .call("j", "leaf")
+                                 .call("leaf", "lib:x:f")
                                  .build();
         QCOMPARE(parentOf(ir, std::string("leaf")), std::optional<std::string>("j"));
         QCOMPARE(childOf(ir, std::string("leaf")), std::optional<std::string>("lib:x:f"));
-        QCOMPARE(parentOf(ir, std::string("m")), std::nullopt);   // no callers
+        QCOMPARE(parentOf(ir, std::string("m")), std::nullopt);       // no callers
         QCOMPARE(childOf(ir, std::string("lib:x:f")), std::nullopt);  // no such symbol
         QCOMPARE(parentOf(ir, std::nullopt), std::nullopt);
     }

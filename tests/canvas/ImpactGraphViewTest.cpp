@@ -10,9 +10,9 @@
 #include <QTest>
 #include <QWheelEvent>
 
-#include "tests/app/AppTestSupport.h"
 #include "app/canvas/CanvasLayout.h"
 #include "app/canvas/ImpactGraphView.h"
+#include "tests/app/AppTestSupport.h"
 
 using namespace vantrel;
 using namespace vantrel::testing;
@@ -61,7 +61,8 @@ class ImpactGraphViewTest : public QObject {
         const QPointF center(size.width() / 2, size.height() / 2);
         std::optional<SelectionFocus> focus;
         if (store().selectedSymbolId())
-            focus.emplace(SelectionFocus{*store().selectedSymbolId(), store().impactLevels(), store().downstreamContext()});
+            focus.emplace(
+                SelectionFocus{*store().selectedSymbolId(), store().impactLevels(), store().downstreamContext()});
         const QPointF place = layoutPositions(*store().ir(), store().nodePositions(), center, size, focus).at(id);
         return (place + view().pan() - center) * view().zoom() + center;
     }

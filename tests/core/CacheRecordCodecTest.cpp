@@ -30,8 +30,11 @@ std::string viaDocument(const CachedFileResult& r) {
     nlohmann::json symbols = nlohmann::json::array();
     for (const auto& s : r.symbols) symbols.push_back(symbolToJson(s));
     nlohmann::json imports(r.imports);
-    nlohmann::json root{{"calls", calls}, {"diagnostics", diagnostics}, {"fileHash", r.fileHash},
-                        {"imports", imports}, {"symbols", symbols}};
+    nlohmann::json root{{"calls", calls},
+                        {"diagnostics", diagnostics},
+                        {"fileHash", r.fileHash},
+                        {"imports", imports},
+                        {"symbols", symbols}};
     return replaceAll(dumpJson(root, false), "/", "\\/");
 }
 
@@ -71,12 +74,12 @@ TEST(CacheRecordCodec, ReadsOtherFormsOfTheSameRecordAlike) {
     CachedFileResult record = trickyRecord();
     std::string good = encodeFileRecord(record);
     const std::pair<std::string, std::string> departures[] = {
-        {"{\"id\":", "{ \"id\":"},                                     // at the start
-        {",\"kind\":", " ,\"kind\":"},                                 // after the id
-        {",\"range\":{\"endCol\":", ",\"range\":{ \"endCol\":"},       // inside the range
-        {",\"startLine\":", ",\"startLine\" :"},                       // at the last number
+        {"{\"id\":", "{ \"id\":"},                                // at the start
+        {",\"kind\":", " ,\"kind\":"},                            // after the id
+        {",\"range\":{\"endCol\":", ",\"range\":{ \"endCol\":"},  // inside the range
+        {",\"startLine\":", ",\"startLine\" :"},                  // at the last number
         {"\"refsIn\":[],\"refsOut\":[]}", "\"refsIn\":[],\"refsOut\":[],\"more\":{\"x\":[1]}}"},
-        {"\"refsIn\":[]", "\"refsOut\":[\"gone\"],\"refsIn\":[]"},      // a key twice: the last counts
+        {"\"refsIn\":[]", "\"refsOut\":[\"gone\"],\"refsIn\":[]"},  // a key twice: the last counts
         {"{\"calleeName\":", "{\"callerId\":\"gone\",\"calleeName\":"},
         {",\"callerId\":", ",\"extra\":null,\"callerId\":"},
         {"{\"importPath\":", "{\"importPath\" : "},
@@ -91,7 +94,8 @@ TEST(CacheRecordCodec, ReadsOtherFormsOfTheSameRecordAlike) {
         }
     }
     // A suggestion written as null is none, read by the general reader.
-    std::string nulled = replaceAll(good, "\"reason\":\"fileNotFound\"}", "\"reason\":\"fileNotFound\",\"suggestion\":null}");
+    std::string nulled =
+        replaceAll(good, "\"reason\":\"fileNotFound\"}", "\"reason\":\"fileNotFound\",\"suggestion\":null}");
     ASSERT_NE(nulled, good);
     EXPECT_EQ(decodeFileRecord(nulled), record);
 }
@@ -101,10 +105,10 @@ TEST(CacheRecordCodec, RefusesAnythingElse) {
     const std::string refused[] = {
         good.substr(0, good.size() - 1),                                   // truncated
         good + "x",                                                        // trailing bytes
-        replaceAll(good, "\"calls\":", "\"callz\":"),                     // missing key
-        replaceAll(good, "\"startLine\":10", "\"startLine\":1.5"),        // not an integer
+        replaceAll(good, "\"calls\":", "\"callz\":"),                      // missing key
+        replaceAll(good, "\"startLine\":10", "\"startLine\":1.5"),         // not an integer
         replaceAll(good, "\"kind\":\"class\"", "\"kind\":\"classType\""),  // unknown kind
-        replaceAll(good, "\"fileHash\":\"", "\"fileHash\":[\""),          // wrong type
+        replaceAll(good, "\"fileHash\":\"", "\"fileHash\":[\""),           // wrong type
         R"({"calls": [], "diagnostics": [], "fileHash": "h", "imports": {}, "symbols": null})",
         R"({"calls": [], "diagnostics": [], "fileHash": "h\ud800", "imports": {}, "symbols": []})",
         R"({"calls": [{"calleeName": 1, "callerId": "a"}], "diagnostics": [], "fileHash": "h", "imports": {}, "symbols": []})",
@@ -113,14 +117,19 @@ TEST(CacheRecordCodec, RefusesAnythingElse) {
         // Strings are UTF-8: a stray byte, an overlong form, an encoded surrogate or a cut
         // sequence make the record no JSON, wherever the string stands.
         "{\"calls\": [], \"diagnostics\": [], \"fileHash\": \"h\x8e\", \"imports\": {}, \"symbols\": []}",
-        "{\"calls\": [{\"calleeName\": \"a\xC0\xAF\", \"callerId\": \"b\"}], \"diagnostics\": [], \"fileHash\": \"h\", \"imports\": {}, \"symbols\": []}",
-        "{\"calls\": [], \"diagnostics\": [], \"fileHash\": \"h\", \"imports\": {\"\xED\xA0\x80\": \"p\"}, \"symbols\": []}",
-        "{\"calls\": [], \"diagnostics\": [], \"fileHash\": \"h\", \"imports\": {\"a\": \"p\xE2\x82\"}, \"symbols\": []}",
+        "{\"calls\": [{\"calleeName\": \"a\xC0\xAF\", \"callerId\": \"b\"}], \"diagnostics\": [], \"fileHash\": \"h\", "
+        "\"imports\": {}, \"symbols\": []}",
+        "{\"calls\": [], \"diagnostics\": [], \"fileHash\": \"h\", \"imports\": {\"\xED\xA0\x80\": \"p\"}, "
+        "\"symbols\": []}",
+        "{\"calls\": [], \"diagnostics\": [], \"fileHash\": \"h\", \"imports\": {\"a\": \"p\xE2\x82\"}, \"symbols\": "
+        "[]}",
         // Bad strings in the part a reader does not keep: checked all the same.
         R"({"calls": [{"calleeName": "\udc00", "callerId": "a"}], "diagnostics": [], "fileHash": "h", "imports": {}, "symbols": []})",
         R"({"calls": [], "diagnostics": [], "fileHash": "h", "imports": {"a": "b\x"}, "symbols": []})",
         R"({"calls": [], "diagnostics": [], "fileHash": "h", "imports": {}, "symbols": [{"id": "a\u12", "kind": "function", "range": {"endCol": 1, "endLine": 1, "startCol": 1, "startLine": 1}, "refsIn": [], "refsOut": []}]})",
-        "{\"calls\": [], \"diagnostics\": [], \"fileHash\": \"h\", \"imports\": {}, \"symbols\": [{\"id\": \"a\", \"kind\": \"function\", \"range\": {\"endCol\": 1, \"endLine\": 1, \"startCol\": 1, \"startLine\": 1}, \"refsIn\": [\"\t\"], \"refsOut\": []}]}",
+        "{\"calls\": [], \"diagnostics\": [], \"fileHash\": \"h\", \"imports\": {}, \"symbols\": [{\"id\": \"a\", "
+        "\"kind\": \"function\", \"range\": {\"endCol\": 1, \"endLine\": 1, \"startCol\": 1, \"startLine\": 1}, "
+        "\"refsIn\": [\"\t\"], \"refsOut\": []}]}",
         R"({"calls": [], "diagnostics": [{"importerPath": "a", "importPath": "b", "reason": "noTsConfig", "suggestion": "\ud800\u0041"}], "fileHash": "h", "imports": {}, "symbols": []})",
         R"({"calls": [], "diagnostics": [{"importerPath": "a", "importPath": "b", "reason": "gone"}], "fileHash": "h", "imports": {}, "symbols": []})",
         "",
@@ -138,9 +147,14 @@ TEST(CacheRecordCodec, RefusesAnythingElse) {
     EXPECT_EQ(escaped->imports.at("a"), "b");
     EXPECT_EQ(escaped->calls, (std::vector<CachedCallSite>{{"x", "y"}}));
     // Integers: the short form read directly, everything else as numbers are read.
-    for (const auto& [written, expected] : std::vector<std::pair<std::string, std::int64_t>>{
-             {"-0", 0}, {"0", 0}, {"1e2", 100}, {"-17", -17}, {"123456789012345678", 123456789012345678},
-             {"1234567890123456789", 1234567890123456789}, {"-9.0", -9}}) {
+    for (const auto& [written, expected] :
+         std::vector<std::pair<std::string, std::int64_t>>{{"-0", 0},
+                                                           {"0", 0},
+                                                           {"1e2", 100},
+                                                           {"-17", -17},
+                                                           {"123456789012345678", 123456789012345678},
+                                                           {"1234567890123456789", 1234567890123456789},
+                                                           {"-9.0", -9}}) {
         auto read = decodeFileRecord(replaceAll(good, "\"startLine\":10", "\"startLine\":" + written));
         ASSERT_TRUE(read) << written;
         EXPECT_EQ(read->symbols.at(1).range.startLine, expected) << written;

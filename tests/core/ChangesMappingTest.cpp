@@ -100,10 +100,12 @@ TEST(ChangedSymbols, LinesMapToTheDeclarationsThatHoldThem) {
     ProjectIR current = graphOf({at(kTotal, 1, 5), at(kTax, 7, 9), at(kFormat, 12, 17, 1), at(kLedger, 1, 9),
                                  at(kPost, 2, 5), at(kFlush, 7, 9)});
     std::vector<FileChange> changes{
-        {"web/cart.ts", "web/cart.ts", false,
+        {"web/cart.ts",
+         "web/cart.ts",
+         false,
          {{10, 1, 10, 1},    // the comment between tax and format
-          {14, 1, 14, 0},      // a line removed inside format, after its line 14
-          {17, 1, 17, 1}}},   // the line after format
+          {14, 1, 14, 0},    // a line removed inside format, after its line 14
+          {17, 1, 17, 1}}},  // the line after format
         // The last line of flush removed: nothing of its new range shows it, its old one does.
         {"py/ledger.py", "py/ledger.py", false, {{10, 1, 9, 0}}},
     };
@@ -128,9 +130,9 @@ TEST(ChangedSymbols, NewGoneAndMovedIdentities) {
                                  at("scratch/try.py:main:function", 1, 2), at("vendor/x.js:skip:function", 1, 1)});
     // Git paths from the repository's top; the scanned folder is "app/".
     std::vector<FileDiff> diffs{
-        {"app/web/cart.ts", "app/web/cart.ts", false, {{6, 4, 5, 0}}},       // discount removed
-        {"app/lib/util.ts", "app/lib/tools.ts", false, {{4, 0, 5, 3}}},      // moved, slug added
-        {"other/x.ts", "other/y.ts", false, {{1, 1, 1, 1}}},                 // outside the folder
+        {"app/web/cart.ts", "app/web/cart.ts", false, {{6, 4, 5, 0}}},   // discount removed
+        {"app/lib/util.ts", "app/lib/tools.ts", false, {{4, 0, 5, 3}}},  // moved, slug added
+        {"other/x.ts", "other/y.ts", false, {{1, 1, 1, 1}}},             // outside the folder
     };
     auto changes = changesBelowFolder(diffs, {"app/scratch/try.py", "README.md"}, "app/");
     EXPECT_EQ(changes, (std::vector<FileChange>{{"web/cart.ts", "web/cart.ts", false, {{6, 4, 5, 0}}},
@@ -144,11 +146,10 @@ TEST(ChangedSymbols, NewGoneAndMovedIdentities) {
                                           {kDiscount, ChangeKind::removed, std::nullopt}}));
 
     // A copy, or a move in from outside the folder, is new in every line.
-    auto copied = changesBelowFolder({{"app/lib/tools.ts", "app/lib/copy.ts", true, {{2, 1, 2, 1}}},
-                                      {"elsewhere/a.ts", "app/lib/a.ts", false, {}}},
-                                     {}, "app/");
-    EXPECT_EQ(copied, (std::vector<FileChange>{{"lib/copy.ts", "", true, {{2, 1, 2, 1}}},
-                                               {"lib/a.ts", "", true, {}}}));
+    auto copied = changesBelowFolder(
+        {{"app/lib/tools.ts", "app/lib/copy.ts", true, {{2, 1, 2, 1}}}, {"elsewhere/a.ts", "app/lib/a.ts", false, {}}},
+        {}, "app/");
+    EXPECT_EQ(copied, (std::vector<FileChange>{{"lib/copy.ts", "", true, {{2, 1, 2, 1}}}, {"lib/a.ts", "", true, {}}}));
 }
 
 TEST(ChangeReach, UnionKeepsTheLowestLevelAndLeavesChangedSymbolsOut) {
@@ -158,22 +159,38 @@ TEST(ChangeReach, UnionKeepsTheLowestLevelAndLeavesChangedSymbolsOut) {
     const std::string kRepo = "repo.ts:find:function", kApi = "api.ts:get:function", kCron = "cron.ts:tick:function";
     const std::string kLog = "util.ts:log:function", kOldLog = "log.ts:log:function", kMain = "main.ts:main:function";
     ProjectIR base = GraphBuilder()
-                         .symbol(kQuery).symbol(kVacuum).symbol(kRepo).symbol(kApi).symbol(kCron).symbol(kOldLog)
+                         .symbol(kQuery)
+                         .symbol(kVacuum)
+                         .symbol(kRepo)
+                         .symbol(kApi)
+                         .symbol(kCron)
+                         .symbol(kOldLog)
                          .symbol(kMain)
-                         .call(kRepo, kQuery).call(kApi, kRepo).call(kCron, kVacuum).call(kMain, kCron)
+                         .call(kRepo, kQuery)
+                         .call(kApi, kRepo)
+                         .call(kCron, kVacuum)
+                         .call(kMain, kCron)
                          .call(kRepo, kOldLog)
                          .build();
     ProjectIR current = GraphBuilder()
-                            .symbol(kQuery).symbol(kRepo).symbol(kApi).symbol(kCron).symbol(kLog).symbol(kMain)
-                            .call(kRepo, kQuery).call(kApi, kRepo).call(kMain, kCron).call(kRepo, kLog)
-                            .call(kApi, kLog).call(kQuery, kRepo)
+                            .symbol(kQuery)
+                            .symbol(kRepo)
+                            .symbol(kApi)
+                            .symbol(kCron)
+                            .symbol(kLog)
+                            .symbol(kMain)
+                            .call(kRepo, kQuery)
+                            .call(kApi, kRepo)
+                            .call(kMain, kCron)
+                            .call(kRepo, kLog)
+                            .call(kApi, kLog)
+                            .call(kQuery, kRepo)
                             .build();
     std::vector<ChangedSymbol> changed{{kQuery, ChangeKind::modified, std::nullopt},
                                        {kLog, ChangeKind::modified, kOldLog},
                                        {kVacuum, ChangeKind::removed, std::nullopt}};
     // api is two steps from query but one from log; repo calls query and is called by it.
-    EXPECT_EQ(reachOfChanges(changed, current, base, 3),
-              (ImpactLevels{{1, {kApi, kCron, kRepo}}, {2, {kMain}}}));
+    EXPECT_EQ(reachOfChanges(changed, current, base, 3), (ImpactLevels{{1, {kApi, kCron, kRepo}}, {2, {kMain}}}));
     EXPECT_EQ(reachOfChanges(changed, current, base, 1), (ImpactLevels{{1, {kApi, kCron, kRepo}}}));
     EXPECT_TRUE(reachOfChanges({}, current, base, 3).empty());
 }
@@ -191,20 +208,22 @@ TEST(ChangesReport, MarkdownTablesStopAtFiftyRowsPerLevel) {
     ProjectIR current = graph.build();
     current.symbols["web/a|b.ts:caller100:function"].range.startLine = 7;
     ChangesReport report = makeChangesReport("main", std::string(40, 'c'), 2,
-                                             {{"core/x.ts:changed:function", ChangeKind::added, std::nullopt}},
-                                             reached, current, ProjectIR{});
+                                             {{"core/x.ts:changed:function", ChangeKind::added, std::nullopt}}, reached,
+                                             current, ProjectIR{});
     std::string markdown = renderChangesMarkdown(report);
-    EXPECT_TRUE(markdown.starts_with("Changes against `main` (`cccccccccccc`): **1 changed symbol** (1 added), "
-                                     "**54 reached symbols** within depth 2.\n\n#### Level 1: 53 symbols\n\n"
-                                     "| Symbol | File | Line |\n|---|---|---|\n"
-                                     "| `caller100` function | `web/a\\|b.ts` | 7 |\n"
-                                     "| `caller101` function | `web/a\\|b.ts` | 0 |\n"))
+    EXPECT_TRUE(
+        markdown.starts_with("Changes against `main` (`cccccccccccc`): **1 changed symbol** (1 added), "
+                             "**54 reached symbols** within depth 2.\n\n#### Level 1: 53 symbols\n\n"
+                             "| Symbol | File | Line |\n|---|---|---|\n"
+                             "| `caller100` function | `web/a\\|b.ts` | 7 |\n"
+                             "| `caller101` function | `web/a\\|b.ts` | 0 |\n"))
         << markdown;
     EXPECT_NE(markdown.find("| `caller149` function |"), std::string::npos);
     EXPECT_EQ(markdown.find("caller150"), std::string::npos);
-    EXPECT_TRUE(markdown.ends_with("\n… and 3 more\n\n#### Level 2: 1 symbol\n\n"
-                                   "| Symbol | File | Line |\n|---|---|---|\n"
-                                   "| `old` function | `gone.py` |  |\n"))
+    EXPECT_TRUE(
+        markdown.ends_with("\n… and 3 more\n\n#### Level 2: 1 symbol\n\n"
+                           "| Symbol | File | Line |\n|---|---|---|\n"
+                           "| `old` function | `gone.py` |  |\n"))
         << markdown;
 }
 

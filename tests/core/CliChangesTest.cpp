@@ -7,10 +7,10 @@
 #include <nlohmann/json.hpp>
 #include <optional>
 
-#include "tests/support/RunCommand.h"
-#include "tests/support/TempDir.h"
 #include "core/util/FileIO.h"
 #include "core/util/Text.h"
+#include "tests/support/RunCommand.h"
+#include "tests/support/TempDir.h"
 
 namespace vantrel {
 namespace {
@@ -90,10 +90,11 @@ protected:
 };
 
 TEST_F(CliChanges, WorkingTreeEditsInTypeScriptAndPython) {
-    replaceIn("src/lib/math.ts", "Math.max(0, value)", "Math.max(1, value)");       // inside a body
-    replaceIn("src/lib/strings.ts", "// Pads on the left.", "// Pads to four.");      // comment only
-    replaceIn("py/pkg/totals.py", "def _values():", "def average():\n    return compute_total() / 3\n\n\n"
-                                                      "def _values():");              // a new function
+    replaceIn("src/lib/math.ts", "Math.max(0, value)", "Math.max(1, value)");     // inside a body
+    replaceIn("src/lib/strings.ts", "// Pads on the left.", "// Pads to four.");  // comment only
+    replaceIn("py/pkg/totals.py", "def _values():",
+              "def average():\n    return compute_total() / 3\n\n\n"
+              "def _values():");  // a new function
     replaceIn("py/pkg/report.py", "\n\ndef fetch():\n    return requests.get(\"https://example.invalid\")", "");
     dir.write("repo/src/lib/extra.ts", "export function extra() {\n  return tidy(2);\n}\n");  // untracked
 
@@ -154,15 +155,15 @@ TEST_F(CliChanges, SubfolderAgainstAnOlderCommitAsMarkdownWithAGate) {
     // Ids are relative to the scanned subfolder; nothing outside it takes part.
     auto gated = changes(repo + "/py", {"--base", "HEAD~1", "--format", "markdown", "--fail-over", "1"});
     EXPECT_EQ(gated.exitCode, 3) << gated.err;
-    EXPECT_EQ(gated.out,
-              "Changes against `HEAD~1` (`" + base + "`): **1 changed symbol** (1 modified), "
-              "**2 reached symbols** within depth 3.\n"
-              "\n#### Level 1: 1 symbol\n\n"
-              "| Symbol | File | Line |\n|---|---|---|\n"
-              "| `compute_total` function | `pkg/totals.py` | 1 |\n"
-              "\n#### Level 2: 1 symbol\n\n"
-              "| Symbol | File | Line |\n|---|---|---|\n"
-              "| `report` function | `pkg/report.py` | 6 |\n");
+    EXPECT_EQ(gated.out, "Changes against `HEAD~1` (`" + base +
+                             "`): **1 changed symbol** (1 modified), "
+                             "**2 reached symbols** within depth 3.\n"
+                             "\n#### Level 1: 1 symbol\n\n"
+                             "| Symbol | File | Line |\n|---|---|---|\n"
+                             "| `compute_total` function | `pkg/totals.py` | 1 |\n"
+                             "\n#### Level 2: 1 symbol\n\n"
+                             "| Symbol | File | Line |\n|---|---|---|\n"
+                             "| `report` function | `pkg/report.py` | 6 |\n");
     EXPECT_NE(gated.err.find("2 symbols reached, more than --fail-over 1"), std::string::npos) << gated.err;
 
     // The same base again: its graph is read back, not scanned; the gate is not crossed.

@@ -4,9 +4,9 @@
 #include <nlohmann/json.hpp>
 
 #include "core/model/IRJson.h"
+#include "core/util/FileIO.h"
 #include "tests/support/RunCommand.h"
 #include "tests/support/TempDir.h"
-#include "core/util/FileIO.h"
 
 namespace vantrel {
 namespace {
@@ -23,7 +23,8 @@ protected:
     std::string cache = dir / "cache";
 
     std::string scanTo(const std::string& name) {
-        auto result = runCommand({VANTREL_CLI_PATH, "scan", root, "--cache-dir", cache, "--quiet", "--out", dir / name});
+        auto result =
+            runCommand({VANTREL_CLI_PATH, "scan", root, "--cache-dir", cache, "--quiet", "--out", dir / name});
         EXPECT_EQ(result.exitCode, 0) << result.err;
         return dir / name;
     }
@@ -45,8 +46,7 @@ TEST_F(CliGraph, ImpactListsCallersLevelByLevel) {
     std::string saved = scanTo("ir.json");
     auto json = runCommand({VANTREL_CLI_PATH, "impact", saved, kComputeTotal, "--json", "--depth", "1"});
     ASSERT_EQ(json.exitCode, 0) << json.err;
-    EXPECT_EQ(nlohmann::json::parse(json.out),
-              nlohmann::json::parse(R"({"1": ["py/pkg/report.py:report:function",
+    EXPECT_EQ(nlohmann::json::parse(json.out), nlohmann::json::parse(R"({"1": ["py/pkg/report.py:report:function",
                                               "src/app/View.tsx:summarize:function"]})"));
 
     auto leaf = runCommand({VANTREL_CLI_PATH, "impact", saved, "src/app/main.ts:start:function"});
@@ -61,7 +61,8 @@ TEST_F(CliGraph, BadInputsAreOneLineErrors) {
               std::string::npos)
         << unknown.err;
 
-    dir.write("broken.json", R"({"projectId": "1", "lastScan": 0, "symbols": {"a": {"id": "a", "kind": "classType"}}})");
+    dir.write("broken.json",
+              R"({"projectId": "1", "lastScan": 0, "symbols": {"a": {"id": "a", "kind": "classType"}}})");
     auto broken = runCommand({VANTREL_CLI_PATH, "impact", dir / "broken.json", "a"});
     EXPECT_EQ(broken.exitCode, 1);
     EXPECT_NE(broken.err.find("not a valid ProjectIR"), std::string::npos) << broken.err;
@@ -84,9 +85,8 @@ TEST_F(CliGraph, DiffComparesTwoSavedGraphs) {
     auto json = nlohmann::json::parse(result.out);
     EXPECT_EQ(json["removedSymbols"], nlohmann::json({"src/lib/strings.ts:pad:function"}));
     EXPECT_EQ(json["addedSymbols"], nlohmann::json::array());
-    EXPECT_EQ(json["addedEdges"],
-              nlohmann::json::parse(R"([{"fromId": "src/lib/strings.ts:run:function", "toId": ")" +
-                                    std::string(kComputeTotal) + R"("}])"));
+    EXPECT_EQ(json["addedEdges"], nlohmann::json::parse(R"([{"fromId": "src/lib/strings.ts:run:function", "toId": ")" +
+                                                        std::string(kComputeTotal) + R"("}])"));
     EXPECT_EQ(json["removedEdges"].size(), 1u);
     const auto& levels = json["blastRadiusDelta"]["levels"];
     ASSERT_EQ(levels.size(), 2u);

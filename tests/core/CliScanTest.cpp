@@ -9,9 +9,9 @@
 #include <thread>
 
 #include "core/model/IRJson.h"
+#include "core/util/FileIO.h"
 #include "tests/support/RunCommand.h"
 #include "tests/support/TempDir.h"
-#include "core/util/FileIO.h"
 
 namespace vantrel {
 namespace {
@@ -37,8 +37,8 @@ TEST(CliScan, WritesTheGraphAndASummary) {
         << first.err;
 
     // Warm, with another job count and to a file: the same graph, nothing parsed.
-    auto second = runCommand({VANTREL_CLI_PATH, "scan", root, "--cache-dir", dir / "cache", "--jobs", "8", "--out",
-                              dir / "ir.json"});
+    auto second = runCommand(
+        {VANTREL_CLI_PATH, "scan", root, "--cache-dir", dir / "cache", "--jobs", "8", "--out", dir / "ir.json"});
     ASSERT_EQ(second.exitCode, 0) << second.err;
     EXPECT_TRUE(second.out.empty());
     EXPECT_NE(second.err.find("(0 parsed, 7 from cache)"), std::string::npos) << second.err;
@@ -77,8 +77,8 @@ TEST(CliScan, ProjectFileAndExplicitConfig) {
     EXPECT_EQ(decodeProjectIR(merged.out).symbols.size(), 10u);
 
     dir.write("only-python.json", R"({"exclude": [], "maxDepth": 3, "enabledLanguages": ["python"]})");
-    auto explicitConfig = runCommand(
-        {VANTREL_CLI_PATH, "scan", root, "--cache-dir", dir / "cache", "--quiet", "--config", dir / "only-python.json"});
+    auto explicitConfig = runCommand({VANTREL_CLI_PATH, "scan", root, "--cache-dir", dir / "cache", "--quiet",
+                                      "--config", dir / "only-python.json"});
     ASSERT_EQ(explicitConfig.exitCode, 0) << explicitConfig.err;
     EXPECT_EQ(decodeProjectIR(explicitConfig.out).symbols.size(), 4u);
 }

@@ -3,10 +3,10 @@
 
 #include <set>
 
-#include "tests/support/TempDir.h"
 #include "core/languages/LanguagePlugin.h"
 #include "core/scan/Discovery.h"
 #include "core/util/Paths.h"
+#include "tests/support/TempDir.h"
 
 using namespace vantrel;
 using Strings = std::vector<std::string>;
@@ -51,11 +51,11 @@ Walk walk(const std::string& root, const Strings& exclude) {
 struct FixtureProject : vantrel::testing::TempDir {
     const Strings exclude{"**/generated", "src/skip.ts"};
     FixtureProject() {
-        for (const char* file : {"src/App.TSX", "src/keep.ts", "src/skip.ts", "src/ts", "src/.eslintrc.js",
-                                 "src/util/types.d.ts", "src/util/helpers.js", ".hidden/secret.ts",
-                                 ".git/hooks/pre.py", "chart.js/index.js", "node_modules/top.js",
-                                 "lib/node_modules/pkg/index.js", "lib/Node_Modules/pkg/index.js", "scripts/tool.py",
-                                 "scripts/README.md", "pkg/main.py", "pkg/generated/deep.ts"})
+        for (const char* file :
+             {"src/App.TSX", "src/keep.ts", "src/skip.ts", "src/ts", "src/.eslintrc.js", "src/util/types.d.ts",
+              "src/util/helpers.js", ".hidden/secret.ts", ".git/hooks/pre.py", "chart.js/index.js",
+              "node_modules/top.js", "lib/node_modules/pkg/index.js", "lib/Node_Modules/pkg/index.js",
+              "scripts/tool.py", "scripts/README.md", "pkg/main.py", "pkg/generated/deep.ts"})
             write(file);
         symlink("..", "pkg/generated/loop");
         symlink("../src", "links/src.js");

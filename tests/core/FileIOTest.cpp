@@ -8,8 +8,8 @@
 #include <fstream>
 #include <thread>
 
-#include "tests/support/TempDir.h"
 #include "core/util/FileIO.h"
+#include "tests/support/TempDir.h"
 
 namespace vantrel {
 namespace {

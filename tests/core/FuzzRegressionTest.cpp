@@ -5,8 +5,8 @@
 #include <algorithm>
 #include <filesystem>
 
-#include "fuzz/FuzzTargets.h"
 #include "core/util/FileIO.h"
+#include "fuzz/FuzzTargets.h"
 
 namespace vantrel {
 namespace {

@@ -11,15 +11,15 @@
 #include <thread>
 
 #include "core/config/GlobalDefaults.h"
+#include "core/export/ProjectExport.h"
 #include "core/languages/syntax/Grammars.h"
 #include "core/languages/syntax/SyntaxTree.h"
-#include "core/export/ProjectExport.h"
 #include "core/model/IRJson.h"
 #include "core/scan/SymbolScanner.h"
-#include "tests/support/RunCommand.h"
-#include "tests/support/TempDir.h"
 #include "core/util/FileIO.h"
 #include "core/util/Text.h"
+#include "tests/support/RunCommand.h"
+#include "tests/support/TempDir.h"
 
 namespace vantrel {
 namespace {
@@ -61,8 +61,8 @@ TEST(HostileInput, PathologicalSourcesLeaveTheRestOfTheGraphIntact) {
     constexpr int kDeep = 100000;
     // Nesting deeper than the query engine tracks (65,535 levels): the function stays, the
     // call at the bottom is not seen, a shallow call of the same function is.
-    dir.write("project/hostile/deep.js", "function deepBrackets() { return " + std::string(kDeep, '[') +
-                                             "innerCall()" + std::string(kDeep, ']') +
+    dir.write("project/hostile/deep.js", "function deepBrackets() { return " + std::string(kDeep, '[') + "innerCall()" +
+                                             std::string(kDeep, ']') +
                                              "; }\nfunction innerCall() {}\nfunction shallow() { innerCall(); }\n");
     dir.write("project/hostile/deep.py", "def deep_calls():\n    return " + repeat("wrap(", kDeep) + "1" +
                                              std::string(kDeep, ')') + "\n\ndef wrap(x):\n    return x\n");
@@ -135,15 +135,15 @@ TEST(HostileInput, FilesThatVanishOrCannotBeReadFailTheScanByName) {
     try {
         SymbolScanner scanner(SymbolScanner::defaultPlugins(), ProjectCache(dir / "support"));
         (void)scanner.scanProject(root + "/many", defaultGlobalConfig(), 1, 1, std::nullopt,
-                            [&](const ScanProgress& p) {
-                                if (p.phase != ScanPhase::parsing || removed) return;
-                                removed = true;
-                                for (int i = 0; i < 20; ++i) {
-                                    std::string name = "m" + std::to_string(i) + ".ts";
-                                    if (name != *p.currentPath) fs::remove(root + "/many/" + name);
-                                }
-                            },
-                            {});
+                                  [&](const ScanProgress& p) {
+                                      if (p.phase != ScanPhase::parsing || removed) return;
+                                      removed = true;
+                                      for (int i = 0; i < 20; ++i) {
+                                          std::string name = "m" + std::to_string(i) + ".ts";
+                                          if (name != *p.currentPath) fs::remove(root + "/many/" + name);
+                                      }
+                                  },
+                                  {});
         FAIL() << "the scan should fail";
     } catch (const ScanError& e) {
         EXPECT_EQ(e.kind(), ScanError::Kind::readFailed);
@@ -184,10 +184,18 @@ TEST(HostileInput, NamesWithNewlinesAndNonUtf8BytesKeepTheirEdges) {
 
     ProjectIR cold = scanFolder(root, dir / "support");
     const auto& symbols = cold.symbols;
-    EXPECT_EQ(symbols.at("src/b\xEF\xBF\xBD" "FF.ts:f:function").refsOut, IdSet{"src/a.ts:g:function"});
+    EXPECT_EQ(symbols
+                  .at("src/b\xEF\xBF\xBD"
+                      "FF.ts:f:function")
+                  .refsOut,
+              IdSet{"src/a.ts:g:function"});
     EXPECT_EQ(symbols.at("src/new\nline.ts:n:function").refsOut, IdSet{"src/a.ts:g:function"});
-    EXPECT_EQ(symbols.at("pk\xEF\xBF\xBD" "FE/app.py:main:function").refsOut,
-              IdSet{"pk\xEF\xBF\xBD" "FE/util.py:helper:function"});
+    EXPECT_EQ(symbols
+                  .at("pk\xEF\xBF\xBD"
+                      "FE/app.py:main:function")
+                  .refsOut,
+              IdSet{"pk\xEF\xBF\xBD"
+                    "FE/util.py:helper:function"});
     EXPECT_EQ(normalized(scanFolder(root, dir / "support")), normalized(cold));
 
     // The headless tool writes them as JSON that reads back.

@@ -4,10 +4,10 @@
 #include <random>
 #include <set>
 
-#include "tests/core/JSTestSupport.h"
 #include "core/languages/js/internal/JSEnclosingScope.h"
 #include "core/languages/js/internal/JSFamilyQueries.h"
 #include "core/resolution/TSConfigResolver.h"
+#include "tests/core/JSTestSupport.h"
 
 namespace vantrel {
 namespace {
@@ -140,9 +140,9 @@ TEST(JSFamilyPlugin, FixtureMathKeepsOnlyNamedFunctionFormsAndClimbsThroughObjec
     const auto& result = math.analysis.result;
     // No symbol for the overload signature, the generator, the function expression or the
     // arrow wrapped in a call; the object literal method counts.
-    EXPECT_EQ(symbolIds(result), (std::vector<std::string>{"src/util/math.ts:add:function",
-                                                           "src/util/math.ts:mul:function",
-                                                           "src/util/math.ts:sum:method"}));
+    EXPECT_EQ(symbolIds(result),
+              (std::vector<std::string>{"src/util/math.ts:add:function", "src/util/math.ts:mul:function",
+                                        "src/util/math.ts:sum:method"}));
     EXPECT_EQ(callPairs(result), (std::vector<std::pair<std::string, std::string>>{
                                      // a default parameter value belongs to its function
                                      {"src/util/math.ts:mul:function", "add"},
@@ -207,9 +207,9 @@ TEST(JSFamilyPlugin, ComponentsGoByTheFirstScalarsLetterClass) {
     // JSX in the body, the extension and methods play no part.
     auto file = analyze("function URL() {}\nfunction renderApp() { return <App />; }\nclass C { Render() {} }\n",
                         "lib/plain.js");
-    EXPECT_EQ(symbolIds(file.result), (std::vector<std::string>{"lib/plain.js:URL:component",
-                                                                "lib/plain.js:renderApp:function",
-                                                                "lib/plain.js:Render:method"}));
+    EXPECT_EQ(symbolIds(file.result),
+              (std::vector<std::string>{"lib/plain.js:URL:component", "lib/plain.js:renderApp:function",
+                                        "lib/plain.js:Render:method"}));
 }
 
 TEST(JSFamilyPlugin, CallerRuleFollowsTheNearestDeclarationAndAnyDeclaratorAboveAnArrow) {
@@ -325,8 +325,8 @@ private:
                 return "class " + name("C") + " { " + name("m") + "() {" + statements(depth - 1) + "} #" + name("q") +
                        "() {" + statements(depth - 1) + "} fld = () => " + expression(depth - 1) + "; }";
             case 4:
-                return "var " + name("o") + " = { " + name("m") + "() {" + statements(depth - 1) +
-                       "}, k: () => " + expression(depth - 1) + " };";
+                return "var " + name("o") + " = { " + name("m") + "() {" + statements(depth - 1) + "}, k: () => " +
+                       expression(depth - 1) + " };";
             case 5: return "const { " + name("d") + " } = wrap(() => {" + statements(depth - 1) + "});";
             default: return expression(depth) + ";";
         }
@@ -380,9 +380,9 @@ TEST(JSFamilyPlugin, SyntaxErrorsKeepTheIntactDeclarations) {
         "function before() { a(); }\n"
         "function broken() { let = ; }\n"
         "function after() { b(); }\n");
-    EXPECT_EQ(symbolIds(broken.result), (std::vector<std::string>{"src/a.ts:before:function",
-                                                                  "src/a.ts:broken:function",
-                                                                  "src/a.ts:after:function"}));
+    EXPECT_EQ(
+        symbolIds(broken.result),
+        (std::vector<std::string>{"src/a.ts:before:function", "src/a.ts:broken:function", "src/a.ts:after:function"}));
     EXPECT_EQ(callPairs(broken.result), (std::vector<std::pair<std::string, std::string>>{
                                             {"src/a.ts:before:function", "a"}, {"src/a.ts:after:function", "b"}}));
 
@@ -411,8 +411,9 @@ TEST(JSFamilyPlugin, SurvivesBinaryJunk) {
     analyzeUtf16(junk);
 
     // Random tokens, to keep error recovery busy rather than skipping unknown characters.
-    const char* tokens[] = {"function", "f", "(", ")", "{", "}", "=>", "=", "const", "<", ">", "/", "`", "'",
-                            "\"", "[", "]", ",", ";", "import", "class", "#x", "\n", "/*", "*/", "${", "g()"};
+    const char* tokens[] = {"function", "f",      "(",     ")",  "{",  "}",  "=>", "=",  "const",
+                            "<",        ">",      "/",     "`",  "'",  "\"", "[",  "]",  ",",
+                            ";",        "import", "class", "#x", "\n", "/*", "*/", "${", "g()"};
     std::string soup;
     while (soup.size() < 100000) soup += std::string(tokens[random() % std::size(tokens)]) + " ";
     analyze(soup);
@@ -441,14 +442,14 @@ TEST(JSFamilyPlugin, DeepNestingNeitherRecursesNorGoesQuadratic) {
     // 100,000 nested brackets around a call, and an arrow nested 50,000 deep below its
     // declarator: the climb must neither recurse nor go quadratic.
     const std::string deep = "function deep() { return " + std::string(100000, '[') + "inner()" +
-                             std::string(100000, ']') + "; }\nconst far = " + std::string(50000, '(') +
-                             "() => leaf()" + std::string(50000, ')') + ";\n";
+                             std::string(100000, ']') + "; }\nconst far = " + std::string(50000, '(') + "() => leaf()" +
+                             std::string(50000, ')') + ";\n";
     auto nested = analyze(deep);
     auto ids = symbolIds(nested.result);
     EXPECT_NE(std::find(ids.begin(), ids.end(), "src/a.ts:deep:function"), ids.end());
     auto calls = callPairs(nested.result);
-    EXPECT_NE(std::find(calls.begin(), calls.end(), std::make_pair(std::string("src/a.ts:far:function"),
-                                                                   std::string("leaf"))),
+    EXPECT_NE(std::find(calls.begin(), calls.end(),
+                        std::make_pair(std::string("src/a.ts:far:function"), std::string("leaf"))),
               calls.end());
     // Deeper than the query engine reaches: ask for the innermost call directly.
     auto offset = static_cast<std::uint32_t>(deep.find("inner()"));

@@ -39,8 +39,12 @@ inline Analysis analyzeUtf16(std::u16string text, std::string_view fileRelPath =
         ADD_FAILURE() << "the parser gave no tree";
         return analysis;
     }
-    AnalysisInput input{appendPathComponent(rootPath, fileRelPath), std::string(fileRelPath), std::string(rootPath),
-                        analysis.text, analysis.tree->root(), tsconfig};
+    AnalysisInput input{appendPathComponent(rootPath, fileRelPath),
+                        std::string(fileRelPath),
+                        std::string(rootPath),
+                        analysis.text,
+                        analysis.tree->root(),
+                        tsconfig};
     analysis.result = JSFamilyPlugin().analyzeFile(input);
     return analysis;
 }

@@ -16,8 +16,8 @@ ProjectIR graphOf(std::initializer_list<const char*> ids) {
     return ir;
 }
 
-std::optional<std::string> resolve(ProjectIR& ir, const std::string& name,
-                                   std::map<std::string, std::string> imports, const std::string& current) {
+std::optional<std::string> resolve(ProjectIR& ir, const std::string& name, std::map<std::string, std::string> imports,
+                                   const std::string& current) {
     return resolveCalleeId(name, imports, current, symbolNameIndex(ir));
 }
 

@@ -12,7 +12,8 @@ ProjectIR sampleGraph() {
     ir.projectId = "-4242";
     ir.lastScan = 0.5;
     Symbol store{"lib/db.py:Store:class", SymbolKind::classType, {1, 1, 9, 17}, {"src/app.ts:run:function"}, {}};
-    Symbol run{"src/app.ts:run:function", SymbolKind::function, {3, 9, 5, 10}, {}, {"lib/db.py:Store:class", "gone:x:method"}};
+    Symbol run{
+        "src/app.ts:run:function", SymbolKind::function, {3, 9, 5, 10}, {}, {"lib/db.py:Store:class", "gone:x:method"}};
     ir.symbols[store.id] = store;
     ir.symbols[run.id] = run;
     ir.diagnostics.push_back({"src/app.ts", "react", ResolutionDiagnostic::Reason::externalModule,
@@ -53,7 +54,8 @@ TEST(ModelJson, RoundTripsWithSortedKeysAndTheStatedForms) {
 
 TEST(ModelJson, StreamingWriterMatchesTheDocumentWriter) {
     ProjectIR withEmptySets = sampleGraph();
-    withEmptySets.symbols["z.ts:\"q\\:function"] = Symbol{"z.ts:\"q\\:function", SymbolKind::component, {1, 1, 1, 1}, {}, {}};
+    withEmptySets.symbols["z.ts:\"q\\:function"] =
+        Symbol{"z.ts:\"q\\:function", SymbolKind::component, {1, 1, 1, 1}, {}, {}};
     withEmptySets.lastScan = 785000000.123456;
     ProjectIR noDiagnostics = sampleGraph();
     noDiagnostics.diagnostics.clear();
@@ -87,14 +89,19 @@ TEST(ModelJson, DecoderAcceptsOnlyItsTwoLeniencies) {
         {R"({"projectId": "1", "lastScan": "2001", "symbols": {}})", "lastScan"},
         {R"({"projectId": "1", "lastScan": 0, "symbols": []})", "symbols"},
         {head + R"("a": {"id": "a", "kind": "classType", "range": {"startLine": 1, "startCol": 1, "endLine": 1,
-              "endCol": 2}, "refsIn": [], "refsOut": []}}})", "classType"},
+              "endCol": 2}, "refsIn": [], "refsOut": []}}})",
+         "classType"},
         {head + R"("a": {"id": "a", "kind": "method", "range": {"startLine": 1, "startCol": 1.5, "endLine": 1,
-              "endCol": 2}, "refsIn": [], "refsOut": []}}})", "startCol"},
+              "endCol": 2}, "refsIn": [], "refsOut": []}}})",
+         "startCol"},
         {head + R"("a": {"id": "a", "kind": "method", "range": {"startLine": 1, "startCol": 1, "endLine": 1},
-              "refsIn": [], "refsOut": []}}})", "endCol"},
+              "refsIn": [], "refsOut": []}}})",
+         "endCol"},
         {head + R"("a": {"id": "a", "kind": "method", "range": {"startLine": 1, "startCol": 1, "endLine": 1,
-              "endCol": 2}, "refsIn": [7], "refsOut": []}}})", "refsIn"},
-        {head + R"(}, "diagnostics": [{"importerPath": "a", "importPath": "b", "reason": "unresolved"}]})", "unresolved"},
+              "endCol": 2}, "refsIn": [7], "refsOut": []}}})",
+         "refsIn"},
+        {head + R"(}, "diagnostics": [{"importerPath": "a", "importPath": "b", "reason": "unresolved"}]})",
+         "unresolved"},
         {head + R"(}, "diagnostics": {}})", "diagnostics"},
         {"{\"projectId\": ", "JSON"},
     };

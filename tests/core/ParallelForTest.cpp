@@ -33,24 +33,27 @@ TEST(ParallelFor, EveryIndexRunsOnceInStartOrderWithinTheLanes) {
         std::atomic<bool> laneOverlapped{false};
         std::atomic<bool> laneOutOfRange{false};
         {
-            ParallelFor tasks(pool, count, lanes, [&](std::size_t i, std::size_t lane) {
-                if (lane >= lanes) {
-                    laneOutOfRange = true;
-                    return;
-                }
-                if (inLane[lane]++ != 0) laneOverlapped = true;
-                std::size_t now = ++running;
-                std::size_t seen = mostAtOnce.load();
-                while (now > seen && !mostAtOnce.compare_exchange_weak(seen, now)) {
-                }
-                {
-                    std::lock_guard lock(mutex);
-                    started.push_back(i);
-                }
-                ++runs[i];
-                --running;
-                --inLane[lane];
-            }, joins);
+            ParallelFor tasks(
+                pool, count, lanes,
+                [&](std::size_t i, std::size_t lane) {
+                    if (lane >= lanes) {
+                        laneOutOfRange = true;
+                        return;
+                    }
+                    if (inLane[lane]++ != 0) laneOverlapped = true;
+                    std::size_t now = ++running;
+                    std::size_t seen = mostAtOnce.load();
+                    while (now > seen && !mostAtOnce.compare_exchange_weak(seen, now)) {
+                    }
+                    {
+                        std::lock_guard lock(mutex);
+                        started.push_back(i);
+                    }
+                    ++runs[i];
+                    --running;
+                    --inLane[lane];
+                },
+                joins);
             tasks.wait();
             // Everything has returned once `wait` has.
             ASSERT_EQ(std::count(runs.begin(), runs.end(), 1), static_cast<std::ptrdiff_t>(count)) << round;
@@ -70,8 +73,9 @@ TEST(ParallelFor, AJoiningCallerWithOneLaneRunsEverythingItself) {
     WorkerPool pool(2);
     const auto caller = std::this_thread::get_id();
     std::vector<std::thread::id> ranOn;
-    ParallelFor tasks(pool, 50, 1, [&](std::size_t, std::size_t) { ranOn.push_back(std::this_thread::get_id()); },
-                       ParallelFor::CallerJoins::yes);
+    ParallelFor tasks(
+        pool, 50, 1, [&](std::size_t, std::size_t) { ranOn.push_back(std::this_thread::get_id()); },
+        ParallelFor::CallerJoins::yes);
     EXPECT_TRUE(ranOn.empty());  // nothing starts before the caller waits
     tasks.wait();
     ASSERT_EQ(ranOn.size(), 50u);
@@ -97,13 +101,16 @@ TEST(ParallelFor, TheWholeLoopRunsFirstThenEveryIndexBeforeReturning) {
             std::atomic<bool> firstRan{false};
             std::atomic<bool> firstOffCaller{false};
             std::atomic<int> offCaller{0};
-            parallelFor(pool, runs.size(), threads + 1, [&](std::size_t i, std::size_t) {
-                ++runs[i];
-                if (std::this_thread::get_id() != caller) ++offCaller;
-            }, [&] {
-                firstRan = true;
-                if (std::this_thread::get_id() != caller) firstOffCaller = true;
-            });
+            parallelFor(
+                pool, runs.size(), threads + 1,
+                [&](std::size_t i, std::size_t) {
+                    ++runs[i];
+                    if (std::this_thread::get_id() != caller) ++offCaller;
+                },
+                [&] {
+                    firstRan = true;
+                    if (std::this_thread::get_id() != caller) firstOffCaller = true;
+                });
             ASSERT_TRUE(firstRan.load());
             ASSERT_FALSE(firstOffCaller.load());
             for (auto& count : runs) ASSERT_EQ(count.load(), 1) << threads << " " << round;

@@ -37,10 +37,22 @@ TEST(PathGlobMatcher, SemanticsTable) {
         // "?" is exactly one character: "/", a multi-byte scalar, or a stray byte.
         {"a?c", "a/c", true},
         {"a?c", "ac", false},
-        {"a?c", "a\xE2\x82\xAC" "c", true},
-        {"a?c", "a\xF0\x9F\x98\x80" "c", true},
-        {"a??c", "a\xE2\x82\xAC" "c", false},
-        {"a?c", "a\xFF" "c", true},
+        {"a?c",
+         "a\xE2\x82\xAC"
+         "c",
+         true},
+        {"a?c",
+         "a\xF0\x9F\x98\x80"
+         "c",
+         true},
+        {"a??c",
+         "a\xE2\x82\xAC"
+         "c",
+         false},
+        {"a?c",
+         "a\xFF"
+         "c",
+         true},
         // No classes, braces or negation; "%", quotes and spaces are plain too.
         {"[ab].js", "a.js", false},
         {"[ab].js", "[ab].js", true},
@@ -53,7 +65,10 @@ TEST(PathGlobMatcher, SemanticsTable) {
         {"*/ab/*ab", "x/ab/yab", true},
         {"*/ab/*ab", "x/ab/abc", false},
         {"??", "\xE2\x82\xAC\xFF", true},
-        {"\xC3?x", "\xC3" "ax", true},
+        {"\xC3?x",
+         "\xC3"
+         "ax",
+         true},
     };
     for (const auto& c : cases)
         EXPECT_EQ(PathGlobMatcher({c.pattern}).matches(c.path), c.expected) << c.pattern << " vs " << c.path;

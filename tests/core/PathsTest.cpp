@@ -29,7 +29,9 @@ TEST(Paths, RelativePathsOfWalkedFiles) {
     EXPECT_EQ(relativePath("/p/src/a.ts", "/p/"), "src/a.ts");
     EXPECT_EQ(relativePath("/p/src/a.ts", "/p/./"), "src/a.ts");
     EXPECT_EQ(relativePath("/q/a.ts", "/p"), "/q/a.ts");
-    EXPECT_EQ(relativePath("/p/b\xff.ts", "/p"), "b\xEF\xBF\xBD" "FF.ts");
+    EXPECT_EQ(relativePath("/p/b\xff.ts", "/p"),
+              "b\xEF\xBF\xBD"
+              "FF.ts");
     EXPECT_EQ(escapeInvalidUtf8("caf\xC3\xA9/x.py"), "caf\xC3\xA9/x.py");
 }
 

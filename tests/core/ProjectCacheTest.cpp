@@ -4,10 +4,10 @@
 #include <filesystem>
 #include <thread>
 
-#include "tests/support/TempDir.h"
 #include "core/cache/Hashing.h"
 #include "core/cache/ProjectCache.h"
 #include "core/util/FileIO.h"
+#include "tests/support/TempDir.h"
 
 using namespace vantrel;
 using vantrel::testing::TempDir;
@@ -25,7 +25,10 @@ CachedFileResult sampleRecord() {
         kHash,
         {f},
         {{"./b", "src/b.ts"}},
-        {{"src/a.ts:f:function", "g"}, {"src/a.ts:f:function", "gr\xC3\xB6\xC3\x9F" "e"}},
+        {{"src/a.ts:f:function", "g"},
+         {"src/a.ts:f:function",
+          "gr\xC3\xB6\xC3\x9F"
+          "e"}},
         {{"src/a.ts", "lodash/fp", ResolutionDiagnostic::Reason::externalModule, std::nullopt},
          {"src/a.ts", "./c", ResolutionDiagnostic::Reason::fileNotFound, std::string("src/c.tsx")}}};
 }
@@ -55,12 +58,16 @@ TEST(ProjectCache, RecordsRoundTripInTheDocumentedLayout) {
     // Compact, keys sorted at every level, "/" escaped, non-ASCII as itself, absent suggestion left out.
     EXPECT_EQ(readWholeFile(project + "/files/" + sha256Hex("src/a.ts") + ".json"),
               R"({"calls":[{"calleeName":"g","callerId":"src\/a.ts:f:function"},)"
-              R"({"calleeName":"gr)" "\xC3\xB6\xC3\x9F" R"(e","callerId":"src\/a.ts:f:function"}],)"
+              R"({"calleeName":"gr)"
+              "\xC3\xB6\xC3\x9F"
+              R"(e","callerId":"src\/a.ts:f:function"}],)"
               R"("diagnostics":[{"importPath":"lodash\/fp","importerPath":"src\/a.ts","reason":"externalModule"},)"
               R"({"importPath":".\/c","importerPath":"src\/a.ts","reason":"fileNotFound","suggestion":"src\/c.tsx"}],)"
-              R"("fileHash":")" + kHash + R"(","imports":{".\/b":"src\/b.ts"},)"
-              R"("symbols":[{"id":"src\/a.ts:f:function","kind":"function",)"
-              R"("range":{"endCol":23,"endLine":1,"startCol":1,"startLine":1},"refsIn":[],"refsOut":[]}]})");
+              R"("fileHash":")" +
+                  kHash +
+                  R"(","imports":{".\/b":"src\/b.ts"},)"
+                  R"("symbols":[{"id":"src\/a.ts:f:function","kind":"function",)"
+                  R"("range":{"endCol":23,"endLine":1,"startCol":1,"startLine":1},"refsIn":[],"refsOut":[]}]})");
     EXPECT_EQ(readWholeFile(project + "/meta.json"),
               R"({"keyHash":")" + std::string(64, 'b') + R"(","schema":3,"updatedAt":12.5})");
 

@@ -46,10 +46,8 @@ TEST(ProjectDiff, ReportsSymbolsAndEdgesInCodePointAndEdgeOrder) {
     EXPECT_EQ(result.addedSymbols, (std::vector<std::string>{kUpper, kThingFunction, kFresh}));
     EXPECT_EQ(result.removedSymbols, (std::vector<std::string>{kThingClass, kOld}));
     // main -> old survives: the edge is listed in both graphs, symbol or not.
-    EXPECT_EQ(result.addedEdges, (std::vector<Edge>{{kMain, kFresh},
-                                                    {kMain, kExternal},
-                                                    {kThingFunction, kHelper},
-                                                    {kFresh, kHelper}}));
+    EXPECT_EQ(result.addedEdges,
+              (std::vector<Edge>{{kMain, kFresh}, {kMain, kExternal}, {kThingFunction, kHelper}, {kFresh, kHelper}}));
     EXPECT_EQ(result.removedEdges, (std::vector<Edge>{{kHelper, kOld}, {kMain, kHelper}, {kThingClass, kHelper}}));
 }
 

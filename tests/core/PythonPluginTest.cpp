@@ -49,19 +49,13 @@ TEST(PythonPlugin, DeclaresClassesFunctionsAndMethodsWithUtf16Ranges) {
     const std::vector<Symbol> expected = {
         sym("register", K::function, {6, 1, 7, 29}),
         // Decorators stand outside the range: it starts at "class".
-        sym("Order", K::classType, {12, 1, 38, 67}),
-        sym("Line", K::classType, {17, 9, 23, 97}),
-        sym("__init__", K::method, {18, 17, 20, 53}),
-        sym("total", K::method, {22, 17, 23, 97}),
-        sym("__init__", K::method, {25, 9, 26, 117}),
-        sym("total", K::method, {29, 9, 33, 95}),
+        sym("Order", K::classType, {12, 1, 38, 67}), sym("Line", K::classType, {17, 9, 23, 97}),
+        sym("__init__", K::method, {18, 17, 20, 53}), sym("total", K::method, {22, 17, 23, 97}),
+        sym("__init__", K::method, {25, 9, 26, 117}), sym("total", K::method, {29, 9, 33, 95}),
         sym("line_total", K::method, {30, 17, 31, 63}),  // nested in a method: still a method
-        sym("load", K::method, {36, 9, 38, 67}),
-        sym("price_of", K::function, {42, 1, 43, 45}),
-        sym("default_qty", K::function, {46, 1, 47, 25}),
-        sym("build_report", K::function, {50, 1, 58, 45}),
-        sym("Row", K::classType, {51, 9, 53, 71}),
-        sym("render", K::method, {52, 17, 53, 71}),
+        sym("load", K::method, {36, 9, 38, 67}), sym("price_of", K::function, {42, 1, 43, 45}),
+        sym("default_qty", K::function, {46, 1, 47, 25}), sym("build_report", K::function, {50, 1, 58, 45}),
+        sym("Row", K::classType, {51, 9, 53, 71}), sym("render", K::method, {52, 17, 53, 71}),
         sym("summarise", K::function, {55, 9, 56, 95}),
         sym("price_of", K::function, {61, 1, 62, 25}),  // redefinition: same id, both kept
         sym("label", K::function, {65, 1, 65, 61}),     // "ö", "ß" count 2 bytes, the emoji 4
@@ -78,7 +72,7 @@ TEST(PythonPlugin, CallsBelongToTheNearestEnclosingDefinition) {
         call("line_total", "method", "total"),
         call("total", "method", "sum"),
         call("total", "method", "map"),
-        call("Order", "class", "retry"),  // a method's decorator stands in the class body
+        call("Order", "class", "retry"),     // a method's decorator stands in the class body
         call("load", "method", "make_key"),  // a lambda stops nothing
         call("load", "method", "fetch"),
         call("load", "method", "key"),
@@ -113,8 +107,13 @@ TEST(PythonPlugin, ResolvesImportsAndReportsTheRestInDocumentOrder) {
     };
     EXPECT_EQ(result.imports, imports);
     const std::vector<ResolutionDiagnostic> diagnostics = {
-        external("os"), notFound("tools"), external("legacy.ledger"), notFound(".missing import thing"),
-        external("os import path"), external("ujson"), external("json"),
+        external("os"),
+        notFound("tools"),
+        external("legacy.ledger"),
+        notFound(".missing import thing"),
+        external("os import path"),
+        external("ujson"),
+        external("json"),
     };  // `from __future__ import` is no import statement
     EXPECT_EQ(result.diagnostics, diagnostics);
     const std::vector<CachedCallSite> calls = {{"shop/orders.py:place:function", "compute"},

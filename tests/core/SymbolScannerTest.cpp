@@ -10,8 +10,8 @@
 #include "core/config/GlobalDefaults.h"
 #include "core/export/ProjectExport.h"
 #include "core/scan/SymbolScanner.h"
-#include "tests/support/TempDir.h"
 #include "core/util/FileIO.h"
+#include "tests/support/TempDir.h"
 
 namespace vantrel {
 namespace {
@@ -51,8 +51,9 @@ protected:
                   std::optional<std::int64_t> known = std::nullopt, CancelCheck cancel = {}) {
         Scan result;
         ScanStats stats;
-        result.ir = s.scanProject(root, config, batchSize, jobs, known,
-                                  [&](const ScanProgress& p) { result.reports.push_back(p); }, cancel, &stats);
+        result.ir = s.scanProject(
+            root, config, batchSize, jobs, known, [&](const ScanProgress& p) { result.reports.push_back(p); }, cancel,
+            &stats);
         result.parsed = stats.parsed;
         result.fromCache = stats.fromCache;
         return result;

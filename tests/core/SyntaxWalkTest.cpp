@@ -6,9 +6,9 @@
 #include <filesystem>
 #include <random>
 
-#include "fuzz/SyntaxWalkCheck.h"
 #include "core/util/FileIO.h"
 #include "core/util/Text.h"
+#include "fuzz/SyntaxWalkCheck.h"
 
 namespace vantrel {
 namespace {
@@ -44,8 +44,6 @@ void addCutDownCopies(std::vector<std::u16string>& texts, std::size_t count) {
         texts.push_back(std::move(text));
     }
 }
-
-
 
 TEST(PythonSyntax, OneWalkFindsWhatTheQueriesFind) {
     std::vector<std::u16string> texts = checkedInSources({".py"});
@@ -85,8 +83,8 @@ TEST(JSFamilySyntax, OneWalkFindsWhatTheQueriesFind) {
     for (std::size_t i = 0; i < texts.size(); ++i)
         EXPECT_EQ(syntaxWalkMismatch(WalkedLanguage::jsFamily, texts[i]), "") << "text " << i;
 
-    std::u16string deep = u"function f() { x = " + std::u16string(66000, u'(') + u"g()" +
-                          std::u16string(66000, u')') + u" }";
+    std::u16string deep =
+        u"function f() { x = " + std::u16string(66000, u'(') + u"g()" + std::u16string(66000, u')') + u" }";
     EXPECT_EQ(syntaxWalkMismatch(WalkedLanguage::jsFamily, deep), "");
 }
 

@@ -1,8 +1,8 @@
 #include <gtest/gtest.h>
 
-#include "tests/core/JSTestSupport.h"
 #include "core/resolution/JSImportResolution.h"
 #include "core/resolution/TSConfigResolver.h"
+#include "tests/core/JSTestSupport.h"
 
 namespace vantrel {
 namespace {
@@ -122,7 +122,8 @@ protected:
             project.write(file, "export {};\n");
     }
 
-    std::optional<std::string> resolve(std::map<std::string, std::vector<std::string>> paths, std::string_view specifier,
+    std::optional<std::string> resolve(std::map<std::string, std::vector<std::string>> paths,
+                                       std::string_view specifier,
                                        std::optional<std::string> baseUrl = std::nullopt) const {
         TSConfigResolver resolver({project.root(), std::move(baseUrl), std::move(paths)});
         auto hit = resolver.resolveNonRelative(specifier);
@@ -173,9 +174,7 @@ TEST(JSImportSource, RelativeImportsUseTheCandidateList) {
         project.write(file, "export {};\n");
     std::string root = project.path("src");  // the project root is src/; outside.ts lies above it
     std::string importer = project.path("src/main.ts");
-    auto resolve = [&](std::string_view raw) {
-        return resolveJSImportSource(raw, importer, root, nullptr, "main.ts");
-    };
+    auto resolve = [&](std::string_view raw) { return resolveJSImportSource(raw, importer, root, nullptr, "main.ts"); };
 
     EXPECT_EQ(resolve("'./a'").resolved, "a.ts");
     EXPECT_EQ(resolve("\"./dir\"").resolved, "dir.ts");

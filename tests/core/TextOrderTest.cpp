@@ -49,7 +49,8 @@ TEST(TextOrder, EqualsAStableSortByTextThenTieBreak) {
             // Lengths around the blocks of eight bytes; few letters, so many texts repeat
             // or extend one another.
             std::size_t length = random() % 26;
-            for (std::size_t k = 0; k < length; ++k) text.push_back(alphabet[random() % (round % 2 ? 2 : alphabet.size())]);
+            for (std::size_t k = 0; k < length; ++k)
+                text.push_back(alphabet[random() % (round % 2 ? 2 : alphabet.size())]);
             items.push_back(Item{text, static_cast<int>(random() % 4)});
         }
         ASSERT_EQ(ordered(items), stableReference(items)) << "round " << round;
@@ -60,8 +61,7 @@ TEST(TextOrder, EdgeCases) {
     EXPECT_TRUE(ordered({}).empty());
     EXPECT_EQ(ordered({{"only", 0}}), (std::vector<std::uint32_t>{0}));
     // All equal: the tie-break, then the original positions.
-    EXPECT_EQ(ordered({{"same", 1}, {"same", 0}, {"same", 1}, {"same", 0}}),
-              (std::vector<std::uint32_t>{1, 3, 0, 2}));
+    EXPECT_EQ(ordered({{"same", 1}, {"same", 0}, {"same", 1}, {"same", 0}}), (std::vector<std::uint32_t>{1, 3, 0, 2}));
     // An empty text, and texts ending exactly at the eighth and sixteenth byte.
     std::vector<Item> items{{"abcdefgh", 0}, {"", 0}, {"abcdefghabcdefgh", 0}, {"abcdefg", 0}, {"abcdefgha", 0}};
     EXPECT_EQ(ordered(items), stableReference(items));

@@ -2,19 +2,18 @@
 
 #include <filesystem>
 
-#include "tests/support/TempDir.h"
 #include "core/config/VantrelConfig.h"
+#include "tests/support/TempDir.h"
 
 using vantrel::mergeConfig;
 using vantrel::VantrelConfig;
 using Strings = std::vector<std::string>;
 
 TEST(VantrelConfig, DecodesStrictly) {
-    EXPECT_EQ(VantrelConfig::defaultConfig(),
-              (VantrelConfig{{"**/node_modules/**", "**/.git/**", "**/.build/**", "**/DerivedData/**", "**/dist/**",
-                              "**/build/**"},
-                             3,
-                             std::nullopt}));
+    EXPECT_EQ(VantrelConfig::defaultConfig(), (VantrelConfig{{"**/node_modules/**", "**/.git/**", "**/.build/**",
+                                                              "**/DerivedData/**", "**/dist/**", "**/build/**"},
+                                                             3,
+                                                             std::nullopt}));
     EXPECT_EQ(VantrelConfig::decode(R"({"exclude":["a/**"],"maxDepth":5,"enabledLanguages":["python"],"x":1})"),
               (VantrelConfig{{"a/**"}, 5, Strings{"python"}}));
     // Empty lists, null languages and any depth are fine here.

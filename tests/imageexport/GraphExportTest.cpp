@@ -5,8 +5,8 @@
 #include <cmath>
 #include <limits>
 
-#include "imageexport/GraphExport.h"
 #include "core/export/ProjectExport.h"
+#include "imageexport/GraphExport.h"
 #include "tests/support/GraphBuilder.h"
 
 namespace vantrel {

@@ -77,15 +77,12 @@ TEST(MakeSVG, DrawsLinesThenDotsOnlyWherePositionsExist) {
         "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
         "<svg xmlns=\"http://www.w3.org/2000/svg\" width=\"1600\" height=\"1000\" viewBox=\"0 0 1600 1000\">\n"
         "<rect width=\"100%\" height=\"100%\" fill=\"white\"/>\n"
-        "<line x1=\"800.0\" y1=\"500.0\" x2=\"941.3716694115407\" y2=\"377.67731771934297" + line +
-        "<line x1=\"800.0\" y1=\"500.0\" x2=\"1012.3456789012346\" y2=\"635.0" + line +
+        "<line x1=\"800.0\" y1=\"500.0\" x2=\"941.3716694115407\" y2=\"377.67731771934297" +
+        line + "<line x1=\"800.0\" y1=\"500.0\" x2=\"1012.3456789012346\" y2=\"635.0" + line +
         "<line x1=\"941.3716694115407\" y1=\"377.67731771934297\" x2=\"941.3716694115407\" y2=\"377.67731771934297" +
-        line +
-        "<line x1=\"1115.0\" y1=\"-400.0\" x2=\"800.0\" y2=\"500.0" + line +
-        "<circle cx=\"800.0\" cy=\"500.0" + dot +
-        "<circle cx=\"941.3716694115407\" cy=\"377.67731771934297" + dot +
-        "<circle cx=\"1115.0\" cy=\"-400.0" + dot +
-        "</svg>";
+        line + "<line x1=\"1115.0\" y1=\"-400.0\" x2=\"800.0\" y2=\"500.0" + line + "<circle cx=\"800.0\" cy=\"500.0" +
+        dot + "<circle cx=\"941.3716694115407\" cy=\"377.67731771934297" + dot + "<circle cx=\"1115.0\" cy=\"-400.0" +
+        dot + "</svg>";
     EXPECT_EQ(svg, expected);
     EXPECT_EQ(GraphExport::makeSVG(b.build(), positions, 1600, 1000), svg);
 

@@ -1,10 +1,10 @@
 #include "tests/support/TempDir.h"
 
+#include <unistd.h>
 #include <atomic>
 #include <fstream>
 #include <random>
 #include <stdexcept>
-#include <unistd.h>
 
 namespace vantrel::testing {
 
@@ -13,9 +13,8 @@ namespace fs = std::filesystem;
 TempDir::TempDir() {
     static std::atomic<int> counter{0};
     std::random_device seed;
-    fs::path base = fs::temp_directory_path() /
-                    ("vantrel-test-" + std::to_string(::getpid()) + "-" + std::to_string(counter++) + "-" +
-                     std::to_string(seed()));
+    fs::path base = fs::temp_directory_path() / ("vantrel-test-" + std::to_string(::getpid()) + "-" +
+                                                 std::to_string(counter++) + "-" + std::to_string(seed()));
     fs::create_directories(base);
     path_ = base.string();
 }
@@ -44,7 +43,8 @@ std::string TempDir::write(std::string_view relative, std::string_view content) 
 void TempDir::symlink(std::string_view target, std::string_view relative) const {
     fs::path link = fs::path(path_) / relative;
     fs::create_directories(link.parent_path());
-    if (::symlink(std::string(target).c_str(), link.c_str()) != 0) throw std::runtime_error("cannot link " + link.string());
+    if (::symlink(std::string(target).c_str(), link.c_str()) != 0)
+        throw std::runtime_error("cannot link " + link.string());
 }
 
 std::string TempDir::copyFixture(std::string_view fixture, std::string_view relative) const {
@@ -54,6 +54,8 @@ std::string TempDir::copyFixture(std::string_view fixture, std::string_view rela
     return target.string();
 }
 
-std::string fixturePath(std::string_view fixture) { return std::string(VANTREL_FIXTURES_DIR) + "/" + std::string(fixture); }
+std::string fixturePath(std::string_view fixture) {
+    return std::string(VANTREL_FIXTURES_DIR) + "/" + std::string(fixture);
+}
 
 }  // namespace vantrel::testing

@@ -12,7 +12,6 @@
 #include <QUrl>
 #include <memory>
 
-#include "tests/app/AppTestSupport.h"
 #include "app/canvas/CanvasPalette.h"
 #include "app/canvas/ImpactGraphView.h"
 #include "app/state/Preferences.h"
@@ -23,6 +22,7 @@
 #include "app/views/OnboardingView.h"
 #include "app/views/ProgressPanel.h"
 #include "app/views/SidebarView.h"
+#include "tests/app/AppTestSupport.h"
 
 using namespace vantrel;
 using namespace vantrel::testing;
@@ -163,7 +163,8 @@ private slots:
         QVERIFY(QTest::qWaitFor([&] { return window_->exportMenu()->isVisible(); }, 2000));
         QStringList titles;
         for (QAction* item : window_->exportMenu()->actions()) titles.append(item->text());
-        QCOMPARE(titles, (QStringList{"JSON (ProjectIR)", "Graphviz DOT", "SVG (current layout)", "PNG (current layout)"}));
+        QCOMPARE(titles,
+                 (QStringList{"JSON (ProjectIR)", "Graphviz DOT", "SVG (current layout)", "PNG (current layout)"}));
         window_->exportMenu()->hide();
 
         f_->platform.nextPath = QString::fromStdString(f_->dir / "missing-folder/graph.json");

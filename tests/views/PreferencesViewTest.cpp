@@ -11,13 +11,13 @@
 #include <QTest>
 #include <memory>
 
-#include "tests/app/AppTestSupport.h"
 #include "app/state/Preferences.h"
 #include "app/state/PreferencesManager.h"
 #include "app/views/PreferencesView.h"
 #include "app/views/ScanningPreferencesTab.h"
 #include "app/views/SegmentedPicker.h"
 #include "app/views/Stepper.h"
+#include "tests/app/AppTestSupport.h"
 
 using namespace vantrel;
 using namespace vantrel::testing;

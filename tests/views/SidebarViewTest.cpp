@@ -10,14 +10,14 @@
 #include <QTest>
 #include <memory>
 
-#include "tests/app/AppTestSupport.h"
-#include "core/model/IRJson.h"
 #include "app/canvas/CanvasPalette.h"
 #include "app/views/DiagnosticsGroup.h"
 #include "app/views/SegmentedPicker.h"
 #include "app/views/SidebarView.h"
 #include "app/views/Stepper.h"
 #include "app/views/SymbolListModel.h"
+#include "core/model/IRJson.h"
+#include "tests/app/AppTestSupport.h"
 
 using namespace vantrel;
 using namespace vantrel::testing;
@@ -66,9 +66,9 @@ private slots:
         settle();
         impactedOnly->click();
         // The selection stays although it has no level; level 3 (View, format) goes.
-        QCOMPARE(rows(), (SymbolIdList{"py/pkg/report.py:report:function", kValues,
-                                       "py/pkg/totals.py:compute_total:function",
-                                       "src/app/View.tsx:summarize:function"}));
+        QCOMPARE(rows(),
+                 (SymbolIdList{"py/pkg/report.py:report:function", kValues, "py/pkg/totals.py:compute_total:function",
+                               "src/app/View.tsx:summarize:function"}));
         const QPalette& palette = sidebar_->palette();
         const CanvasPalette named(palette);
         QCOMPARE(sidebar_->rowColor(kValues), named.color(NamedColor::red));
@@ -90,7 +90,8 @@ private slots:
         QListView* list = sidebar_->symbolList();
         const int row = *sidebar_->rows().rowOf(kValues);
         list->scrollTo(list->model()->index(row, 0));
-        QTest::mouseClick(list->viewport(), Qt::LeftButton, {}, list->visualRect(list->model()->index(row, 0)).center());
+        QTest::mouseClick(list->viewport(), Qt::LeftButton, {},
+                          list->visualRect(list->model()->index(row, 0)).center());
         QCOMPARE(f_->store.selectedSymbolId(), OptionalSymbolId(kFirstId));  // written on a later turn
         settle();
         QCOMPARE(f_->store.selectedSymbolId(), OptionalSymbolId(kValues));

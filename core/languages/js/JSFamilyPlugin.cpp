@@ -57,11 +57,12 @@ const TSLanguage* JSFamilyPlugin::language(std::string_view) const {
 FileAnalysisResult JSFamilyPlugin::analyzeFile(const AnalysisInput& input) const {
     FileAnalysisResult result;
     JSFamilySyntax syntax = walkJSFamilySyntax(input.root);
-    collectDeclarations(syntax.declarations, input,
-                        [](std::uint16_t pattern, TSNode, const std::string& name) -> std::optional<SymbolKind> {
-                            return pattern != 0 ? SymbolKind::method : classifyFunction(name);
-                        },
-                        result.symbols);
+    collectDeclarations(
+        syntax.declarations, input,
+        [](std::uint16_t pattern, TSNode, const std::string& name) -> std::optional<SymbolKind> {
+            return pattern != 0 ? SymbolKind::method : classifyFunction(name);
+        },
+        result.symbols);
     collectDeclarations(
         syntax.arrowFunctions, input,
         [](std::uint16_t, TSNode, const std::string& name) -> std::optional<SymbolKind> {
@@ -71,7 +72,8 @@ FileAnalysisResult JSFamilyPlugin::analyzeFile(const AnalysisInput& input) const
     collectImports(syntax.imports, input, result);
     // A call outside every declaration (module top level, class field arrows) is dropped.
     JSEnclosingScope scope(input.root, input.source, input.fileRelPath);
-    collectCallSites(syntax.calls, input, [&](TSNode call) { return scope.symbolIdFor(call); }, result.calls);
+    collectCallSites(
+        syntax.calls, input, [&](TSNode call) { return scope.symbolIdFor(call); }, result.calls);
     return result;
 }
 

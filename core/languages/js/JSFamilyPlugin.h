@@ -16,8 +16,8 @@ namespace vantrel {
 
 class JSFamilyPlugin : public LanguagePlugin {
 public:
-    std::string id() const override;                          // "js-family"
-    std::vector<std::string> fileExtensions() const override;  // js, jsx, ts, tsx
+    std::string id() const override;                                            // "js-family"
+    std::vector<std::string> fileExtensions() const override;                   // js, jsx, ts, tsx
     const TSLanguage* language(std::string_view fileExtension) const override;  // tsx, always
 
     // Four passes in this order: declarations, arrow functions, imports, calls, over the

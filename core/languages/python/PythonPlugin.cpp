@@ -41,8 +41,8 @@ FileAnalysisResult PythonPlugin::analyzeFile(const AnalysisInput& input) const {
     // `from __future__ import ...` has a node type of its own and is passed over.
     for (TSNode statement : syntax.importStatements) handleImportStatement(statement, input, result);
     // Calls outside any definition (module level, top-level decorators) are dropped.
-    collectCallSites(syntax.calls, input, [&](TSNode call) { return syntax.scopes.enclosingSymbolIdForPython(call); },
-                     result.calls);
+    collectCallSites(
+        syntax.calls, input, [&](TSNode call) { return syntax.scopes.enclosingSymbolIdForPython(call); }, result.calls);
     return result;
 }
 

@@ -26,9 +26,10 @@ public:
     }
 
     void add(std::uint16_t pattern, std::initializer_list<std::pair<int, TSNode>> captures) {
-        matches_.push_back({pattern, static_cast<std::uint32_t>(captures_.size()),
-                            static_cast<std::uint16_t>(captures.size())});
-        for (const auto& [index, node] : captures) captures_.push_back(TSQueryCapture{node, static_cast<std::uint32_t>(index)});
+        matches_.push_back(
+            {pattern, static_cast<std::uint32_t>(captures_.size()), static_cast<std::uint16_t>(captures.size())});
+        for (const auto& [index, node] : captures)
+            captures_.push_back(TSQueryCapture{node, static_cast<std::uint32_t>(index)});
     }
 
     // A match as the query cursor delivers it, its captures numbered as in `captureNames`.

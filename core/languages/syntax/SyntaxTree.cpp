@@ -204,7 +204,8 @@ const SharedQuery* SharedQuery::get(const TSLanguage* language, std::string_view
     if (it != cache.end()) return it->second.get();
     std::uint32_t errorOffset = 0;
     TSQueryError error = TSQueryErrorNone;
-    TSQuery* query = ts_query_new(language, source.data(), static_cast<std::uint32_t>(source.size()), &errorOffset, &error);
+    TSQuery* query =
+        ts_query_new(language, source.data(), static_cast<std::uint32_t>(source.size()), &errorOffset, &error);
     std::unique_ptr<SharedQuery> entry = query ? std::unique_ptr<SharedQuery>(new SharedQuery(query)) : nullptr;
     auto* raw = entry.get();
     cache.emplace(std::move(key), std::move(entry));

@@ -53,17 +53,17 @@ void LinkWalk::startWindow(Window& window) {
     // one replaces in the ring of scratch slots has finished.
     LaneScratch* scratch = &scratch_[nextScratch_ * scan_.lanes];
     nextScratch_ = (nextScratch_ + 1) % kWindowsAhead;
-    window.lanes.emplace(scan_.pool, window.files.size(), scan_.lanes, [this, &window, scratch](std::size_t i,
-                                                                                             std::size_t lane) {
-        try {
-            LaneScratch& mine = scratch[lane];
-            if (scan_.cache.loadFileInto(scan_.root, window.files[i].relPath, RecordFields::links, mine.record,
-                                         mine.bytes))
-                wireCalls(mine.record, window.files[i].relPath);
-        } catch (...) {
-            window.errors[i] = std::current_exception();
-        }
-    });
+    window.lanes.emplace(scan_.pool, window.files.size(), scan_.lanes,
+                         [this, &window, scratch](std::size_t i, std::size_t lane) {
+                             try {
+                                 LaneScratch& mine = scratch[lane];
+                                 if (scan_.cache.loadFileInto(scan_.root, window.files[i].relPath, RecordFields::links,
+                                                              mine.record, mine.bytes))
+                                     wireCalls(mine.record, window.files[i].relPath);
+                             } catch (...) {
+                                 window.errors[i] = std::current_exception();
+                             }
+                         });
 }
 
 // Reports the window's files in walk order once all of them are wired.

@@ -17,8 +17,8 @@ ParseWalk::ParseWalk(const ScanContext& scan, GraphBuilder& graph, std::int64_t 
       scratch_(scan.lanes) {}
 
 void ParseWalk::run(Enumerator& enumerator) {
-    FileAnalysisContext context{scan_.root, enumerator.pluginByExt, tsconfig_, scan_.cache, scan_.isCancelled,
-                                scan_.stats};
+    FileAnalysisContext context{scan_.root,  enumerator.pluginByExt, tsconfig_,
+                                scan_.cache, scan_.isCancelled,      scan_.stats};
     std::vector<EnumeratedFile> batch;
     batch.reserve(static_cast<std::size_t>(std::min<std::int64_t>(batchSize_, 1 << 16)));
     if (enumerator.walker) {
@@ -47,23 +47,26 @@ void ParseWalk::flush(const std::vector<EnumeratedFile>& files, const FileAnalys
     {
         // Every file is waited for, also after a failure: the lanes hold references into
         // this frame, and the ones still running write their records all the same.
-        ParallelFor lanes(scan_.pool, files.size(), scan_.lanes, [&](std::size_t i, std::size_t lane) {
-            semaphore_.wait();
-            Outcome outcome;
-            outcome.file = &files[i];
-            FileScratch& scratch = scratch_[lane];
-            try {
-                if (parseAndCache(files[i], context, scratch)) {
-                    outcome.hasResult = true;
-                    outcome.symbols.take(scratch.record);
+        ParallelFor lanes(
+            scan_.pool, files.size(), scan_.lanes,
+            [&](std::size_t i, std::size_t lane) {
+                semaphore_.wait();
+                Outcome outcome;
+                outcome.file = &files[i];
+                FileScratch& scratch = scratch_[lane];
+                try {
+                    if (parseAndCache(files[i], context, scratch)) {
+                        outcome.hasResult = true;
+                        outcome.symbols.take(scratch.record);
+                    }
+                    scratch.releaseLarge();
+                } catch (...) {
+                    outcome.error = std::current_exception();
                 }
-                scratch.releaseLarge();
-            } catch (...) {
-                outcome.error = std::current_exception();
-            }
-            semaphore_.signal();
-            deliver(std::move(outcome));
-        }, ParallelFor::CallerJoins::yes);
+                semaphore_.signal();
+                deliver(std::move(outcome));
+            },
+            ParallelFor::CallerJoins::yes);
         lanes.wait();
     }
     if (flushFailure_) std::rethrow_exception(flushFailure_);

@@ -22,8 +22,8 @@ void SymbolNameIndex::add(const std::string& id, Symbol& symbol) {
     assert(slots_.empty() && "additions come before finish");
     auto parts = idNameAndFileLength(id);
     if (!parts) return;
-    added_.push_back(Entry{std::hash<std::string_view>{}(parts->first), parts->first,
-                           NameCandidate{id, parts->second, &symbol}});
+    added_.push_back(
+        Entry{std::hash<std::string_view>{}(parts->first), parts->first, NameCandidate{id, parts->second, &symbol}});
 }
 
 namespace {

@@ -90,9 +90,7 @@ bool JSEnclosingScope::descendTo(TSNode node) {
     return true;
 }
 
-void JSEnclosingScope::push(TSNode node) {
-    chain_.push_back(levelOf(node, chain_.empty() ? nullptr : &chain_.back()));
-}
+void JSEnclosingScope::push(TSNode node) { chain_.push_back(levelOf(node, chain_.empty() ? nullptr : &chain_.back())); }
 
 JSEnclosingScope::Level JSEnclosingScope::levelOf(TSNode node, const Level* parent) {
     std::string_view type = ts_node_type(node);

@@ -42,9 +42,9 @@ struct Names {
 struct Step {
     TSNode node;
     TSSymbol symbol;
-    TSFieldId field;         // its field in its parent, where that parent's fields matter; else 0
+    TSFieldId field;          // its field in its parent, where that parent's fields matter; else 0
     TSNode declaratorName{};  // a variable_declarator's identifier child in its "name" field, once seen
-    bool insideImport;       // an import statement at or above it
+    bool insideImport;        // an import statement at or above it
 };
 
 std::vector<std::string_view> namesOf(const SharedQuery* query) {
@@ -100,10 +100,9 @@ JSFamilySyntax walkJSFamilySyntax(TSNode root) {
                     depth >= 2 && depth - 2 <= kMaxMatchStartDepth) {
                     TSSymbol statement = path[depth - 2].symbol;
                     if (statement == names.lexicalDeclaration || statement == names.variableDeclaration)
-                        syntax.arrowFunctions.add(statement == names.lexicalDeclaration ? 0 : 1,
-                                                  {{arrowDecl, parent->node},
-                                                   {arrowName, parent->declaratorName},
-                                                   {arrowValue, node}});
+                        syntax.arrowFunctions.add(
+                            statement == names.lexicalDeclaration ? 0 : 1,
+                            {{arrowDecl, parent->node}, {arrowName, parent->declaratorName}, {arrowValue, node}});
                 }
             }
             if (field == names.function && parent->symbol == names.callExpression && symbol == names.identifier &&
@@ -117,7 +116,8 @@ JSFamilySyntax walkJSFamilySyntax(TSNode root) {
         if (symbol == names.importStatement && !(parent && parent->insideImport) && imports &&
             depth <= kMaxMatchStartDepth) {
             TSQueryCursor* statementCursor = ts_query_cursor_new();
-            ts_query_cursor_set_max_start_depth(statementCursor, kMaxMatchStartDepth - static_cast<std::uint32_t>(depth));
+            ts_query_cursor_set_max_start_depth(statementCursor,
+                                                kMaxMatchStartDepth - static_cast<std::uint32_t>(depth));
             ts_query_cursor_exec(statementCursor, imports->query(), node);
             TSQueryMatch match;
             while (ts_query_cursor_next_match(statementCursor, &match))

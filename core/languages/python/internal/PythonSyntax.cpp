@@ -17,9 +17,15 @@ struct Names {
         static const Names names = [] {
             const TSLanguage* python = tree_sitter_python();
             auto symbol = [&](std::string_view type) { return namedSymbol(python, type); };
-            return Names{symbol("class_definition"),      symbol("function_definition"), symbol("call"),
-                         symbol("attribute"),             symbol("identifier"),          symbol("import_statement"),
-                         symbol("import_from_statement"), fieldId(python, "name"),       fieldId(python, "function"),
+            return Names{symbol("class_definition"),
+                         symbol("function_definition"),
+                         symbol("call"),
+                         symbol("attribute"),
+                         symbol("identifier"),
+                         symbol("import_statement"),
+                         symbol("import_from_statement"),
+                         fieldId(python, "name"),
+                         fieldId(python, "function"),
                          fieldId(python, "attribute")};
         }();
         return names;
@@ -62,7 +68,8 @@ PythonSyntax walkPythonSyntax(TSNode root, std::u16string_view source, std::stri
         const std::size_t depth = path.size();
         if (parent && symbol == names.identifier) {
             if (field == names.name && depth - 1 <= kMaxMatchStartDepth) {
-                if (parent->symbol == names.classDefinition) syntax.declarations.add(0, {{decl, parent->node}, {name, node}});
+                if (parent->symbol == names.classDefinition)
+                    syntax.declarations.add(0, {{decl, parent->node}, {name, node}});
                 if (parent->symbol == names.functionDefinition)
                     syntax.declarations.add(1, {{decl, parent->node}, {name, node}});
             }
