@@ -7,8 +7,6 @@
 //   vantrel_bench_changes [--files N] [--runs N] [--keep]
 //
 // git runs with a private HOME and no system configuration.
-#include <fcntl.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -21,6 +19,7 @@
 
 #include "bench/SyntheticProject.h"
 #include "core/util/FileIO.h"
+#include "core/util/Subprocess.h"
 #include "core/util/Text.h"
 
 using namespace vantrel;
@@ -28,30 +27,23 @@ namespace fs = std::filesystem;
 
 namespace {
 
-// Runs a program (searched on PATH) with its output sent to `outFile`; the seconds it took.
+// Runs a program (searched on PATH) with its output written to `outFile`; the seconds it took.
 double timed(const std::vector<std::string>& argv, const std::string& outFile = "/dev/null") {
     auto start = std::chrono::steady_clock::now();
-    pid_t pid = fork();
-    if (pid == 0) {
-        int out = ::open(outFile.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
-        int null = ::open("/dev/null", O_RDWR);
-        dup2(out, 1);
-        dup2(null, 2);
-        dup2(null, 0);
-        std::vector<char*> args;
-        for (const auto& a : argv) args.push_back(const_cast<char*>(a.c_str()));
-        args.push_back(nullptr);
-        execvp(args[0], args.data());
-        _exit(127);
-    }
-    int status = 0;
-    waitpid(pid, &status, 0);
-    double seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
-    int code = WIFEXITED(status) ? WEXITSTATUS(status) : 128;
-    if (code != 0) {
-        std::fprintf(stderr, "%s %s exited with %d\n", argv[0].c_str(), argv.size() > 1 ? argv[1].c_str() : "", code);
+    SubprocessResult run;
+    try {
+        run = runSubprocess(SubprocessRequest{argv, {}, {}, {}});
+    } catch (const SubprocessError& e) {
+        std::fprintf(stderr, "%s\n", e.what());
         std::exit(1);
     }
+    double seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+    if (run.exitCode != 0) {
+        std::fprintf(stderr, "%s %s exited with %d\n", argv[0].c_str(), argv.size() > 1 ? argv[1].c_str() : "",
+                     run.exitCode);
+        std::exit(1);
+    }
+    if (outFile != "/dev/null") writeFileAtomically(outFile, run.out);
     return seconds;
 }
 
