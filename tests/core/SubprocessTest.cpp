@@ -22,9 +22,9 @@ TEST(Subprocess, BothStreamsArriveWholeWhenTheyOutgrowAPipe) {
     // A megabyte on each stream, written in turns: a reader that waited for one stream
     // to end before reading the other would hang here with the child blocked on a full pipe.
     auto result =
-        sh("i=0; while [ $i -lt 1024 ]; do head -c 512 /dev/zero | tr '\\0' o; "
-           "head -c 512 /dev/zero | tr '\\0' e >&2; head -c 512 /dev/zero | tr '\\0' o; "
-           "head -c 512 /dev/zero | tr '\\0' e >&2; i=$((i+1)); done");
+        sh("i=0; while [ $i -lt 64 ]; do head -c 8192 /dev/zero | tr '\\0' o; "
+           "head -c 8192 /dev/zero | tr '\\0' e >&2; head -c 8192 /dev/zero | tr '\\0' o; "
+           "head -c 8192 /dev/zero | tr '\\0' e >&2; i=$((i+1)); done");
     EXPECT_EQ(result.exitCode, 0);
     EXPECT_EQ(result.out, std::string(1 << 20, 'o'));
     EXPECT_EQ(result.err, std::string(1 << 20, 'e'));
