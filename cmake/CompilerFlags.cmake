@@ -5,31 +5,30 @@ add_compile_options(-ffp-contract=off -fno-fast-math)
 
 option(VANTREL_WERROR "Treat warnings of our own targets as errors (CI builds with it)" OFF)
 
-# Warnings for our own code only: the tree-sitter sources are not ours to fix.
-# vantrel_apply_warnings() below gives them to every target of the listed folders.
+# Warnings for our own code only: the tree-sitter sources are not ours to fix. Their
+# targets live in the top folder; vantrel_apply_warnings() gives the warnings to every
+# target of the folders below it that the configuration added.
 set(VANTREL_WARNING_OPTIONS -Wall -Wextra)
 if(VANTREL_WERROR)
   list(APPEND VANTREL_WARNING_OPTIONS -Werror)
 endif()
 
-function(vantrel_apply_warnings)
-  foreach(dir ${ARGN})
-    if(NOT EXISTS "${CMAKE_SOURCE_DIR}/${dir}")
-      continue()
-    endif()
-    get_property(targets DIRECTORY "${CMAKE_SOURCE_DIR}/${dir}" PROPERTY BUILDSYSTEM_TARGETS)
-    get_property(subdirs DIRECTORY "${CMAKE_SOURCE_DIR}/${dir}" PROPERTY SUBDIRECTORIES)
+function(vantrel_apply_warnings_below dir)
+  get_property(subdirs DIRECTORY "${dir}" PROPERTY SUBDIRECTORIES)
+  foreach(subdir ${subdirs})
+    get_property(targets DIRECTORY "${subdir}" PROPERTY BUILDSYSTEM_TARGETS)
     foreach(target ${targets})
       get_target_property(type ${target} TYPE)
       if(NOT type STREQUAL "INTERFACE_LIBRARY" AND NOT type STREQUAL "UTILITY")
         target_compile_options(${target} PRIVATE $<$<COMPILE_LANGUAGE:CXX>:${VANTREL_WARNING_OPTIONS}>)
       endif()
     endforeach()
-    foreach(subdir ${subdirs})
-      file(RELATIVE_PATH relative "${CMAKE_SOURCE_DIR}" "${subdir}")
-      vantrel_apply_warnings(${relative})
-    endforeach()
+    vantrel_apply_warnings_below("${subdir}")
   endforeach()
+endfunction()
+
+function(vantrel_apply_warnings)
+  vantrel_apply_warnings_below("${CMAKE_SOURCE_DIR}")
 endfunction()
 
 if(VANTREL_SANITIZE)
