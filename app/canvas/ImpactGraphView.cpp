@@ -9,6 +9,7 @@
 #include <QWheelEvent>
 #include <algorithm>
 #include <cmath>
+#include <tuple>
 
 #include "app/canvas/CanvasTooltip.h"
 #include "app/canvas/LegendPanel.h"
@@ -24,13 +25,7 @@ constexpr double kDragThreshold = 10;
 constexpr double kMinZoom = 0.3, kMaxZoom = 3.0;
 constexpr double kWheelZoomPerNotch = 1.1;  // Ctrl+wheel: one notch of 120 units
 constexpr double kMinPinchChange = 0.01;
-constexpr double kHoverScale = 1.12;
-constexpr double kHoverScaleSeconds = 0.14;
-constexpr double kHoverFadeSeconds = 0.12;
-constexpr double kPulseSeconds = 0.35;
 constexpr double kLegendInset = 12;
-
-double length(QPointF p) { return std::hypot(p.x(), p.y()); }
 
 }  // namespace
 
@@ -92,7 +87,7 @@ void ImpactGraphView::selectionChanged() {
     // The store reports every write; only a different selection swells the node.
     if (store_.selectedSymbolId() != shownSelection_) {
         shownSelection_ = store_.selectedSymbolId();
-        pulse_ = Tween{1.0, 0.0, now(), kPulseSeconds, easeOut};
+        animation_.startPulse(now());
         frameTimer_.start();
     }
     sceneChanged();
@@ -116,17 +111,7 @@ void ImpactGraphView::rebuildScene() {
     const double t = now();
     const GraphScene before = std::move(scene_);
     std::vector<QPointF> beforePlaces, beforeVelocity;
-    if (!before.isEmpty()) {
-        beforePlaces = before.places();
-        beforeVelocity.assign(beforePlaces.size(), QPointF());
-        if (gliding_ && t < glideEnd_) {
-            const Spring::Step step = kGlideSpring.stepAt(t - glideStart_);
-            for (std::size_t i = 0; i < beforePlaces.size(); ++i) {
-                beforePlaces[i] += step.offset(glideOffset_[i], glideVelocity_[i]);
-                beforeVelocity[i] = step.velocity(glideOffset_[i], glideVelocity_[i]);
-            }
-        }
-    }
+    if (!before.isEmpty()) std::tie(beforePlaces, beforeVelocity) = animation_.motionAt(before, t);
 
     const SceneInputs inputs{store_.ir() ? &*store_.ir() : nullptr,
                              store_.nodePositions(),
@@ -140,46 +125,14 @@ void ImpactGraphView::rebuildScene() {
                              QSizeF(size())};
     scene_ = GraphScene(topology_, inputs);
 
-    gliding_ = false;
-    glideOffset_.clear();
-    glideVelocity_.clear();
-    if (before.isEmpty() || scene_.isEmpty()) return;
-    const GraphTopology& graph = scene_.topology();
-    const bool sameGraph = before.topologyPointer() == scene_.topologyPointer();
-    glideOffset_.assign(graph.pointCount(), QPointF());
-    glideVelocity_.assign(graph.pointCount(), QPointF());
-    double amplitude = 0;
-    for (std::size_t i = 0; i < graph.symbolCount(); ++i) {
-        if (!scene_.hasPlace(i)) continue;
-        const std::optional<std::size_t> was =
-            sameGraph ? std::optional<std::size_t>(i) : before.topology().indexOf(graph.id(i));
-        if (!was || !before.hasPlace(*was)) continue;  // a new node appears in its place
-        glideOffset_[i] = beforePlaces[*was] - scene_.place(i);
-        glideVelocity_[i] = beforeVelocity[*was];
-        amplitude =
-            std::max(amplitude, length(glideOffset_[i]) + length(glideVelocity_[i]) / kGlideSpring.dampedFrequency());
-    }
-    if (amplitude > 0.01) {
-        gliding_ = true;
-        glideStart_ = t;
-        glideEnd_ = t + kGlideSpring.settleTime(amplitude);
-        frameTimer_.start();
-    }
+    if (animation_.glide(before, beforePlaces, beforeVelocity, scene_, t)) frameTimer_.start();
 }
 
 const std::vector<QPointF>& ImpactGraphView::nodePlacesNow() {
-    const double t = now();
-    if (!gliding_ || t >= glideEnd_) {
-        gliding_ = false;
-        return scene_.places();
-    }
-    const Spring::Step step = kGlideSpring.stepAt(t - glideStart_);
-    const std::vector<QPointF>& targets = scene_.places();
-    displayPlaces_.resize(targets.size());
-    for (std::size_t i = 0; i < targets.size(); ++i)
-        displayPlaces_[i] = targets[i] + step.offset(glideOffset_[i], glideVelocity_[i]);
-    pickerDirty_ = true;
-    return displayPlaces_;
+    const bool wasGliding = animation_.isGliding();
+    const std::vector<QPointF>& places = animation_.placesAt(scene_, now());
+    if (wasGliding && animation_.isGliding()) pickerDirty_ = true;
+    return places;
 }
 
 GraphFrame ImpactGraphView::frameNow() {
@@ -189,7 +142,7 @@ GraphFrame ImpactGraphView::frameNow() {
     frame.transform = {pan_, zoom_, QPointF(width() / 2.0, height() / 2.0)};
     frame.viewSize = QSizeF(size());
     frame.nodePlaces = &nodePlacesNow();
-    frame.selectionPulse = pulse_.valueAt(t);
+    frame.selectionPulse = animation_.pulseAt(t);
     frame.nodeSizeFactor = nodeSizeFactor(nodeSize_);
     frame.searchHits = searchHits_.empty() ? nullptr : &searchHits_;
     if (scene_.isEmpty()) return frame;
@@ -200,14 +153,14 @@ GraphFrame ImpactGraphView::frameNow() {
         return point && *point < graph.symbolCount() ? point : std::nullopt;
     };
     if (hoveredId_) frame.hovered = symbolIndex(*hoveredId_);
-    for (const auto& [id, tween] : hoverScales_)
-        if (const double scale = tween.valueAt(t); scale != 1.0)
-            if (auto symbol = symbolIndex(id)) frame.scaled.emplace_back(*symbol, scale);
+    for (const auto& [id, scale] : animation_.scalesAt(t))
+        if (auto symbol = symbolIndex(id)) frame.scaled.emplace_back(*symbol, scale);
 
-    const double opacity = tooltipOpacity_.valueAt(t);
-    if (tooltipId_ && opacity > 0 && store_.ir()) {
-        auto symbol = store_.ir()->symbols.find(*tooltipId_);
-        auto point = symbolIndex(*tooltipId_);
+    const double opacity = animation_.tooltipOpacityAt(t);
+    const std::optional<std::string>& tooltipId = animation_.tooltipId();
+    if (tooltipId && opacity > 0 && store_.ir()) {
+        auto symbol = store_.ir()->symbols.find(*tooltipId);
+        auto point = symbolIndex(*tooltipId);
         if (symbol != store_.ir()->symbols.end() && point && scene_.hasPlace(*point)) {
             const bool selected = scene_.selectedPoint() == point;
             frame.tooltip = TooltipFrame{tooltipText(symbol->second), frame.transform.toScreen(scene_.place(*point)),
@@ -229,30 +182,16 @@ void ImpactGraphView::paintEvent(QPaintEvent*) {
 double ImpactGraphView::now() const { return clock_.nsecsElapsed() / 1e9; }
 
 void ImpactGraphView::animate() {
-    if (viewReset_) {
-        const double t = now();
-        if (t >= viewReset_->end) {
-            pan_ = QPointF();
-            zoom_ = 1.0;
-            viewReset_.reset();
-        } else {
-            const Spring::Step step = kResetSpring.stepAt(t - viewReset_->start);
-            pan_ = step.offset(viewReset_->panFrom, QPointF());
-            zoom_ = 1.0 + step.offset(QPointF(viewReset_->zoomFrom - 1.0, 0), QPointF()).x();
-        }
+    const double t = now();
+    if (animation_.isResettingView()) {
+        std::tie(pan_, zoom_) = animation_.viewAt(t);
         pickerDirty_ = true;
     }
-    for (auto it = hoverScales_.begin(); it != hoverScales_.end();)
-        it = it->second.finishedAt(now()) && it->second.to == 1.0 ? hoverScales_.erase(it) : std::next(it);
+    animation_.pruneHoverScales(t);
     update();
 }
 
-bool ImpactGraphView::isAnimating() const {
-    const double t = now();
-    if (gliding_ || viewReset_ || !pulse_.finishedAt(t) || !tooltipOpacity_.finishedAt(t)) return true;
-    return std::any_of(hoverScales_.begin(), hoverScales_.end(),
-                       [&](const auto& entry) { return !entry.second.finishedAt(t); });
-}
+bool ImpactGraphView::isAnimating() const { return animation_.isAnimatingAt(now()); }
 
 void ImpactGraphView::resizeEvent(QResizeEvent* event) {
     legend_->setMaximumPanelWidth(std::max(0, width() - 2 * static_cast<int>(kLegendInset)));
@@ -389,16 +328,12 @@ void ImpactGraphView::cycleBlastRadiusLevel() {
 void ImpactGraphView::resetView() {
     panAnchor_ = QPointF();
     zoomAnchor_ = 1.0;
-    const double amplitude = std::max(length(pan_), std::abs(zoom_ - 1.0) * 1000);
-    if (amplitude < 0.01) return;
-    const double t = now();
-    viewReset_ = ViewReset{pan_, zoom_, t, t + kResetSpring.settleTime(amplitude)};
-    frameTimer_.start();
+    if (animation_.resetView(pan_, zoom_, now())) frameTimer_.start();
 }
 
 void ImpactGraphView::stopViewReset() {
-    if (!viewReset_) return;
-    viewReset_.reset();
+    if (!animation_.isResettingView()) return;
+    animation_.stopViewReset();
     panAnchor_ = pan_;
     zoomAnchor_ = zoom_;
 }
@@ -441,7 +376,7 @@ std::optional<std::size_t> ImpactGraphView::symbolAt(QPointF point) {
     const GraphFrame frame = frameNow();
     if (pickerDirty_) {
         picker_ = NodePicker(frame, painter_.captionLineHeight());
-        pickerDirty_ = gliding_;
+        pickerDirty_ = animation_.isGliding();
     }
     return picker_.nodeAt(frame, point);
 }
@@ -453,18 +388,8 @@ std::optional<std::string> ImpactGraphView::nodeAt(QPointF point) {
 
 void ImpactGraphView::setHovered(const std::optional<std::string>& id) {
     if (id == hoveredId_) return;
-    const double t = now();
-    auto scaleTo = [&](const std::string& of, double target) {
-        auto it = hoverScales_.find(of);
-        const double current = it == hoverScales_.end() ? 1.0 : it->second.valueAt(t);
-        hoverScales_[of] = Tween{current, target, t, kHoverScaleSeconds, easeInOut};
-    };
-    if (hoveredId_) scaleTo(*hoveredId_, 1.0);
-    if (id) scaleTo(*id, kHoverScale);
+    animation_.hover(hoveredId_, id, now());
     hoveredId_ = id;
-    const double opacity = tooltipOpacity_.valueAt(t);
-    if (id) tooltipId_ = id;
-    tooltipOpacity_ = Tween{opacity, id ? 1.0 : 0.0, t, kHoverFadeSeconds, easeInOut};
     frameTimer_.start();
     update();
 }

@@ -20,6 +20,7 @@
 #include <string>
 #include <vector>
 
+#include "app/canvas/CanvasAnimation.h"
 #include "app/canvas/CanvasMotion.h"
 #include "app/canvas/GraphPainter.h"
 #include "app/canvas/GraphScene.h"
@@ -126,19 +127,7 @@ private:
     // Animations, on the clock_'s seconds.
     QElapsedTimer clock_;
     QTimer frameTimer_;
-    Tween pulse_;
-    std::map<std::string, Tween> hoverScales_;
-    std::optional<std::string> tooltipId_;
-    Tween tooltipOpacity_;
-    std::vector<QPointF> glideOffset_, glideVelocity_, displayPlaces_;
-    double glideStart_ = 0, glideEnd_ = 0;
-    bool gliding_ = false;
-    struct ViewReset {
-        QPointF panFrom;
-        double zoomFrom = 1.0;
-        double start = 0, end = 0;
-    };
-    std::optional<ViewReset> viewReset_;
+    CanvasAnimation animation_;
 
     // Pointer.
     NodePicker picker_;
