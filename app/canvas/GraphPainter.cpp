@@ -5,10 +5,8 @@
 #include <QPen>
 #include <algorithm>
 #include <cmath>
-#include <cstring>
 
 #include "app/canvas/CanvasShapes.h"
-#include "app/canvas/EdgeMask.h"
 
 namespace vantrel {
 
@@ -17,12 +15,6 @@ namespace {
 constexpr double kPulseGrowth = 8.0;
 constexpr double kSelectedGlowRadius = 14.0;
 constexpr double kHoverGlowRadius = 10.0;
-
-QRectF curveBounds(QPointF p, QPointF c, QPointF q) {
-    const double left = std::min({p.x(), c.x(), q.x()}), right = std::max({p.x(), c.x(), q.x()});
-    const double top = std::min({p.y(), c.y(), q.y()}), bottom = std::max({p.y(), c.y(), q.y()});
-    return QRectF(left, top, right - left, bottom - top);
-}
 
 }  // namespace
 
@@ -62,13 +54,13 @@ void GraphPainter::invalidate() {
     captionLineHeight_ = QFontMetricsF(caption2_).height();
     labelsFor_ = nullptr;
     labels_.clear();
-    edgeLayerKey_.reset();
+    edges_.forget();
 }
 
 void GraphPainter::paint(QPainter& painter, const GraphFrame& frame, const CanvasPalette& palette) {
     if (spritePalette_ != palette) {
         sprites_.clear();
-        edgeLayerKey_.reset();
+        edges_.forget();
         spritePalette_ = palette;
     }
     const QRectF view(QPointF(0, 0), frame.viewSize);
@@ -82,139 +74,13 @@ void GraphPainter::paint(QPainter& painter, const GraphFrame& frame, const Canva
     compositor_.startFrame(pixels);
     // The nodes are gathered on this thread (their images are cached here) while the
     // edges are laid.
-    layEdges(frame, palette, dpr, pixels, [&] { collectNodes(frame, palette, dpr); });
-    compositor_.compose(painter, frame.viewSize, palette.windowBackground(), edgeLayer_, dpr,
+    edges_.lay(frame, palette, dpr, pixels, compositor_, [&] { collectNodes(frame, palette, dpr); });
+    compositor_.compose(painter, frame.viewSize, palette.windowBackground(), edges_.image(), dpr,
                         [&](QPainter& p, std::size_t full) {
                             const FullNode& node = fullNodes_[full];
                             paintNode(p, frame, palette, node.symbol, node.box, node.style);
                         });
     if (frame.tooltip) paintTooltip(painter, *frame.tooltip, frame.viewSize);
-}
-
-void GraphPainter::layEdges(const GraphFrame& frame, const CanvasPalette& palette, double dpr, QSize pixels,
-                            const std::function<void()>& meanwhile) {
-    const GraphScene& scene = *frame.scene;
-    const auto& styles = scene.edgeStyles();
-    const EdgeLayerKey key{scene.serial(), frame.transform.pan, frame.transform.zoom, frame.viewSize, dpr};
-    const int bands = compositor_.bands();
-    if (edgeLayerKey_ == key && static_cast<int>(edgeMasks_.size()) == bands) {
-        meanwhile();
-        return;
-    }
-    edgeLayerKey_ = key;
-    if (edgeLayer_.size() != pixels || static_cast<int>(edgeMasks_.size()) != bands) {
-        edgeLayer_ = QImage(pixels, QImage::Format_ARGB32_Premultiplied);
-        edgeHues_.clear();
-        edgeMasks_.assign(bands, {});
-    }
-    edgeLayer_.setDevicePixelRatio(1.0);
-
-    // One mask per hue; every style of a hue adds to it with its own alpha. Strokes of
-    // different hues may be laid in any order: the plain ones go first, so that the
-    // coloured ones stand out.
-    const int bandHeight = compositor_.bandHeight();
-    for (const EdgeStyle& style : styles) {
-        if (std::find(edgeHues_.begin(), edgeHues_.end(), style.color.name) != edgeHues_.end()) continue;
-        const auto rank = [](NamedColor hue) { return hue == NamedColor::secondary ? -1 : static_cast<int>(hue); };
-        auto at = std::find_if(edgeHues_.begin(), edgeHues_.end(),
-                               [&](NamedColor hue) { return rank(hue) > rank(style.color.name); });
-        for (int band = 0; band < bands; ++band)
-            edgeMasks_[band].emplace(edgeMasks_[band].begin() + (at - edgeHues_.begin()), pixels, band * bandHeight,
-                                     (band + 1) * bandHeight);
-        edgeHues_.insert(at, style.color.name);
-    }
-    std::vector<std::size_t> maskOf;
-    std::vector<double> alphas;
-    std::vector<QColor> arrowColors;
-    for (const EdgeStyle& style : styles) {
-        maskOf.push_back(static_cast<std::size_t>(std::find(edgeHues_.begin(), edgeHues_.end(), style.color.name) -
-                                                  edgeHues_.begin()));
-        alphas.push_back(palette.color(style.color, style.opacity).alphaF());
-        arrowColors.push_back(palette.color(style.color, std::min(style.opacity + 0.15, 1.0)));
-    }
-
-    // Curves and heads are placed and sorted into bands by chunks of edges on the
-    // team; each band then takes the chunks in turn, which keeps the edges' order.
-    const auto& edges = scene.topology().edges();
-    const int chunks = std::max(1, std::min<int>(2 * compositor_.threads(), static_cast<int>(edges.size() / 4096) + 1));
-    if (static_cast<int>(edgeChunks_.size()) != chunks) edgeChunks_.resize(chunks);
-    const QRectF view(QPointF(0, 0), frame.viewSize);
-    compositor_.runBands(chunks, [&](int k) {
-        EdgeChunk& chunk = edgeChunks_[k];
-        chunk.strokes.clear();
-        chunk.arrows.clear();
-        chunk.bandStrokes.resize(bands);
-        chunk.bandArrows.resize(bands);
-        for (auto& list : chunk.bandStrokes) list.clear();
-        for (auto& list : chunk.bandArrows) list.clear();
-        const std::size_t end = edges.size() * (k + 1) / chunks;
-        for (std::size_t e = edges.size() * k / chunks; e < end; ++e) {
-            const std::uint8_t index = scene.edgeStyleIndex(e);
-            if (index == GraphScene::kNoEdge) continue;
-            const EdgeStyle& style = styles[index];
-            const QPointF p = frame.transform.toScreen(scene.place(edges[e].from));
-            const QPointF q = frame.transform.toScreen(scene.place(edges[e].to));
-            const QPointF c = edgeControlPoint(p, q, edges[e].bend);
-            const double reach = style.lineWidth + (style.showArrow ? style.arrowSize : 0);
-            const QRectF bounds = curveBounds(p, c, q);
-            if (!bounds.adjusted(-reach, -reach, reach, reach).intersects(view)) continue;
-            // The curve stays inside the triangle of its points; its stroke is no wider
-            // than the line width, and antialiasing adds a pixel.
-            const double rows = (style.lineWidth + 1) * dpr + 2;
-            const auto [first, last] = compositor_.bandsOf(bounds.top() * dpr - rows, bounds.bottom() * dpr + rows);
-            for (int band = first; band <= last; ++band)
-                chunk.bandStrokes[band].push_back(static_cast<std::uint32_t>(chunk.strokes.size()));
-            chunk.strokes.push_back({p * dpr, c * dpr, q * dpr, index});
-            if (style.showArrow) {
-                // The head lies within 1.15 × its size of its tip.
-                const double head = (1.2 * style.arrowSize + 1) * dpr + 2;
-                const auto [top, bottom] = compositor_.bandsOf(q.y() * dpr - head, q.y() * dpr + head);
-                for (int band = top; band <= bottom; ++band)
-                    chunk.bandArrows[band].push_back(static_cast<std::uint32_t>(chunk.arrows.size()));
-                chunk.arrows.push_back({q, c, index});
-            }
-        }
-    });
-
-    std::vector<QRgb> hues;
-    for (NamedColor hue : edgeHues_) hues.push_back(palette.color(hue).rgb());
-    uchar* const layerBits = edgeLayer_.bits();
-    const qsizetype layerStride = edgeLayer_.bytesPerLine();
-    compositor_.runBands(
-        bands,
-        [&](int band) {
-            const auto [firstRow, endRow] = compositor_.rowsOf(band);
-            if (firstRow >= endRow) return;
-            std::memset(layerBits + firstRow * layerStride, 0,
-                        static_cast<std::size_t>((endRow - firstRow) * layerStride));
-            std::vector<EdgeMask>& masks = edgeMasks_[band];
-            bool anyArrow = false;
-            for (const EdgeChunk& chunk : edgeChunks_) {
-                for (const std::uint32_t i : chunk.bandStrokes[band]) {
-                    const Stroke& stroke = chunk.strokes[i];
-                    masks[maskOf[stroke.style]].strokeQuad(stroke.p, stroke.c, stroke.q,
-                                                           styles[stroke.style].lineWidth * dpr, alphas[stroke.style]);
-                }
-                anyArrow = anyArrow || !chunk.bandArrows[band].empty();
-            }
-            for (std::size_t h = 0; h < edgeHues_.size(); ++h) masks[h].paintOnto(layerBits, layerStride, hues[h]);
-            if (!anyArrow) return;
-            // A painter of its own over the same pixels, kept to the band's rows.
-            QImage rows(layerBits, pixels.width(), pixels.height(), layerStride, QImage::Format_ARGB32_Premultiplied);
-            QPainter layer(&rows);
-            layer.setClipRect(QRect(0, firstRow, pixels.width(), endRow - firstRow));
-            layer.setRenderHint(QPainter::Antialiasing);
-            layer.scale(dpr, dpr);
-            for (const EdgeChunk& chunk : edgeChunks_) {
-                for (const std::uint32_t i : chunk.bandArrows[band]) {
-                    const Arrow& arrow = chunk.arrows[i];
-                    layer.fillPath(arrowHeadPath(arrow.tip, arrow.from, styles[arrow.style].arrowSize),
-                                   arrowColors[arrow.style]);
-                }
-            }
-        },
-        meanwhile);
-    edgeLayer_.setDevicePixelRatio(dpr);
 }
 
 void GraphPainter::collectNodes(const GraphFrame& frame, const CanvasPalette& palette, double dpr) {

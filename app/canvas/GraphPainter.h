@@ -4,9 +4,9 @@
 //
 // The view paints through this class alone. It decides which nodes a frame shows and
 // how (ready-drawn images from its sprite cache, or drawn in full with glow, hover scale
-// and names), lays the edges and draws the tooltip; its FrameCompositor shares the frame
-// out in bands of rows and puts it together. One thread paints at a time; the helper
-// threads are the compositor's own.
+// and names) and draws the tooltip; its EdgeLayer draws the edges, and its
+// FrameCompositor shares the frame out in bands of rows and puts it together. One thread
+// paints at a time; the helper threads are the compositor's own.
 #pragma once
 
 #include <QFont>
@@ -15,14 +15,13 @@
 #include <QRectF>
 #include <QSizeF>
 #include <QStaticText>
-#include <functional>
 #include <optional>
 #include <utility>
 #include <vector>
 
 #include "app/canvas/CanvasPalette.h"
 #include "app/canvas/CanvasTooltip.h"
-#include "app/canvas/EdgeMask.h"
+#include "app/canvas/EdgeLayer.h"
 #include "app/canvas/FrameCompositor.h"
 #include "app/canvas/GraphScene.h"
 #include "app/canvas/NodeDrawing.h"
@@ -84,7 +83,7 @@ public:
     // Fonts or colours changed.
     void invalidate();
     // Lays the edges anew at the next frame even if nothing they depend on changed.
-    void forgetEdges() { edgeLayerKey_.reset(); }
+    void forgetEdges() { edges_.forget(); }
     double captionLineHeight() const { return captionLineHeight_; }
 
 private:
@@ -95,10 +94,6 @@ private:
         NodeStyle style;
     };
 
-    // Lays the edge layer anew if its key changed; `meanwhile` runs on the calling
-    // thread while other threads start on the layer (and before the call returns).
-    void layEdges(const GraphFrame& frame, const CanvasPalette& palette, double dpr, QSize pixels,
-                  const std::function<void()>& meanwhile);
     void collectNodes(const GraphFrame& frame, const CanvasPalette& palette, double dpr);
     void paintNode(QPainter& painter, const GraphFrame& frame, const CanvasPalette& palette, std::size_t symbol,
                    const NodeBox& box, const NodeStyle& style);
@@ -108,38 +103,7 @@ private:
     NodeSpriteCache sprites_;
     std::optional<CanvasPalette> spritePalette_;  // the colours the sprites were drawn in
     FrameCompositor compositor_;
-    QImage edgeLayer_;  // the edges over a transparent ground
-    // What the edge layer was drawn for: while it holds, a frame that only animates
-    // nodes, hover or the tooltip reuses the layer.
-    struct EdgeLayerKey {
-        std::uint64_t scene = 0;
-        QPointF pan;
-        double zoom = 0;
-        QSizeF viewSize;
-        double dpr = 0;
-        bool operator==(const EdgeLayerKey&) const = default;
-    };
-    std::optional<EdgeLayerKey> edgeLayerKey_;
-    std::vector<NamedColor> edgeHues_;  // in the order their masks are painted
-    // Per band, one mask per hue.
-    std::vector<std::vector<EdgeMask>> edgeMasks_;
-    // A curve in device pixels and an arrow head in view points, by their style's index.
-    struct Stroke {
-        QPointF p, c, q;
-        std::uint8_t style;
-    };
-    struct Arrow {
-        QPointF tip, from;
-        std::uint8_t style;
-    };
-    // The curves and heads of a run of edges, and per band the ones that may reach its
-    // rows, in drawing order.
-    struct EdgeChunk {
-        std::vector<Stroke> strokes;
-        std::vector<Arrow> arrows;
-        std::vector<std::vector<std::uint32_t>> bandStrokes, bandArrows;
-    };
-    std::vector<EdgeChunk> edgeChunks_;
+    EdgeLayer edges_;
     std::vector<FullNode> fullNodes_;  // in the compositor's order of full nodes
     QFont caption_, captionBold_, caption2_, nodeLabel_;
     double captionLineHeight_ = 0;
