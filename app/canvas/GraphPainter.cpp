@@ -5,11 +5,8 @@
 #include <QPen>
 #include <algorithm>
 #include <cmath>
-#include <cstring>
-#include <thread>
 
 #include "app/canvas/CanvasShapes.h"
-#include "app/canvas/EdgeMask.h"
 
 namespace vantrel {
 
@@ -18,12 +15,6 @@ namespace {
 constexpr double kPulseGrowth = 8.0;
 constexpr double kSelectedGlowRadius = 14.0;
 constexpr double kHoverGlowRadius = 10.0;
-
-QRectF curveBounds(QPointF p, QPointF c, QPointF q) {
-    const double left = std::min({p.x(), c.x(), q.x()}), right = std::max({p.x(), c.x(), q.x()});
-    const double top = std::min({p.y(), c.y(), q.y()}), bottom = std::max({p.y(), c.y(), q.y()});
-    return QRectF(left, top, right - left, bottom - top);
-}
 
 }  // namespace
 
@@ -49,17 +40,7 @@ NodeBox nodeBox(const GraphFrame& frame, std::size_t symbol, double captionLineH
     return box;
 }
 
-GraphPainter::GraphPainter(int threads)
-    : threads_(threads > 0 ? threads : std::clamp(static_cast<int>(std::thread::hardware_concurrency()), 1, 4)),
-      pool_(std::make_unique<WorkerPool>(static_cast<std::size_t>(threads_ - 1))) {
-    invalidate();
-}
-
-void GraphPainter::runBands(int count, const std::function<void(int)>& work, const std::function<void()>& first) {
-    parallelFor(
-        *pool_, static_cast<std::size_t>(count), static_cast<std::size_t>(threads_),
-        [&](std::size_t band, std::size_t) { work(static_cast<int>(band)); }, first);
-}
+GraphPainter::GraphPainter(int threads) : compositor_(threads) { invalidate(); }
 
 GraphPainter::~GraphPainter() = default;
 
@@ -73,22 +54,13 @@ void GraphPainter::invalidate() {
     captionLineHeight_ = QFontMetricsF(caption2_).height();
     labelsFor_ = nullptr;
     labels_.clear();
-    edgeLayerKey_.reset();
-}
-
-std::pair<int, int> GraphPainter::bandsOf(double top, double bottom) const {
-    // A curve may end far outside the view: rows are kept to the bands before they
-    // become integers.
-    const double end = static_cast<double>(bands_) * bandHeight_;
-    const int first = static_cast<int>(std::clamp(top, 0.0, end - 1)) / bandHeight_;
-    const int last = static_cast<int>(std::clamp(bottom, 0.0, end - 1)) / bandHeight_;
-    return {first, last};
+    edges_.forget();
 }
 
 void GraphPainter::paint(QPainter& painter, const GraphFrame& frame, const CanvasPalette& palette) {
     if (spritePalette_ != palette) {
         sprites_.clear();
-        edgeLayerKey_.reset();
+        edges_.forget();
         spritePalette_ = palette;
     }
     const QRectF view(QPointF(0, 0), frame.viewSize);
@@ -99,211 +71,24 @@ void GraphPainter::paint(QPainter& painter, const GraphFrame& frame, const Canva
     const double dpr = painter.device()->devicePixelRatioF();
     const QSize pixels(static_cast<int>(std::ceil(frame.viewSize.width() * dpr)),
                        static_cast<int>(std::ceil(frame.viewSize.height() * dpr)));
-    bands_ = threads_ == 1 ? 1 : std::clamp(pixels.height() / 64, 1, 2 * threads_);
-    bandHeight_ = std::max(1, (pixels.height() + bands_ - 1) / bands_);
+    compositor_.startFrame(pixels);
     // The nodes are gathered on this thread (their images are cached here) while the
     // edges are laid.
-    layEdges(frame, palette, dpr, pixels, [&] { collectNodes(frame, palette, dpr); });
-
-    // Putting the frame together apart costs one more copy of it, worth it past a
-    // thousand node images. Every node drawn in full costs a pause of the bands; past a
-    // few (names under every node) one thread draws the nodes. And the frame must cover
-    // what was there before, as an opaque ground does.
-    constexpr std::size_t kFewestNodeImages = 1000, kMostFullNodes = 8;
-    if (bands_ > 1 && nodeOps_.size() >= kFewestNodeImages && fullNodes_.size() <= kMostFullNodes &&
-        palette.windowBackground().alpha() == 255) {
-        composeInBands(frame, palette, dpr, pixels);
-        painter.drawImage(QPointF(0, 0), frame_);
-        painter.setRenderHint(QPainter::Antialiasing);
-    } else {
-        painter.fillRect(view, palette.windowBackground());
-        painter.setRenderHint(QPainter::Antialiasing);
-        painter.drawImage(QPointF(0, 0), edgeLayer_);
-        for (const NodeOp& op : nodeOps_) {
-            if (op.sprite.isNull()) {
-                const FullNode& node = fullNodes_[op.full];
-                paintNode(painter, frame, palette, node.symbol, node.box, node.style);
-            } else {
-                painter.drawImage(op.at, op.sprite);
-            }
-        }
-    }
+    edges_.lay(frame, palette, dpr, pixels, compositor_, [&] { collectNodes(frame, palette, dpr); });
+    compositor_.compose(painter, frame.viewSize, palette.windowBackground(), edges_.image(), dpr,
+                        [&](QPainter& p, std::size_t full) {
+                            const FullNode& node = fullNodes_[full];
+                            paintNode(p, frame, palette, node.symbol, node.box, node.style);
+                        });
     if (frame.tooltip) paintTooltip(painter, *frame.tooltip, frame.viewSize);
-}
-
-void GraphPainter::composeInBands(const GraphFrame& frame, const CanvasPalette& palette, double dpr, QSize pixels) {
-    if (frame_.size() != pixels) frame_ = QImage(pixels, QImage::Format_ARGB32_Premultiplied);
-    frame_.setDevicePixelRatio(dpr);
-    uchar* const bits = frame_.bits();
-    const qsizetype stride = frame_.bytesPerLine();
-    const QRectF view(QPointF(0, 0), frame.viewSize);
-    std::vector<std::size_t> next(bands_, 0);  // per band, its first node image not yet drawn
-    // Rounds of node images between the nodes drawn in full; the first lays the ground
-    // and the edges.
-    for (std::size_t round = 0; round <= fullNodes_.size(); ++round) {
-        const std::size_t end = round < fullOps_.size() ? fullOps_[round] : nodeOps_.size();
-        runBands(bands_, [&](int band) {
-            const int firstRow = std::min(band * bandHeight_, pixels.height());
-            const int endRow = std::min(firstRow + bandHeight_, pixels.height());
-            const std::vector<std::uint32_t>& nodes = bandNodes_[band];
-            std::size_t& at = next[band];
-            if (firstRow >= endRow || (round > 0 && (at == nodes.size() || nodes[at] >= end))) return;
-            // A painter of its own over the frame's pixels, kept to the band's rows.
-            QImage rows(bits, pixels.width(), pixels.height(), stride, QImage::Format_ARGB32_Premultiplied);
-            QPainter p(&rows);
-            p.setClipRect(QRect(0, firstRow, pixels.width(), endRow - firstRow));
-            p.scale(dpr, dpr);
-            if (round == 0) p.fillRect(view, palette.windowBackground());
-            p.setRenderHint(QPainter::Antialiasing);
-            if (round == 0) p.drawImage(QPointF(0, 0), edgeLayer_);
-            for (; at < nodes.size() && nodes[at] < end; ++at) {
-                const NodeOp& op = nodeOps_[nodes[at]];
-                p.drawImage(op.at, op.sprite);
-            }
-        });
-        if (round < fullNodes_.size()) {
-            QPainter p(&frame_);
-            p.setRenderHint(QPainter::Antialiasing);
-            const FullNode& node = fullNodes_[round];
-            paintNode(p, frame, palette, node.symbol, node.box, node.style);
-        }
-    }
-}
-
-void GraphPainter::layEdges(const GraphFrame& frame, const CanvasPalette& palette, double dpr, QSize pixels,
-                            const std::function<void()>& meanwhile) {
-    const GraphScene& scene = *frame.scene;
-    const auto& styles = scene.edgeStyles();
-    const EdgeLayerKey key{scene.serial(), frame.transform.pan, frame.transform.zoom, frame.viewSize, dpr};
-    if (edgeLayerKey_ == key && static_cast<int>(edgeMasks_.size()) == bands_) {
-        meanwhile();
-        return;
-    }
-    edgeLayerKey_ = key;
-    if (edgeLayer_.size() != pixels || static_cast<int>(edgeMasks_.size()) != bands_) {
-        edgeLayer_ = QImage(pixels, QImage::Format_ARGB32_Premultiplied);
-        edgeHues_.clear();
-        edgeMasks_.assign(bands_, {});
-    }
-    edgeLayer_.setDevicePixelRatio(1.0);
-
-    // One mask per hue; every style of a hue adds to it with its own alpha. Strokes of
-    // different hues may be laid in any order: the plain ones go first, so that the
-    // coloured ones stand out.
-    for (const EdgeStyle& style : styles) {
-        if (std::find(edgeHues_.begin(), edgeHues_.end(), style.color.name) != edgeHues_.end()) continue;
-        const auto rank = [](NamedColor hue) { return hue == NamedColor::secondary ? -1 : static_cast<int>(hue); };
-        auto at = std::find_if(edgeHues_.begin(), edgeHues_.end(),
-                               [&](NamedColor hue) { return rank(hue) > rank(style.color.name); });
-        for (int band = 0; band < bands_; ++band)
-            edgeMasks_[band].emplace(edgeMasks_[band].begin() + (at - edgeHues_.begin()), pixels, band * bandHeight_,
-                                     (band + 1) * bandHeight_);
-        edgeHues_.insert(at, style.color.name);
-    }
-    std::vector<std::size_t> maskOf;
-    std::vector<double> alphas;
-    std::vector<QColor> arrowColors;
-    for (const EdgeStyle& style : styles) {
-        maskOf.push_back(static_cast<std::size_t>(std::find(edgeHues_.begin(), edgeHues_.end(), style.color.name) -
-                                                  edgeHues_.begin()));
-        alphas.push_back(palette.color(style.color, style.opacity).alphaF());
-        arrowColors.push_back(palette.color(style.color, std::min(style.opacity + 0.15, 1.0)));
-    }
-
-    // Curves and heads are placed and sorted into bands by chunks of edges on the
-    // team; each band then takes the chunks in turn, which keeps the edges' order.
-    const auto& edges = scene.topology().edges();
-    const int chunks = std::max(1, std::min<int>(2 * threads_, static_cast<int>(edges.size() / 4096) + 1));
-    if (static_cast<int>(edgeChunks_.size()) != chunks) edgeChunks_.resize(chunks);
-    const QRectF view(QPointF(0, 0), frame.viewSize);
-    runBands(chunks, [&](int k) {
-        EdgeChunk& chunk = edgeChunks_[k];
-        chunk.strokes.clear();
-        chunk.arrows.clear();
-        chunk.bandStrokes.resize(bands_);
-        chunk.bandArrows.resize(bands_);
-        for (auto& list : chunk.bandStrokes) list.clear();
-        for (auto& list : chunk.bandArrows) list.clear();
-        const std::size_t end = edges.size() * (k + 1) / chunks;
-        for (std::size_t e = edges.size() * k / chunks; e < end; ++e) {
-            const std::uint8_t index = scene.edgeStyleIndex(e);
-            if (index == GraphScene::kNoEdge) continue;
-            const EdgeStyle& style = styles[index];
-            const QPointF p = frame.transform.toScreen(scene.place(edges[e].from));
-            const QPointF q = frame.transform.toScreen(scene.place(edges[e].to));
-            const QPointF c = edgeControlPoint(p, q, edges[e].bend);
-            const double reach = style.lineWidth + (style.showArrow ? style.arrowSize : 0);
-            const QRectF bounds = curveBounds(p, c, q);
-            if (!bounds.adjusted(-reach, -reach, reach, reach).intersects(view)) continue;
-            // The curve stays inside the triangle of its points; its stroke is no wider
-            // than the line width, and antialiasing adds a pixel.
-            const double rows = (style.lineWidth + 1) * dpr + 2;
-            const auto [first, last] = bandsOf(bounds.top() * dpr - rows, bounds.bottom() * dpr + rows);
-            for (int band = first; band <= last; ++band)
-                chunk.bandStrokes[band].push_back(static_cast<std::uint32_t>(chunk.strokes.size()));
-            chunk.strokes.push_back({p * dpr, c * dpr, q * dpr, index});
-            if (style.showArrow) {
-                // The head lies within 1.15 × its size of its tip.
-                const double head = (1.2 * style.arrowSize + 1) * dpr + 2;
-                const auto [top, bottom] = bandsOf(q.y() * dpr - head, q.y() * dpr + head);
-                for (int band = top; band <= bottom; ++band)
-                    chunk.bandArrows[band].push_back(static_cast<std::uint32_t>(chunk.arrows.size()));
-                chunk.arrows.push_back({q, c, index});
-            }
-        }
-    });
-
-    std::vector<QRgb> hues;
-    for (NamedColor hue : edgeHues_) hues.push_back(palette.color(hue).rgb());
-    uchar* const layerBits = edgeLayer_.bits();
-    const qsizetype layerStride = edgeLayer_.bytesPerLine();
-    runBands(
-        bands_,
-        [&](int band) {
-            const int firstRow = std::min(band * bandHeight_, pixels.height());
-            const int endRow = std::min(firstRow + bandHeight_, pixels.height());
-            if (firstRow >= endRow) return;
-            std::memset(layerBits + firstRow * layerStride, 0,
-                        static_cast<std::size_t>((endRow - firstRow) * layerStride));
-            std::vector<EdgeMask>& masks = edgeMasks_[band];
-            bool anyArrow = false;
-            for (const EdgeChunk& chunk : edgeChunks_) {
-                for (const std::uint32_t i : chunk.bandStrokes[band]) {
-                    const Stroke& stroke = chunk.strokes[i];
-                    masks[maskOf[stroke.style]].strokeQuad(stroke.p, stroke.c, stroke.q,
-                                                           styles[stroke.style].lineWidth * dpr, alphas[stroke.style]);
-                }
-                anyArrow = anyArrow || !chunk.bandArrows[band].empty();
-            }
-            for (std::size_t h = 0; h < edgeHues_.size(); ++h) masks[h].paintOnto(layerBits, layerStride, hues[h]);
-            if (!anyArrow) return;
-            // A painter of its own over the same pixels, kept to the band's rows.
-            QImage rows(layerBits, pixels.width(), pixels.height(), layerStride, QImage::Format_ARGB32_Premultiplied);
-            QPainter layer(&rows);
-            layer.setClipRect(QRect(0, firstRow, pixels.width(), endRow - firstRow));
-            layer.setRenderHint(QPainter::Antialiasing);
-            layer.scale(dpr, dpr);
-            for (const EdgeChunk& chunk : edgeChunks_) {
-                for (const std::uint32_t i : chunk.bandArrows[band]) {
-                    const Arrow& arrow = chunk.arrows[i];
-                    layer.fillPath(arrowHeadPath(arrow.tip, arrow.from, styles[arrow.style].arrowSize),
-                                   arrowColors[arrow.style]);
-                }
-            }
-        },
-        meanwhile);
-    edgeLayer_.setDevicePixelRatio(dpr);
 }
 
 void GraphPainter::collectNodes(const GraphFrame& frame, const CanvasPalette& palette, double dpr) {
     const GraphScene& scene = *frame.scene;
     const GraphTopology& graph = scene.topology();
     const QRectF view(QPointF(0, 0), frame.viewSize);
-    nodeOps_.clear();
+    compositor_.clearNodes();
     fullNodes_.clear();
-    fullOps_.clear();
-    bandNodes_.resize(bands_);
-    for (auto& list : bandNodes_) list.clear();
     // Glows and names below reach past the square; a node further out is not seen.
     const double glowReach = kSelectedGlowRadius * 1.5 + 8;
     for (std::size_t symbol = 0; symbol < graph.symbolCount(); ++symbol) {
@@ -319,17 +104,12 @@ void GraphPainter::collectNodes(const GraphFrame& frame, const CanvasPalette& pa
         const NodeStyle style = nodeStyle(scene.role(symbol), scene.hasSelection(), hit, hovered);
         const bool plain = scene.selectedPoint() != symbol && !hovered && box.scale == 1.0;
         if (!plain || box.labelInside || box.labelBelow) {
-            fullOps_.push_back(nodeOps_.size());
-            nodeOps_.push_back({QImage(), QPointF(), static_cast<std::uint32_t>(fullNodes_.size())});
+            compositor_.addFullNode();
             fullNodes_.push_back({symbol, box, style});
             continue;
         }
         NodeSpriteCache::Placed placed = sprites_.place(graph.kind(symbol), style, box.square, palette, dpr);
-        const double top = placed.at.y() * dpr;
-        const auto [first, last] = bandsOf(top - 1, top + placed.image.height() + 1);
-        for (int band = first; band <= last; ++band)
-            bandNodes_[band].push_back(static_cast<std::uint32_t>(nodeOps_.size()));
-        nodeOps_.push_back({std::move(placed.image), placed.at, 0});
+        compositor_.addNodeImage(std::move(placed.image), placed.at, dpr);
     }
 }
 
