@@ -20,7 +20,7 @@ namespace vantrel::cli {
 
 const char* const kChangesUsage =
     "usage: vantrel-cli changes DIR [--base REV] [--depth N] [--format text|json|markdown] [--fail-over N] "
-    "[--config FILE] [--cache-dir DIR] [--quiet]";
+    "[--config FILE] [--cache-dir DIR] [--linking names|precise] [--quiet]";
 
 namespace {
 
@@ -96,7 +96,7 @@ BaseGraph loadBaseGraph(const git::WorkTree& tree, const std::string& commit, co
 
 int runChangesCommand(int argc, char** argv) {
     ParsedArgs args = parseArgs(
-        argc, argv, 2, {"--base", "--depth", "--format", "--fail-over", "--config", "--cache-dir"}, {"--quiet"});
+        argc, argv, 2, {"--base", "--depth", "--format", "--fail-over", "--config", "--cache-dir", "--linking"}, {"--quiet"});
     if (args.positional.size() != 1) throw UsageError("changes takes exactly one folder");
     std::string format = args.value("--format").value_or("text");
     if (format != "text" && format != "json" && format != "markdown")
@@ -109,6 +109,7 @@ int runChangesCommand(int argc, char** argv) {
     request.root = requireFolder(args.positional[0]);
     request.cacheDir = args.value("--cache-dir");
     request.quiet = args.has("--quiet");
+    request.linking = linkingOption(args);
     auto tree = withGit([&] { return git::locateWorkTree(request.root); });
     std::string commit = withGit([&] { return git::resolveCommit(request.root, revision); });
     request.config = resolveConfig(request.root, args.value("--config"));

@@ -111,7 +111,17 @@ void installInterruptHandler() {
 
 bool interrupted() { return interruptCount > 0; }
 
-ScanOutcome runScan(const ScanRequest& request) {
+std::optional<LinkingMode> linkingOption(const ParsedArgs& args) {
+    auto value = args.value("--linking");
+    if (!value) return std::nullopt;
+    auto mode = linkingModeFromRaw(*value);
+    if (!mode) throw UsageError("unknown linking mode '" + *value + "' (names or precise)");
+    return mode;
+}
+
+ScanOutcome runScan(const ScanRequest& given) {
+    ScanRequest request = given;
+    if (request.linking) request.config.linking = request.linking;
     SymbolScanner scanner = makeScanner(request.cacheDir);
     std::int64_t jobs =
         request.jobs > 0 ? request.jobs : std::max<std::int64_t>(1, std::thread::hardware_concurrency());

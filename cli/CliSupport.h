@@ -67,7 +67,11 @@ struct ScanRequest {
     std::optional<std::string> cacheDir;
     std::int64_t jobs = 0;  // 0: one per core
     bool quiet = false;
+    std::optional<LinkingMode> linking;  // --linking: wins over the configuration's
 };
+
+// The value of --linking (names or precise); UsageError for any other.
+std::optional<LinkingMode> linkingOption(const ParsedArgs& args);
 
 struct ScanOutcome {
     ProjectIR ir;

@@ -14,10 +14,12 @@
 namespace vantrel::cli {
 
 const char* const kImpactUsage =
-    "usage: vantrel-cli impact (DIR | IR.json) SYMBOL_ID [--depth N] [--json] [--cache-dir DIR] [--quiet]";
+    "usage: vantrel-cli impact (DIR | IR.json) SYMBOL_ID [--depth N] [--json] [--cache-dir DIR] "
+    "[--linking names|precise] [--quiet]";
 const char* const kDiffUsage = "usage: vantrel-cli diff BEFORE.json AFTER.json [--symbol ID] [--depth N]";
 const char* const kExportUsage =
-    "usage: vantrel-cli export (DIR | IR.json) --format json|dot|svg|png --out FILE [--cache-dir DIR] [--quiet]";
+    "usage: vantrel-cli export (DIR | IR.json) --format json|dot|svg|png --out FILE [--cache-dir DIR] "
+    "[--linking names|precise] [--quiet]";
 
 namespace {
 
@@ -25,6 +27,7 @@ ScanRequest scanTemplate(const ParsedArgs& args) {
     ScanRequest request;
     request.cacheDir = args.value("--cache-dir");
     request.quiet = args.has("--quiet");
+    request.linking = linkingOption(args);
     return request;
 }
 
@@ -50,7 +53,7 @@ nlohmann::ordered_json levelsToJson(const ImpactLevels& levels) {
 }  // namespace
 
 int runImpactCommand(int argc, char** argv) {
-    ParsedArgs args = parseArgs(argc, argv, 2, {"--depth", "--cache-dir"}, {"--json", "--quiet"});
+    ParsedArgs args = parseArgs(argc, argv, 2, {"--depth", "--cache-dir", "--linking"}, {"--json", "--quiet"});
     if (args.positional.size() != 2) throw UsageError("impact takes a folder or graph file, and a symbol id");
     std::int64_t depth = args.integer("--depth", 1, 12).value_or(3);
     ProjectIR ir = loadGraph(args.positional[0], scanTemplate(args));
@@ -105,7 +108,7 @@ int runDiffCommand(int argc, char** argv) {
 }
 
 int runExportCommand(int argc, char** argv) {
-    ParsedArgs args = parseArgs(argc, argv, 2, {"--format", "--out", "--cache-dir"}, {"--quiet"});
+    ParsedArgs args = parseArgs(argc, argv, 2, {"--format", "--out", "--cache-dir", "--linking"}, {"--quiet"});
     if (args.positional.size() != 1) throw UsageError("export takes one folder or graph file");
     auto formatText = args.value("--format");
     if (!formatText) throw UsageError("--format is required");

@@ -6,10 +6,11 @@
 namespace vantrel::cli {
 
 const char* const kScanUsage =
-    "usage: vantrel-cli scan DIR [--config FILE] [--out FILE] [--cache-dir DIR] [--jobs N] [--quiet]";
+    "usage: vantrel-cli scan DIR [--config FILE] [--out FILE] [--cache-dir DIR] [--jobs N] [--linking names|precise] "
+    "[--quiet]";
 
 int runScanCommand(int argc, char** argv) {
-    ParsedArgs args = parseArgs(argc, argv, 2, {"--config", "--out", "--cache-dir", "--jobs"}, {"--quiet"});
+    ParsedArgs args = parseArgs(argc, argv, 2, {"--config", "--out", "--cache-dir", "--jobs", "--linking"}, {"--quiet"});
     if (args.positional.size() != 1) throw UsageError("scan takes exactly one folder");
     ScanRequest request;
     request.root = requireFolder(args.positional[0]);
@@ -17,6 +18,7 @@ int runScanCommand(int argc, char** argv) {
     request.cacheDir = args.value("--cache-dir");
     request.jobs = args.integer("--jobs", 1, 256).value_or(0);
     request.quiet = args.has("--quiet");
+    request.linking = linkingOption(args);
 
     ScanOutcome outcome = runScan(request);
     writeOutput(args.value("--out"), ProjectExport::projectIRJSON(outcome.ir, true));

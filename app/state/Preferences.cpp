@@ -25,6 +25,7 @@ const QVariantMap& defaultsTable() {
         {prefkeys::kColorScheme, QStringLiteral("system")},
         {prefkeys::kGlobalExcludePatternsJSON, encodeJSON(defaultGlobalExcludePatterns())},
         {prefkeys::kEnabledLanguageIdsJSON, encodeJSON(defaultEnabledLanguageIds())},
+        {prefkeys::kLinkingMode, QStringLiteral("names")},
         {prefkeys::kPreferencesSelectedTab, QStringLiteral("general")},
     };
     return table;

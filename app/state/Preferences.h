@@ -26,6 +26,7 @@ inline constexpr char kGraphNodeSize[] = "graphNodeSize";                       
 inline constexpr char kColorScheme[] = "colorScheme";                              // "system" "light" "dark"
 inline constexpr char kGlobalExcludePatternsJSON[] = "globalExcludePatternsJSON";  // JSON array data
 inline constexpr char kEnabledLanguageIdsJSON[] = "enabledLanguageIdsJSON";        // JSON array data
+inline constexpr char kLinkingMode[] = "linkingMode";                              // "names" "precise"
 inline constexpr char kPreferencesSelectedTab[] = "preferencesSelectedTab";        // "general" "scanning" "appearance"
 inline constexpr char kRecentProjects[] = "recentProjects";                        // list of text, not registered
 }  // namespace prefkeys

@@ -23,6 +23,11 @@ std::optional<std::vector<std::string>> PreferencesManager::enabledLanguageIds()
     return ids;
 }
 
+LinkingMode PreferencesManager::linkingMode() {
+    const QString stored = Preferences::value(QString::fromUtf8(prefkeys::kLinkingMode)).toString();
+    return linkingModeFromRaw(stored.toStdString()).value_or(LinkingMode::names);
+}
+
 std::int64_t PreferencesManager::defaultMaxDepth() {
     // A value that is no integer reads as 0, like a missing one without a default.
     std::int64_t depth = Preferences::integerValue(prefkeys::kDefaultMaxDepth).value_or(0);
@@ -35,7 +40,10 @@ std::int64_t PreferencesManager::limitUserDepth(std::int64_t depth) {
 }
 
 VantrelConfig PreferencesManager::globalConfig() {
-    return VantrelConfig{globalExcludePatterns(), defaultMaxDepth(), enabledLanguageIds()};
+    // Names is what an absent setting means, so the default settings stay the defaults.
+    const LinkingMode linking = linkingMode();
+    return VantrelConfig{globalExcludePatterns(), defaultMaxDepth(), enabledLanguageIds(),
+                         linking == LinkingMode::names ? std::nullopt : std::optional<LinkingMode>(linking)};
 }
 
 VantrelConfig PreferencesManager::mergedConfig(const QString& projectRoot) {

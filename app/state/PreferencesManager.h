@@ -21,6 +21,8 @@ struct PreferencesManager {
 
     // The stored language ids; nothing (all languages) for missing, unreadable or empty data.
     static std::optional<std::vector<std::string>> enabledLanguageIds();
+    // The stored linking mode; names for anything else.
+    static LinkingMode linkingMode();
 
     // The stored depth with 0 read as 3, then limited to 1 to 12.
     static std::int64_t defaultMaxDepth();

@@ -12,9 +12,11 @@
 #include <algorithm>
 
 #include "app/state/Preferences.h"
+#include "app/state/PreferencesManager.h"
 #include "app/views/DeferredCall.h"
 #include "app/views/Divider.h"
 #include "app/views/PreferenceLists.h"
+#include "app/views/SegmentedPicker.h"
 #include "app/views/TextStyles.h"
 
 namespace vantrel {
@@ -72,6 +74,19 @@ ScanningPreferencesTab::ScanningPreferencesTab(ProjectCache cache, QWidget* pare
     column->addLayout(languages);
 
     column->addWidget(makeDivider(Qt::Horizontal, this));
+    linking_ = new SegmentedPicker(QStringLiteral("Linking"), {QStringLiteral("By Name"), QStringLiteral("Precise")}, this);
+    linking_->setToolTip(QStringLiteral(
+        "By Name links plain calls f() by their name. Precise also follows this.m(), self.m(), x.m() with a known "
+        "type, new C(), super and import aliases, and leaves out builtins. A project's vantrel.json \"linking\" "
+        "key wins."));
+    column->addWidget(linking_);
+    connect(linking_, &SegmentedPicker::activated, this, [this](int index) {
+        Preferences::setValue(QString::fromUtf8(prefkeys::kLinkingMode),
+                              index == 1 ? QStringLiteral("precise") : QStringLiteral("names"));
+        emit preferenceChanged(QString::fromUtf8(prefkeys::kLinkingMode));
+    });
+
+    column->addWidget(makeDivider(Qt::Horizontal, this));
     auto* cacheRow = new QHBoxLayout;
     auto* cacheText = new QVBoxLayout;
     cacheText->setSpacing(4);
@@ -92,6 +107,7 @@ ScanningPreferencesTab::ScanningPreferencesTab(ProjectCache cache, QWidget* pare
 void ScanningPreferencesTab::reload() {
     reloadPatterns();
     reloadLanguages();
+    linking_->setCurrentIndex(PreferencesManager::linkingMode() == LinkingMode::precise ? 1 : 0);
     std::optional<std::string> root = cache_.cacheRootURL();
     cacheLocation_->setText(root ? QString::fromStdString(*root) : QStringLiteral("Unavailable"));
 }

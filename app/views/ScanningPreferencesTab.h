@@ -1,6 +1,7 @@
 // The "Scanning" tab of the preferences: the global exclude patterns with add and
-// remove, the language switches, and the cache's location with "Clear Cache". Each
-// change is stored at once and counts from the next scan.
+// remove, the language switches, the linking mode, and the cache's location with "Clear
+// Cache". Each change is stored at once and counts from the next scan; a project's own
+// file wins over the languages and the linking mode.
 #pragma once
 
 #include <QWidget>
@@ -15,6 +16,8 @@ class QPushButton;
 
 namespace vantrel {
 
+class SegmentedPicker;
+
 class ScanningPreferencesTab : public QWidget {
     Q_OBJECT
 
@@ -28,6 +31,7 @@ public:
     QStringList listedPatterns() const;
     QLineEdit* patternField() const { return newExclude_; }
     QPushButton* addButton() const { return add_; }
+    SegmentedPicker* linkingPicker() const { return linking_; }
     // Presses the trash button of a listed pattern; false when it is not listed.
     bool removeListed(const QString& pattern);
 
@@ -46,6 +50,7 @@ private:
     QListWidget* patterns_;
     QCheckBox* javascript_;
     QCheckBox* python_;
+    SegmentedPicker* linking_;
     QLabel* cacheLocation_;
 };
 

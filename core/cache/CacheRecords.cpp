@@ -1,6 +1,8 @@
 #include "core/cache/CacheRecords.h"
 
 #include <array>
+#include <climits>
+#include <initializer_list>
 #include <nlohmann/json.hpp>
 
 #include "core/cache/Hashing.h"
@@ -250,6 +252,163 @@ void readDiagnostic(JsonReader& reader, ResolutionDiagnostic& diagnostic, std::s
     });
 }
 
+// Precise linking's parts: tuples as arrays of strings, which keeps a record of many
+// sites small and its reading a run of string reads.
+void appendStrings(std::string& out, std::initializer_list<std::string_view> values) {
+    out.push_back('[');
+    bool first = true;
+    for (std::string_view value : values) {
+        if (!first) out.push_back(',');
+        first = false;
+        appendJsonString(out, value, true);
+    }
+    out.push_back(']');
+}
+
+void appendTypedNames(std::string& out, const std::vector<TypedName>& names) {
+    appendArray(out, names, [](std::string& o, const TypedName& n) { appendStrings(o, {n.name, n.type}); });
+}
+
+void appendBindings(std::string& out, const std::vector<ImportBinding>& bindings) {
+    appendArray(out, bindings,
+                [](std::string& o, const ImportBinding& b) { appendStrings(o, {b.local, b.path, b.name}); });
+}
+
+void appendFacts(std::string& out, const FileFacts& facts) {
+    out.append("{\"classes\":");
+    appendArray(out, facts.classes, [](std::string& o, const ClassFacts& c) {
+        o.append("{\"bases\":");
+        appendArray(o, c.bases, [](std::string& oo, const std::string& b) { appendJsonString(oo, b, true); });
+        o.append(",\"fields\":");
+        appendTypedNames(o, c.fields);
+        o.append(",\"methods\":");
+        appendTypedNames(o, c.methods);
+        o.append(",\"name\":");
+        appendJsonString(o, c.name, true);
+        o.push_back('}');
+    });
+    out.append(",\"exports\":");
+    appendBindings(out, facts.exports);
+    out.append(",\"functions\":");
+    appendTypedNames(out, facts.functions);
+    out.append(",\"imports\":");
+    appendBindings(out, facts.imports);
+    out.append(",\"variables\":");
+    appendTypedNames(out, facts.variables);
+    out.push_back('}');
+}
+
+void appendSite(std::string& out, const CallSite& site) {
+    out.push_back('[');
+    appendJsonString(out, site.callerId, true);
+    out.push_back(',');
+    appendJsonString(out, site.callee, true);
+    out.push_back(',');
+    appendJsonString(out, site.enclosingClass, true);
+    out.push_back(',');
+    out.append(std::to_string(site.line));
+    out.push_back(',');
+    out.append(std::to_string(site.column));
+    out.push_back(',');
+    out.append(std::to_string(static_cast<int>(site.form)));
+    out.push_back(']');
+}
+
+// Reads an array of string tuples of exactly `N` strings each.
+template <std::size_t N, typename Take>
+void readTuples(JsonReader& reader, bool keep, Take take) {
+    std::array<std::string, N> values;
+    readArray(reader, [&] {
+        std::size_t count = 0;
+        readArray(reader, [&] {
+            if (count == N) throw DecodeError("tuple too long");
+            readOrSkipString(reader, values[count++], keep);
+        });
+        if (count != N) throw DecodeError("tuple too short");
+        if (keep) take(values);
+    });
+}
+
+void readTypedNames(JsonReader& reader, bool keep, std::vector<TypedName>& out) {
+    out.clear();
+    readTuples<2>(reader, keep, [&](auto& v) { out.push_back(TypedName{std::move(v[0]), std::move(v[1])}); });
+}
+
+void readBindings(JsonReader& reader, bool keep, std::vector<ImportBinding>& out) {
+    out.clear();
+    readTuples<3>(reader, keep,
+                  [&](auto& v) { out.push_back(ImportBinding{std::move(v[0]), std::move(v[1]), std::move(v[2])}); });
+}
+
+void readFacts(JsonReader& reader, bool keep, FileFacts& facts) {
+    static constexpr std::array<std::string_view, 5> kKeys{"classes", "exports", "functions", "imports", "variables"};
+    readObject(reader, kKeys, [&](std::size_t which, std::string_view) {
+        switch (which) {
+            case 0:
+                facts.classes.clear();
+                readArray(reader, [&] {
+                    ClassFacts c;
+                    static constexpr std::array<std::string_view, 4> kClass{"bases", "fields", "methods", "name"};
+                    readObject(reader, kClass, [&](std::size_t field, std::string_view) {
+                        switch (field) {
+                            case 0: {
+                                std::string base;
+                                readArray(reader, [&] {
+                                    readOrSkipString(reader, base, keep);
+                                    if (keep) c.bases.push_back(base);
+                                });
+                                return true;
+                            }
+                            case 1: readTypedNames(reader, keep, c.fields); return true;
+                            case 2: readTypedNames(reader, keep, c.methods); return true;
+                            case 3: readOrSkipString(reader, c.name, keep); return true;
+                            default: return false;
+                        }
+                    });
+                    if (keep) facts.classes.push_back(std::move(c));
+                });
+                return true;
+            case 1: readBindings(reader, keep, facts.exports); return true;
+            case 2: readTypedNames(reader, keep, facts.functions); return true;
+            case 3: readBindings(reader, keep, facts.imports); return true;
+            case 4: readTypedNames(reader, keep, facts.variables); return true;
+            default: return false;
+        }
+    });
+}
+
+void readSites(JsonReader& reader, bool keep, std::vector<CallSite>& sites) {
+    sites.clear();
+    CallSite site;
+    readArray(reader, [&] {
+        if (reader.peek() != JsonReader::Type::array) throw DecodeError("expected an array");
+        reader.beginArray();
+        auto element = [&] {
+            if (!reader.nextElement()) throw DecodeError("site too short");
+        };
+        element();
+        readOrSkipString(reader, site.callerId, keep);
+        element();
+        readOrSkipString(reader, site.callee, keep);
+        element();
+        readOrSkipString(reader, site.enclosingClass, keep);
+        element();
+        const std::int64_t line = reader.readInteger();
+        element();
+        const std::int64_t column = reader.readInteger();
+        element();
+        const std::int64_t form = reader.readInteger();
+        if (reader.nextElement()) throw DecodeError("site too long");
+        if (line < 0 || line > INT32_MAX || column < 0 || column > INT32_MAX || form < 0 ||
+            form > static_cast<std::int64_t>(CallForm::resultMember))
+            throw DecodeError("site out of range");
+        site.line = static_cast<std::int32_t>(line);
+        site.column = static_cast<std::int32_t>(column);
+        site.form = static_cast<CallForm>(form);
+        if (keep) sites.push_back(site);
+    });
+}
+
 }  // namespace
 
 std::string encodeFileRecord(const CachedFileResult& record) {
@@ -265,6 +424,10 @@ std::string encodeFileRecord(const CachedFileResult& record) {
     });
     out.append(",\"diagnostics\":");
     appendArray(out, record.diagnostics, appendDiagnostic);
+    if (!record.facts.empty()) {
+        out.append(",\"facts\":");
+        appendFacts(out, record.facts);
+    }
     out.append(",\"fileHash\":");
     appendJsonString(out, record.fileHash, true);
     out.append(",\"imports\":{");
@@ -275,7 +438,12 @@ std::string encodeFileRecord(const CachedFileResult& record) {
         appendKey(out, name);
         appendJsonString(out, path, true);
     }
-    out.append("},\"symbols\":");
+    out.push_back('}');
+    if (!record.sites.empty()) {
+        out.append(",\"sites\":");
+        appendArray(out, record.sites, appendSite);
+    }
+    out.append(",\"symbols\":");
     appendArray(out, record.symbols, appendSymbol);
     out.push_back('}');
     return out;
@@ -294,7 +462,8 @@ bool decodeFileRecordInto(std::string_view bytes, RecordFields keep, CachedFileR
         std::string scratch;
         static constexpr std::array<std::string_view, 5> kKeys{"calls", "diagnostics", "fileHash", "imports",
                                                                "symbols"};
-        readObject(reader, kKeys, [&](std::size_t which, std::string_view) {
+        bool sawFacts = false, sawSites = false;
+        readObject(reader, kKeys, [&](std::size_t which, std::string_view key) {
             switch (which) {
                 case 0: {
                     // Into the call sites already there, whose strings keep their capacity.
@@ -345,10 +514,24 @@ bool decodeFileRecordInto(std::string_view bytes, RecordFields keep, CachedFileR
                         if (keepSymbols) record.symbols.push_back(std::move(symbol));
                     });
                     return true;
-                default: return false;
+                default:
+                    // Precise linking's parts, absent from the names mode's records.
+                    if (key == "facts") {
+                        readFacts(reader, keepSymbols, record.facts);
+                        sawFacts = true;
+                        return true;
+                    }
+                    if (key == "sites") {
+                        readSites(reader, keepLinks, record.sites);
+                        sawSites = true;
+                        return true;
+                    }
+                    return false;
             }
         });
         reader.finish();
+        if (!sawFacts) record.facts = FileFacts{};
+        if (!sawSites) record.sites.clear();
         return true;
     } catch (...) {
         return false;
@@ -386,6 +569,8 @@ std::string encodeCacheKey(const CacheKey& key) {
         object["exclude"] = stringArray(key.exclude);
         object["pluginIds"] = stringArray(key.pluginIds);
         if (key.tsconfigHash) object["tsconfigHash"] = *key.tsconfigHash;
+        if (key.linking) object["linking"] = *key.linking;
+        if (key.packagesHash) object["packagesHash"] = *key.packagesHash;
         return encodeCompact(object);
     } catch (...) {
         return {};

@@ -25,6 +25,9 @@ struct CachedFileResult {
     std::map<std::string, std::string> imports;
     std::vector<CachedCallSite> calls;
     std::vector<ResolutionDiagnostic> diagnostics;
+    // Precise linking's records only; the names mode's records never hold them.
+    std::vector<CallSite> sites{};
+    FileFacts facts{};
     bool operator==(const CachedFileResult&) const = default;
 };
 
@@ -43,10 +46,14 @@ struct CacheKey {
     std::vector<std::string> exclude;    // unchanged
     std::optional<std::vector<std::string>> enabledLanguages;
     std::optional<std::string> tsconfigHash;
+    // Precise linking: its mode, and the SHA-256 of the project's package names and entry
+    // files, through which imports of the project's own packages resolve.
+    std::optional<std::string> linking{};
+    std::optional<std::string> packagesHash{};
 };
 
-// What a reader of a file record keeps: the scan's merge needs `fileHash`, `symbols` and
-// `diagnostics`, its link phase `calls` and `imports`. The fields left out stay empty;
+// What a reader of a file record keeps: the scan's merge needs `fileHash`, `symbols`,
+// `diagnostics` and `facts`, its link phase `calls`, `imports` and `sites`. The fields left out stay empty;
 // they are still read and checked, so a record decodes or fails alike for every choice.
 enum class RecordFields { all, symbols, links };
 

@@ -30,6 +30,12 @@ ProjectCache::ProjectCache() : supportDir_(defaultApplicationSupportDirectory())
 ProjectCache::ProjectCache(std::optional<std::string> applicationSupportDir)
     : supportDir_(std::move(applicationSupportDir)) {}
 
+ProjectCache ProjectCache::forLinking(LinkingMode mode) const {
+    ProjectCache cache = *this;
+    cache.folderSuffix_ = mode == LinkingMode::precise ? "-precise" : "";
+    return cache;
+}
+
 // Every path function creates its folders on each call and remembers nothing, so a
 // folder removed behind the cache's back is simply made again.
 std::optional<std::string> ProjectCache::cacheRootURL() const {
@@ -46,9 +52,10 @@ std::optional<std::string> ProjectCache::cacheRootURL() const {
 namespace {
 
 // <support>/Vantrel/cache/v2/<project hash>: the path alone, nothing made.
-std::string projectDirPath(const std::string& supportDir, std::string_view projectRoot) {
+std::string projectDirPath(const std::string& supportDir, std::string_view projectRoot, std::string_view suffix) {
     // Standardised first, so "/p/", "/p/." and "/p" are one project.
-    return appendPathComponent(appendPathComponent(supportDir, kCacheFolder), sha256Hex(standardizePath(projectRoot)));
+    return appendPathComponent(appendPathComponent(supportDir, kCacheFolder),
+                               sha256Hex(standardizePath(projectRoot)) + std::string(suffix));
 }
 
 std::string recordPathIn(const std::string& projectDir, std::string_view relPath) {
@@ -61,7 +68,7 @@ std::string recordPathIn(const std::string& projectDir, std::string_view relPath
 std::optional<std::string> ProjectCache::projectDirURL(std::string_view projectRoot) const {
     try {
         if (!supportDir_) return std::nullopt;
-        std::string dir = projectDirPath(*supportDir_, projectRoot);
+        std::string dir = projectDirPath(*supportDir_, projectRoot, folderSuffix_);
         // Every record access comes through here: when "files" exists, so does the rest,
         // and one stat is all it costs.
         if (isDirectory(appendPathComponent(dir, "files"))) return dir;
@@ -138,7 +145,7 @@ bool ProjectCache::loadFileInto(std::string_view projectRoot, std::string_view r
         // making them would have changed nothing. Only when it does not are they made, as
         // every access makes them, and then there is no record to read. A scan loads each
         // record twice, so this spares it two path lookups per file.
-        if (!readWholeFileInto(recordPathIn(projectDirPath(*supportDir_, projectRoot), relPath), buffer)) {
+        if (!readWholeFileInto(recordPathIn(projectDirPath(*supportDir_, projectRoot, folderSuffix_), relPath), buffer)) {
             fileRecordURL(projectRoot, relPath);
             return false;
         }

@@ -9,6 +9,7 @@
 #include <string_view>
 
 #include "core/cache/CacheRecords.h"
+#include "core/config/VantrelConfig.h"
 
 namespace vantrel {
 
@@ -31,6 +32,11 @@ public:
     // Below `applicationSupportDir`; none makes every operation a no-op.
     explicit ProjectCache(std::optional<std::string> applicationSupportDir);
 
+    // The same cache for the records of one linking mode. Precise records sit in a project
+    // folder of their own beside the names mode's, so switching modes never mixes records
+    // and each mode's stay warm; the names mode's folder is the one it always was.
+    [[nodiscard]] ProjectCache forLinking(LinkingMode mode) const;
+
     // <support>/Vantrel/cache/v2, created if needed; nothing when that fails.
     std::optional<std::string> cacheRootURL() const;
     std::optional<ProjectCacheMeta> loadMeta(std::string_view projectRoot) const;
@@ -46,12 +52,13 @@ public:
     void invalidateProject(std::string_view projectRoot) const;
     void clearAll() const;
 
-    // <root>/<sha256 of the standardised project path>, with its "files" folder made.
+    // <root>/<sha256 of the standardised project path>[-precise], with its "files" folder made.
     std::optional<std::string> projectDirURL(std::string_view projectRoot) const;
 
 private:
     std::optional<std::string> fileRecordURL(std::string_view projectRoot, std::string_view relPath) const;
     std::optional<std::string> supportDir_;
+    std::string folderSuffix_;  // after the project folder's hash: "" or "-precise"
 };
 
 }  // namespace vantrel

@@ -13,7 +13,7 @@ const std::vector<std::string>& defaultEnabledLanguageIds() {
 }
 
 VantrelConfig defaultGlobalConfig() {
-    return VantrelConfig{defaultGlobalExcludePatterns(), kDefaultMaxDepth, defaultEnabledLanguageIds()};
+    return VantrelConfig{defaultGlobalExcludePatterns(), kDefaultMaxDepth, defaultEnabledLanguageIds(), std::nullopt};
 }
 
 }  // namespace vantrel

@@ -28,8 +28,17 @@ const VantrelConfig& VantrelConfig::defaultConfig() {
     static const VantrelConfig config{
         {"**/node_modules/**", "**/.git/**", "**/.build/**", "**/DerivedData/**", "**/dist/**", "**/build/**"},
         3,
+        std::nullopt,
         std::nullopt};
     return config;
+}
+
+std::string_view rawValue(LinkingMode mode) { return mode == LinkingMode::precise ? "precise" : "names"; }
+
+std::optional<LinkingMode> linkingModeFromRaw(std::string_view raw) {
+    if (raw == "names") return LinkingMode::names;
+    if (raw == "precise") return LinkingMode::precise;
+    return std::nullopt;
 }
 
 std::optional<VantrelConfig> VantrelConfig::decode(std::string_view bytes) {
@@ -48,6 +57,12 @@ std::optional<VantrelConfig> VantrelConfig::decode(std::string_view bytes) {
         if (languages != root.end() && !languages->is_null()) {
             if (!languages->is_array()) return std::nullopt;
             config.enabledLanguages = stringArray(*languages, "enabledLanguages");
+        }
+        auto linking = root.find("linking");
+        if (linking != root.end() && !linking->is_null()) {
+            if (!linking->is_string()) return std::nullopt;
+            config.linking = linkingModeFromRaw(linking->get<std::string>());
+            if (!config.linking) return std::nullopt;
         }
         return config;
     } catch (...) {
@@ -73,6 +88,7 @@ VantrelConfig mergeConfig(const VantrelConfig& global, const std::optional<Vantr
     merged.exclude = project->exclude.empty() ? global.exclude : project->exclude;
     merged.maxDepth = project->maxDepth;
     merged.enabledLanguages = project->enabledLanguages ? project->enabledLanguages : global.enabledLanguages;
+    merged.linking = project->linking ? project->linking : global.linking;
     return merged;
 }
 

@@ -10,10 +10,19 @@
 
 namespace vantrel {
 
+// How call sites become edges. `names` links plain calls by their bare name; `precise`
+// also follows receivers, classes, constructors, `super` and import aliases. Absent means
+// `names`, so a graph stays what it was unless a project or the user asks otherwise.
+enum class LinkingMode { names, precise };
+
+std::string_view rawValue(LinkingMode mode);
+std::optional<LinkingMode> linkingModeFromRaw(std::string_view raw);
+
 struct VantrelConfig {
     std::vector<std::string> exclude;                          // glob patterns, order as written
     std::int64_t maxDepth = 3;                                 // levels a blast radius goes
     std::optional<std::vector<std::string>> enabledLanguages;  // plugin ids; absent or empty: all
+    std::optional<LinkingMode> linking{};                      // absent: names
     bool operator==(const VantrelConfig&) const = default;
 
     // The six default patterns, depth 3, no language list.
@@ -29,7 +38,7 @@ struct VantrelConfig {
 
 // Lays a project's file over global settings: a non-empty project `exclude` replaces
 // the global one, the project's `maxDepth` always wins (unlimited), and its
-// `enabledLanguages` wins when present. Without a project file, the global settings.
+// `enabledLanguages` and `linking` win when present. Without a project file, the global settings.
 [[nodiscard]] VantrelConfig mergeConfig(const VantrelConfig& global, const std::optional<VantrelConfig>& project);
 
 }  // namespace vantrel

@@ -11,12 +11,14 @@
 #include <string_view>
 #include <vector>
 
+#include "core/config/VantrelConfig.h"
 #include "core/languages/PluginList.h"
 #include "core/model/FileAnalysisResult.h"
 #include "core/model/ProjectIR.h"
 
 namespace vantrel {
 
+class ProjectPackages;
 class TSConfigResolver;
 
 struct AnalysisInput {
@@ -26,6 +28,10 @@ struct AnalysisInput {
     std::u16string_view source;
     TSNode root;                                 // root node of the tree parsed from `source`
     const TSConfigResolver* tsconfig = nullptr;  // the project's path mapping, if any
+    // Precise linking: the plugin also records call sites and type facts, and resolves
+    // imports of the project's own packages (`packages`) and Python `src/` layouts.
+    LinkingMode linking = LinkingMode::names;
+    const ProjectPackages* packages = nullptr;
 };
 
 class LanguagePlugin {

@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "core/model/LinkFacts.h"
 #include "core/model/ProjectIR.h"
 
 namespace vantrel {
@@ -22,6 +23,10 @@ struct FileAnalysisResult {
     std::map<std::string, std::string> imports;  // local name -> imported file's relative path
     std::vector<CachedCallSite> calls;           // match order, repeats included
     std::vector<ResolutionDiagnostic> diagnostics;
+    // Precise linking only (empty otherwise): every call with its form and place, in
+    // document order, and the file's type facts.
+    std::vector<CallSite> sites{};
+    FileFacts facts{};
 };
 
 }  // namespace vantrel

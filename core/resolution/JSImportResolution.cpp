@@ -1,5 +1,6 @@
 #include "core/resolution/JSImportResolution.h"
 
+#include "core/resolution/ProjectPackages.h"
 #include "core/resolution/TSConfigResolver.h"
 #include "core/util/Paths.h"
 #include "core/util/Text.h"
@@ -22,7 +23,8 @@ std::string_view unquotedImportSpec(std::string_view rawText) {
 }
 
 JSImportResolution resolveJSImportSource(std::string_view rawText, std::string_view filePath, std::string_view rootPath,
-                                         const TSConfigResolver* tsconfig, std::string_view importerRel) {
+                                         const TSConfigResolver* tsconfig, std::string_view importerRel,
+                                         const ProjectPackages* packages) {
     using Reason = ResolutionDiagnostic::Reason;
     std::string_view specifier = unquotedImportSpec(rawText);
     std::string quoted = "'" + std::string(specifier) + "'";
@@ -36,6 +38,9 @@ JSImportResolution resolveJSImportSource(std::string_view rawText, std::string_v
     }
     if (tsconfig) {
         if (auto hit = tsconfig->resolveNonRelative(specifier)) return {relativePath(*hit, rootPath), std::nullopt};
+    }
+    if (packages) {
+        if (auto hit = packages->resolve(specifier)) return {relativePath(*hit, rootPath), std::nullopt};
     }
     if (specifier.starts_with("@/")) {
         std::string suggestion = "Could not resolve " + quoted + " \u2192 No paths mapping found in tsconfig.json";

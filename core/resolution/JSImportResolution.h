@@ -11,6 +11,7 @@
 
 namespace vantrel {
 
+class ProjectPackages;
 class TSConfigResolver;
 
 // Exactly one of the two is set.
@@ -21,8 +22,11 @@ struct JSImportResolution {
 
 // `rawText` is the string node's text, quotes included; `filePath` the importing file and
 // `rootPath` the project root, both absolute; `importerRel` the importer's relative path.
+// With `packages` (precise linking), a non-relative import that the path mapping leaves
+// open may name one of the project's own packages.
 JSImportResolution resolveJSImportSource(std::string_view rawText, std::string_view filePath, std::string_view rootPath,
-                                         const TSConfigResolver* tsconfig, std::string_view importerRel);
+                                         const TSConfigResolver* tsconfig, std::string_view importerRel,
+                                         const ProjectPackages* packages = nullptr);
 
 // The import text without its surrounding quotes and backticks, as diagnostics show it.
 std::string_view unquotedImportSpec(std::string_view rawText);

@@ -141,6 +141,19 @@ PythonResolution resolvePythonModule(std::string_view moduleSpec, std::string_vi
     return PythonResolution::notFound();
 }
 
+PythonResolution resolvePythonModuleForLinking(std::string_view moduleSpec, std::string_view importingFile,
+                                               std::string_view rootPath, bool preferSubmodule,
+                                               const std::optional<std::string>& submoduleName) {
+    PythonResolution resolution =
+        resolvePythonModule(moduleSpec, importingFile, rootPath, preferSubmodule, submoduleName);
+    if (resolution.outcome != PythonResolution::Outcome::external) return resolution;
+    const std::string sourceRoot = appendPathComponent(standardizePath(rootPath), "src");
+    if (!isDirectory(sourceRoot)) return resolution;
+    PythonResolution below = resolvePythonModule(moduleSpec, importingFile, sourceRoot, preferSubmodule, submoduleName);
+    if (below.outcome != PythonResolution::Outcome::resolved) return resolution;
+    return PythonResolution::resolved("src/" + below.path);
+}
+
 std::optional<ResolutionDiagnostic> pythonImportDiagnostic(const PythonResolution& resolution,
                                                            std::string_view importerPath,
                                                            std::string_view displayImportPath) {

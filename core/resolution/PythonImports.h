@@ -68,6 +68,13 @@ PythonResolution resolvePythonModule(std::string_view moduleSpec, std::string_vi
                                      std::string_view rootPath, bool preferSubmodule,
                                      const std::optional<std::string>& submoduleName);
 
+// The same for precise linking, which also knows the `src/` layout: an absolute import
+// that the root does not hold is looked for below <root>/src (a package there is imported
+// by its name); a file found there keeps its path from the project root.
+PythonResolution resolvePythonModuleForLinking(std::string_view moduleSpec, std::string_view importingFile,
+                                               std::string_view rootPath, bool preferSubmodule,
+                                               const std::optional<std::string>& submoduleName);
+
 // The diagnostic for an entry that did not resolve; nothing for a resolved one.
 std::optional<ResolutionDiagnostic> pythonImportDiagnostic(const PythonResolution& resolution,
                                                            std::string_view importerPath,

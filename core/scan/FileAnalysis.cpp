@@ -9,7 +9,8 @@
 namespace vantrel {
 
 FileAnalysisResult analyzeSource(const LanguagePlugin& plugin, const EnumeratedFile& file, std::u16string_view text,
-                                 const std::string& root, const TSConfigResolver* tsconfig) {
+                                 const std::string& root, const TSConfigResolver* tsconfig, LinkingMode linking,
+                                 const ProjectPackages* packages) {
     SyntaxTree::Attempt parsed;
     try {
         parsed = SyntaxTree::parse(plugin.language(file.ext), text, AnalysisLimits::maxParseAllocation);
@@ -24,14 +25,15 @@ FileAnalysisResult analyzeSource(const LanguagePlugin& plugin, const EnumeratedF
     if (ts_node_has_error(top) &&
         errorSiblingScanSteps(top, AnalysisLimits::maxErrorSiblingSteps) > AnalysisLimits::maxErrorSiblingSteps)
         return {};
-    return plugin.analyzeFile(AnalysisInput{file.path, file.relPath, root, text, top, tsconfig});
+    return plugin.analyzeFile(AnalysisInput{file.path, file.relPath, root, text, top, tsconfig, linking, packages});
 }
 
 void FileScratch::releaseLarge() {
     constexpr std::size_t kLargeBuffer = std::size_t{1} << 20;
     if (source.capacity() > kLargeBuffer) std::string().swap(source);
     if (recordBytes.capacity() > kLargeBuffer) std::string().swap(recordBytes);
-    if (record.symbols.capacity() > 1024 || record.diagnostics.capacity() > 1024 || record.calls.capacity() > 4096)
+    if (record.symbols.capacity() > 1024 || record.diagnostics.capacity() > 1024 || record.calls.capacity() > 4096 ||
+        record.sites.capacity() > 4096)
         record = CachedFileResult{};
 }
 
@@ -66,10 +68,12 @@ bool parseAndCache(const EnumeratedFile& file, const FileAnalysisContext& contex
     if (plugin == context.pluginByExt.end()) return false;
 
     if (context.stats) ++context.stats->parsed;
-    FileAnalysisResult analysis = analyzeSource(*plugin->second, file, text, context.root, context.tsconfig);
+    FileAnalysisResult analysis = analyzeSource(*plugin->second, file, text, context.root, context.tsconfig,
+                                                context.linking, context.packages);
 
-    record = CachedFileResult{std::move(fileHash), std::move(analysis.symbols), std::move(analysis.imports),
-                              std::move(analysis.calls), std::move(analysis.diagnostics)};
+    record = CachedFileResult{std::move(fileHash),          std::move(analysis.symbols), std::move(analysis.imports),
+                              std::move(analysis.calls),    std::move(analysis.diagnostics),
+                              std::move(analysis.sites),    std::move(analysis.facts)};
     context.cache.saveFile(record, context.root, file.relPath);
     return true;
 }

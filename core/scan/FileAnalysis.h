@@ -22,6 +22,8 @@ struct FileAnalysisContext {
     const ProjectCache& cache;
     const CancelCheck& isCancelled;
     ScanStats* stats = nullptr;
+    LinkingMode linking = LinkingMode::names;
+    const ProjectPackages* packages = nullptr;
 };
 
 // Bounds on the work that one file may cost, whatever its bytes. A file beyond any of
@@ -43,7 +45,8 @@ struct AnalysisLimits {
 // Parses `text` with the plugin's grammar and analyses it, within AnalysisLimits. Throws
 // ScanError when the grammar cannot be set or the parser gives no tree.
 FileAnalysisResult analyzeSource(const LanguagePlugin& plugin, const EnumeratedFile& file, std::u16string_view text,
-                                 const std::string& root, const TSConfigResolver* tsconfig);
+                                 const std::string& root, const TSConfigResolver* tsconfig,
+                                 LinkingMode linking = LinkingMode::names, const ProjectPackages* packages = nullptr);
 
 // The memory that one worker reuses from file to file: the file's bytes, its record's
 // bytes and the record read or made. A fresh buffer of a few kilobytes per file made the

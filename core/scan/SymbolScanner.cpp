@@ -6,6 +6,8 @@
 
 #include "core/languages/js/JSFamilyPlugin.h"
 #include "core/languages/python/PythonPlugin.h"
+#include "core/cache/Hashing.h"
+#include "core/resolution/ProjectPackages.h"
 #include "core/scan/internal/GraphBuilder.h"
 #include "core/scan/internal/LinkWalk.h"
 #include "core/scan/internal/ParseWalk.h"
@@ -48,13 +50,17 @@ void lap(Stopwatch& clock, ScanStats* stats, double ScanStats::*field) {
 
 // Voids the project's records when the settings that shaped them or their format changed.
 void passCacheGate(const ProjectCache& cache, const std::string& root, const VantrelConfig& config,
-                   const PluginList& active) {
+                   const PluginList& active, const ProjectPackages* packages) {
     CacheKey key;
     for (const auto& plugin : active) key.pluginIds.push_back(plugin->id());
     std::sort(key.pluginIds.begin(), key.pluginIds.end());
     key.exclude = config.exclude;
     key.enabledLanguages = config.enabledLanguages;
     key.tsconfigHash = tsconfigHash(root);
+    if (packages) {
+        key.linking = std::string(rawValue(LinkingMode::precise));
+        key.packagesHash = sha256Hex(packages->fingerprint());
+    }
     std::string hash = keyHash(key);
     if (auto meta = cache.loadMeta(root); meta && (meta->schema != kCacheSchema || meta->keyHash != hash))
         cache.invalidateProject(root);
@@ -71,6 +77,10 @@ ProjectIR SymbolScanner::scanProject(const ScanOptions& options) const {
     const PluginList active = activePlugins(plugins_, options.config.enabledLanguages);
     const PathGlobMatcher exclude(options.config.exclude);
     const std::int64_t permits = std::max<std::int64_t>(1, options.maxConcurrentParses);
+    const LinkingMode linking = options.config.linking.value_or(LinkingMode::names);
+    const ProjectCache cache = cache_.forLinking(linking);
+    std::optional<ProjectPackages> packages;
+    if (linking == LinkingMode::precise) packages = ProjectPackages::load(root);
 
     Stopwatch clock = std::chrono::steady_clock::now();
     std::int64_t fileCount = options.knownFileCount
@@ -83,26 +93,30 @@ ProjectIR SymbolScanner::scanProject(const ScanOptions& options) const {
     const detail::ScanContext scan{root,
                                    exclude,
                                    active,
-                                   cache_,
+                                   cache,
                                    options.progress,
                                    options.isCancelled,
                                    options.stats,
                                    pool,
                                    pool.threadCount(),
-                                   std::max<std::int64_t>(fileCount, 1)};
+                                   std::max<std::int64_t>(fileCount, 1),
+                                   linking,
+                                   packages ? &*packages : nullptr};
     scan.report(ScanPhase::discoveringFiles, 0, std::nullopt);
 
     Enumerator parseFiles = makeEnumerator(root, active);
     std::optional<TSConfigResolver> tsconfig = TSConfigResolver::loadIfPresent(root);
-    passCacheGate(cache_, root, options.config, active);
+    passCacheGate(cache, root, options.config, active, packages ? &*packages : nullptr);
     detail::ParseWalk(scan, graph, options.batchSize, permits, tsconfig ? &*tsconfig : nullptr).run(parseFiles);
     lap(clock, options.stats, &ScanStats::parseSeconds);
 
     scan.report(ScanPhase::linking, 0, std::nullopt);
     graph.finishIndex();
     lap(clock, options.stats, &ScanStats::indexSeconds);
+    std::optional<detail::PreciseLinker> precise;
+    if (linking == LinkingMode::precise) precise.emplace(graph.facts(), graph.nameIndex());
     Enumerator linkFiles = makeEnumerator(root, active);
-    detail::LinkWalk(scan, graph).run(linkFiles);
+    detail::LinkWalk(scan, graph, precise ? &*precise : nullptr).run(linkFiles);
     lap(clock, options.stats, &ScanStats::linkSeconds);
     scan.report(ScanPhase::savingCache, scan.total, std::nullopt);
     return graph.take();

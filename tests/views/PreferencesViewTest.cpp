@@ -118,7 +118,20 @@ private slots:
 
         // The colour scheme is announced, so the window can follow it at once.
         auto pickers = view_->findChildren<SegmentedPicker*>();
-        QCOMPARE(pickers.size(), 2);
+        QCOMPARE(pickers.size(), 3);
+        SegmentedPicker* linking = view_->scanningTab()->linkingPicker();
+        QVERIFY(pickers.removeOne(linking));
+
+        // The linking mode goes into the next scan's settings; "By Name" is the absent key.
+        changes.clear();
+        linking->segment(1)->click();
+        QCOMPARE(Preferences::value(prefkeys::kLinkingMode).toString(), QStringLiteral("precise"));
+        QCOMPARE(PreferencesManager::globalConfig().linking, std::optional<LinkingMode>(LinkingMode::precise));
+        QCOMPARE(changes.size(), 1);
+        QCOMPARE(changes.front().front().toString(), QStringLiteral("linkingMode"));
+        linking->segment(0)->click();
+        QCOMPARE(PreferencesManager::globalConfig().linking, std::optional<LinkingMode>());
+
         changes.clear();
         pickers[1]->segment(2)->click();
         QCOMPARE(Preferences::value(prefkeys::kColorScheme).toString(), QStringLiteral("dark"));

@@ -2,6 +2,7 @@
 
 #include "core/languages/js/internal/JSEnclosingScope.h"
 #include "core/languages/js/internal/JSFamilySyntax.h"
+#include "core/languages/js/internal/JSLinkFacts.h"
 #include "core/languages/syntax/CommonPasses.h"
 #include "core/languages/syntax/Grammars.h"
 #include "core/languages/syntax/SyntaxTree.h"
@@ -11,6 +12,11 @@
 namespace vantrel {
 
 namespace {
+
+JSImportResolution resolveSource(std::string_view rawText, const AnalysisInput& input) {
+    return resolveJSImportSource(rawText, input.filePath, input.rootPath, input.tsconfig, input.fileRelPath,
+                                 input.linking == LinkingMode::precise ? input.packages : nullptr);
+}
 
 void collectImports(const RecordedMatches& feed, const AnalysisInput& input, FileAnalysisResult& result) {
     int sourceIndex = feed.captureIndex("import_source");
@@ -22,8 +28,7 @@ void collectImports(const RecordedMatches& feed, const AnalysisInput& input, Fil
     feed.forEach([&](const QueryMatch& match) {
         auto source = match.first(sourceIndex);
         if (!source) return;
-        JSImportResolution resolution = resolveJSImportSource(extractNodeText(*source, input.source), input.filePath,
-                                                              input.rootPath, input.tsconfig, input.fileRelPath);
+        JSImportResolution resolution = resolveSource(extractNodeText(*source, input.source), input);
         if (resolution.diagnostic) result.diagnostics.push_back(*resolution.diagnostic);
         if (!resolution.resolved) return;
         const std::string& path = *resolution.resolved;
@@ -42,6 +47,89 @@ void collectImports(const RecordedMatches& feed, const AnalysisInput& input, Fil
     });
 }
 
+TSNode childOfType(TSNode node, std::string_view type) {
+    const std::uint32_t count = ts_node_named_child_count(node);
+    for (std::uint32_t i = 0; i < count; ++i)
+        if (TSNode child = ts_node_named_child(node, i); type == ts_node_type(child)) return child;
+    return TSNode{};
+}
+
+// The module path a source string names for precise linking: the file, or "" outside
+// the project.
+std::string bindingPath(TSNode source, const AnalysisInput& input) {
+    return resolveSource(extractNodeText(source, input.source), input).resolved.value_or(std::string());
+}
+
+// Import, export and `require` statements become the bindings of the file's facts.
+void collectBindings(const JSLinkFacts& walk, const AnalysisInput& input, FileFacts& facts) {
+    auto text = [&](TSNode node) { return extractNodeText(node, input.source); };
+    for (TSNode statement : walk.importStatements) {
+        TSNode source = ts_node_child_by_field_name(statement, "source", 6);
+        TSNode clause = childOfType(statement, "import_clause");
+        if (ts_node_is_null(source) || ts_node_is_null(clause)) continue;
+        const std::string path = bindingPath(source, input);
+        const std::uint32_t count = ts_node_named_child_count(clause);
+        for (std::uint32_t i = 0; i < count; ++i) {
+            TSNode part = ts_node_named_child(clause, i);
+            std::string_view type = ts_node_type(part);
+            if (type == "identifier") {
+                facts.imports.push_back(ImportBinding{text(part), path, "default"});
+            } else if (type == "namespace_import") {
+                if (TSNode name = childOfType(part, "identifier"); !ts_node_is_null(name))
+                    facts.imports.push_back(ImportBinding{text(name), path, "*"});
+            } else if (type == "named_imports") {
+                const std::uint32_t specifiers = ts_node_named_child_count(part);
+                for (std::uint32_t s = 0; s < specifiers; ++s) {
+                    TSNode specifier = ts_node_named_child(part, s);
+                    TSNode name = ts_node_child_by_field_name(specifier, "name", 4);
+                    TSNode alias = ts_node_child_by_field_name(specifier, "alias", 5);
+                    if (ts_node_is_null(name)) continue;
+                    std::string original = text(name);
+                    facts.imports.push_back(
+                        ImportBinding{ts_node_is_null(alias) ? original : text(alias), path, original});
+                }
+            }
+        }
+    }
+    for (const auto& required : walk.requireCalls)
+        facts.imports.push_back(ImportBinding{required.local, bindingPath(required.source, input), required.name});
+    for (TSNode statement : walk.exportStatements) {
+        TSNode source = ts_node_child_by_field_name(statement, "source", 6);
+        const std::string path = ts_node_is_null(source) ? input.fileRelPath : bindingPath(source, input);
+        if (TSNode clause = childOfType(statement, "export_clause"); !ts_node_is_null(clause)) {
+            const std::uint32_t count = ts_node_named_child_count(clause);
+            for (std::uint32_t i = 0; i < count; ++i) {
+                TSNode specifier = ts_node_named_child(clause, i);
+                TSNode name = ts_node_child_by_field_name(specifier, "name", 4);
+                TSNode alias = ts_node_child_by_field_name(specifier, "alias", 5);
+                if (ts_node_is_null(name)) continue;
+                std::string original = text(name);
+                std::string exported = ts_node_is_null(alias) ? original : text(alias);
+                // A name exported as itself from this file needs no entry: it is found as defined.
+                if (ts_node_is_null(source) && exported == original) continue;
+                facts.exports.push_back(ImportBinding{std::move(exported), path, std::move(original)});
+            }
+        } else if (TSNode spaced = childOfType(statement, "namespace_export"); !ts_node_is_null(spaced)) {
+            if (TSNode name = childOfType(spaced, "identifier"); !ts_node_is_null(name) && !ts_node_is_null(source))
+                facts.exports.push_back(ImportBinding{text(name), path, "*"});
+        } else if (!ts_node_is_null(source)) {
+            facts.exports.push_back(ImportBinding{"*", path, "*"});  // export * from '...'
+        } else if (TSNode value = ts_node_child_by_field_name(statement, "value", 5);
+                   !ts_node_is_null(value) && std::string_view(ts_node_type(value)) == "identifier") {
+            facts.exports.push_back(ImportBinding{"default", path, text(value)});
+        } else if (TSNode declaration = ts_node_child_by_field_name(statement, "declaration", 11);
+                   !ts_node_is_null(declaration)) {
+            // `export default class Foo` / `export default function foo`.
+            bool isDefault = false;
+            for (std::uint32_t c = 0; c < ts_node_child_count(statement) && !isDefault; ++c)
+                isDefault = std::string_view(ts_node_type(ts_node_child(statement, c))) == "default";
+            TSNode name = ts_node_child_by_field_name(declaration, "name", 4);
+            if (isDefault && !ts_node_is_null(name))
+                facts.exports.push_back(ImportBinding{"default", path, text(name)});
+        }
+    }
+}
+
 }  // namespace
 
 std::string JSFamilyPlugin::id() const { return "js-family"; }
@@ -56,7 +144,9 @@ const TSLanguage* JSFamilyPlugin::language(std::string_view) const {
 
 FileAnalysisResult JSFamilyPlugin::analyzeFile(const AnalysisInput& input) const {
     FileAnalysisResult result;
-    JSFamilySyntax syntax = walkJSFamilySyntax(input.root);
+    std::optional<JSLinkFacts> linkFacts;
+    if (input.linking == LinkingMode::precise) linkFacts.emplace(input.source, input.fileRelPath);
+    JSFamilySyntax syntax = walkJSFamilySyntax(input.root, linkFacts ? &*linkFacts : nullptr);
     collectDeclarations(
         syntax.declarations, input,
         [](std::uint16_t pattern, TSNode, const std::string& name) -> std::optional<SymbolKind> {
@@ -74,6 +164,11 @@ FileAnalysisResult JSFamilyPlugin::analyzeFile(const AnalysisInput& input) const
     JSEnclosingScope scope(input.root, input.source, input.fileRelPath);
     collectCallSites(
         syntax.calls, input, [&](TSNode call) { return scope.symbolIdFor(call); }, result.calls);
+    if (linkFacts) {
+        collectBindings(*linkFacts, input, linkFacts->facts);
+        result.sites = std::move(linkFacts->sites);
+        result.facts = std::move(linkFacts->facts);
+    }
     return result;
 }
 

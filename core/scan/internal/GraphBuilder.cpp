@@ -18,6 +18,8 @@ void FileSymbols::take(CachedFileResult& record) {
     while (!byId.empty()) symbols.push_back(byId.extract(byId.begin()));
     diagnostics.assign(std::make_move_iterator(record.diagnostics.begin()),
                        std::make_move_iterator(record.diagnostics.end()));
+    facts = std::move(record.facts);
+    record.facts = FileFacts{};
 }
 
 GraphBuilder::GraphBuilder(std::string projectId, double lastScan) {
@@ -37,6 +39,7 @@ void GraphBuilder::merge(FileSymbols& file) {
         hint = std::next(at);
     }
     for (auto& diagnostic : file.diagnostics) diagnostics_.push_back(std::move(diagnostic));
+    if (!file.path.empty()) facts_.add(std::move(file.path), std::move(file.facts));
 }
 
 void GraphBuilder::finishIndex() {
@@ -44,6 +47,7 @@ void GraphBuilder::finishIndex() {
     // Filled by the merges as each id entered the graph, so it holds every id of the
     // complete graph; only its order is left to make.
     index_.finish();
+    facts_.finish();
     indexFinished_ = true;
 }
 

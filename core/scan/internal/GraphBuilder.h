@@ -13,6 +13,7 @@
 
 #include "core/cache/CacheRecords.h"
 #include "core/model/ProjectIR.h"
+#include "core/scan/internal/ProjectFacts.h"
 #include "core/scan/internal/SymbolNameIndex.h"
 
 namespace vantrel::detail {
@@ -23,6 +24,9 @@ namespace vantrel::detail {
 struct FileSymbols {
     std::vector<SymbolMap::node_type> symbols;
     std::vector<ResolutionDiagnostic> diagnostics;
+    // Precise linking: the file's path and type facts.
+    std::string path;
+    FileFacts facts;
 
     // Moves out of `record` what the graph keeps; its lists keep their memory for the
     // worker's next file. A later symbol of one id replaces an earlier one, as in the
@@ -44,11 +48,14 @@ public:
 
     // Merge phase: one caller at a time.
     void merge(FileSymbols& file);
-    // Orders the name index; once, after the last merge and before the first edge.
+    // Orders the name index and indexes the type facts; once, after the last merge and
+    // before the first edge.
     void finishIndex();
 
     // Link phase: any number of threads at once.
     const SymbolNameIndex& nameIndex() const { return index_; }
+    // Every file's type facts (precise linking; empty otherwise).
+    ProjectFacts& facts() { return facts_; }
     // The graph's symbol of `id`; none when the graph has no such symbol.
     [[nodiscard]] GraphSymbol find(const std::string& id);
     // Adds the edge to both ends' reference sets, each under the lock of its stripe.
@@ -62,6 +69,7 @@ private:
 
     ProjectIR ir_;
     SymbolNameIndex index_;  // names of ir_'s symbols, borrowed from its keys
+    ProjectFacts facts_;
     std::vector<ResolutionDiagnostic> diagnostics_;
     std::array<std::mutex, 61> stripes_;  // locks of the symbols' reference sets
     bool indexFinished_ = false;

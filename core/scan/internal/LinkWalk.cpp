@@ -8,8 +8,8 @@
 
 namespace vantrel::detail {
 
-LinkWalk::LinkWalk(const ScanContext& scan, GraphBuilder& graph)
-    : scan_(scan), graph_(graph), scratch_(scan.lanes * kWindowsAhead) {}
+LinkWalk::LinkWalk(const ScanContext& scan, GraphBuilder& graph, const PreciseLinker* precise)
+    : scan_(scan), graph_(graph), precise_(precise), scratch_(scan.lanes * kWindowsAhead) {}
 
 void LinkWalk::run(Enumerator& enumerator) {
     if (!enumerator.walker) return;
@@ -58,8 +58,10 @@ void LinkWalk::startWindow(Window& window) {
                              try {
                                  LaneScratch& mine = scratch[lane];
                                  if (scan_.cache.loadFileInto(scan_.root, window.files[i].relPath, RecordFields::links,
-                                                              mine.record, mine.bytes))
-                                     wireCalls(mine.record, window.files[i].relPath);
+                                                              mine.record, mine.bytes)) {
+                                     if (precise_) wireSites(mine.record, window.files[i].relPath);
+                                     else wireCalls(mine.record, window.files[i].relPath);
+                                 }
                              } catch (...) {
                                  window.errors[i] = std::current_exception();
                              }
@@ -90,6 +92,22 @@ void LinkWalk::wireCalls(const CachedFileResult& record, const std::string& relP
         if (!caller.symbol) continue;
         std::string_view current = symbolFilePath(call.callerId).value_or(relPath);
         const NameCandidate* callee = resolveCallee(call.calleeName, record.imports, current, graph_.nameIndex());
+        if (!callee || callee->id == caller.id) continue;
+        graph_.addEdge(caller, *callee->symbol);
+    }
+}
+
+// The same for precise linking: each site's callee expression is evaluated to its symbol.
+void LinkWalk::wireSites(const CachedFileResult& record, const std::string& relPath) {
+    GraphSymbol caller;
+    const std::string* lastCallerId = nullptr;
+    for (const auto& site : record.sites) {
+        if (!lastCallerId || *lastCallerId != site.callerId) {
+            lastCallerId = &site.callerId;
+            caller = graph_.find(site.callerId);
+        }
+        if (!caller.symbol) continue;
+        const NameCandidate* callee = precise_->resolve(site, relPath, record.imports);
         if (!callee || callee->id == caller.id) continue;
         graph_.addEdge(caller, *callee->symbol);
     }

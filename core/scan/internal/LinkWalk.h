@@ -13,13 +13,15 @@
 #include <vector>
 
 #include "core/scan/internal/GraphBuilder.h"
+#include "core/scan/internal/PreciseLinker.h"
 #include "core/scan/internal/ScanContext.h"
 
 namespace vantrel::detail {
 
 class LinkWalk {
 public:
-    LinkWalk(const ScanContext& scan, GraphBuilder& graph);
+    // With `precise`, call sites are resolved by it; else by bare names.
+    LinkWalk(const ScanContext& scan, GraphBuilder& graph, const PreciseLinker* precise = nullptr);
 
     void run(Enumerator& enumerator);
 
@@ -42,6 +44,7 @@ private:
     void startWindow(Window& window);
     void finishWindow(Window& window, std::int64_t& linked);
     void wireCalls(const CachedFileResult& record, const std::string& relPath);
+    void wireSites(const CachedFileResult& record, const std::string& relPath);
 
     static constexpr std::size_t kWindowFiles = 256;
     // Windows in flight, the one being reported included. The pool must not run dry while
@@ -51,6 +54,7 @@ private:
 
     const ScanContext& scan_;
     GraphBuilder& graph_;
+    const PreciseLinker* precise_;
     // One per lane of each window in flight: windows overlap, and each window's lanes are
     // numbered from 0.
     std::vector<LaneScratch> scratch_;

@@ -9,6 +9,7 @@
 
 #include "core/cache/ProjectCache.h"
 #include "core/config/PathGlobMatcher.h"
+#include "core/resolution/ProjectPackages.h"
 #include "core/scan/Discovery.h"
 #include "core/scan/ScanProgress.h"
 #include "core/scan/SymbolScanner.h"
@@ -29,6 +30,8 @@ struct ScanContext {
     // the files worked on at once.
     std::size_t lanes;
     std::int64_t total;  // the files counted before the walks, at least 1
+    LinkingMode linking = LinkingMode::names;
+    const ProjectPackages* packages = nullptr;  // precise linking: the project's own packages
 
     void report(ScanPhase phase, std::int64_t processed, std::optional<std::string> path) const {
         if (progress) progress(ScanProgress{phase, processed, total, std::move(path)});

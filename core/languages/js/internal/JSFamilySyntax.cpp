@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "core/languages/js/internal/JSFamilyQueries.h"
+#include "core/languages/js/internal/JSLinkFacts.h"
 #include "core/languages/syntax/Grammars.h"
 #include "core/languages/syntax/SyntaxTree.h"
 #include "core/languages/syntax/TreeWalk.h"
@@ -64,7 +65,7 @@ JSFamilySyntax::JSFamilySyntax()
       imports(namesOf(importQuery())),
       calls({"call", "callee"}) {}
 
-JSFamilySyntax walkJSFamilySyntax(TSNode root) {
+JSFamilySyntax walkJSFamilySyntax(TSNode root, JSLinkFacts* linkFacts) {
     const Names& names = Names::get();
     JSFamilySyntax syntax;
     const int decl = syntax.declarations.captureIndex("decl");
@@ -125,9 +126,13 @@ JSFamilySyntax walkJSFamilySyntax(TSNode root) {
             ts_query_cursor_delete(statementCursor);
         }
         path.push_back(Step{node, symbol, field, TSNode{}, insideImport});
+        if (linkFacts) linkFacts->enter(node, symbol);
     };
 
-    walkTree(root, enter, [&] { path.pop_back(); });
+    walkTree(root, enter, [&] {
+        path.pop_back();
+        if (linkFacts) linkFacts->leave();
+    });
     return syntax;
 }
 

@@ -20,7 +20,10 @@ struct JSFamilySyntax {
     RecordedMatches calls;           // as jsqueries::kCalls: callee, call
 };
 
-// Walks the tree under `root` once, without recursion (a tsx grammar tree).
-JSFamilySyntax walkJSFamilySyntax(TSNode root);
+class JSLinkFacts;
+
+// Walks the tree under `root` once, without recursion (a tsx grammar tree). With
+// `linkFacts`, the same walk also hands it every node, for precise linking.
+JSFamilySyntax walkJSFamilySyntax(TSNode root, JSLinkFacts* linkFacts = nullptr);
 
 }  // namespace vantrel

@@ -1,5 +1,6 @@
 #include "core/languages/python/internal/PythonSyntax.h"
 
+#include "core/languages/python/internal/PythonLinkFacts.h"
 #include "core/languages/syntax/Grammars.h"
 #include "core/languages/syntax/SyntaxTree.h"
 #include "core/languages/syntax/TreeWalk.h"
@@ -50,7 +51,8 @@ struct Step {
 PythonSyntax::PythonSyntax(std::u16string_view source, std::string_view fileRelPath)
     : declarations({"name", "decl"}), calls({"callee", "call"}), scopes(source, fileRelPath) {}
 
-PythonSyntax walkPythonSyntax(TSNode root, std::u16string_view source, std::string_view fileRelPath) {
+PythonSyntax walkPythonSyntax(TSNode root, std::u16string_view source, std::string_view fileRelPath,
+                              PythonLinkFacts* linkFacts) {
     const Names& names = Names::get();
     PythonSyntax syntax(source, fileRelPath);
     const int name = syntax.declarations.captureIndex("name");
@@ -83,9 +85,13 @@ PythonSyntax walkPythonSyntax(TSNode root, std::u16string_view source, std::stri
         PythonScopeIndex::Inherited scope =
             syntax.scopes.enter(node, ts_node_type(node), parent ? parent->scope : PythonScopeIndex::Inherited{});
         path.push_back(Step{node, symbol, field, scope});
+        if (linkFacts) linkFacts->enter(node, symbol);
     };
 
-    walkTree(root, enter, [&] { path.pop_back(); });
+    walkTree(root, enter, [&] {
+        path.pop_back();
+        if (linkFacts) linkFacts->leave();
+    });
     return syntax;
 }
 

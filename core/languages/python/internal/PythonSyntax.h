@@ -26,8 +26,12 @@ struct PythonSyntax {
     PythonScopeIndex scopes;
 };
 
+class PythonLinkFacts;
+
 // Walks the tree under `root` once, without recursion. `source` and `fileRelPath` must
-// outlive the result.
-PythonSyntax walkPythonSyntax(TSNode root, std::u16string_view source, std::string_view fileRelPath);
+// outlive the result. With `linkFacts`, the same walk also hands it every node, for
+// precise linking.
+PythonSyntax walkPythonSyntax(TSNode root, std::u16string_view source, std::string_view fileRelPath,
+                              PythonLinkFacts* linkFacts = nullptr);
 
 }  // namespace vantrel

@@ -1,0 +1,61 @@
+// Precise linking: a call site's callee expression is evaluated over the project's type
+// facts to the symbol it reaches. `this`/`self`/`cls` stand for the enclosing class,
+// `super` for its first base; a name is looked up in the caller's file (its classes,
+// functions, values, then its imports, following aliases and re-exports to the original),
+// then among the project's classes; a member of a class or an instance is its method
+// (searched up the bases) or its field's value; a member of a module is what the module
+// defines or exports; calling a function or method gives its result, calling a class an
+// instance. A class called or constructed reaches its constructor (`constructor`,
+// `__init__`, searched up the bases), else the class symbol where there is one.
+//
+// When the receiver's type stays unknown, a member call links only to the one class of
+// the language that declares a method of that name; a plain name the file does not know
+// falls back to the names mode's rule. Builtins, globals and modules outside the project
+// link nowhere. Evaluation is bounded per site, so cycles (a class its own base, a value
+// defined by itself) end without an edge. Never invents a symbol: every target is looked
+// up in the graph.
+#pragma once
+
+#include <map>
+#include <string>
+#include <string_view>
+
+#include "core/model/LinkFacts.h"
+#include "core/scan/internal/ProjectFacts.h"
+#include "core/scan/internal/SymbolNameIndex.h"
+
+namespace vantrel::detail {
+
+class PreciseLinker {
+public:
+    // Resolves every class's bases into `facts` (finished); single-threaded. Both must
+    // outlive the linker, which is then read-only and shared by the link walk's lanes.
+    PreciseLinker(ProjectFacts& facts, const SymbolNameIndex& index);
+
+    // The symbol the call reaches, or null. `path` is the caller's file, `nameImports`
+    // its names-mode imports (for the fallback of plain names).
+    [[nodiscard]] const NameCandidate* resolve(const CallSite& site, std::string_view path,
+                                               const std::map<std::string, std::string>& nameImports) const;
+
+    struct Value;
+
+private:
+    Value evaluate(std::string_view expression, const FileEntry& file, ClassRef self, int& budget) const;
+    Value head(std::string_view head, const FileEntry& file, ClassRef self, int& budget) const;
+    Value lookUp(const FileEntry& file, std::string_view name, int& budget) const;
+    Value moduleMember(const FileEntry& module, std::string_view name, int& budget) const;
+    Value member(const Value& value, std::string_view name, int& budget) const;
+    Value call(const Value& value, int& budget) const;
+    // A module used as a value (CommonJS `module.exports = X`) stands for X.
+    Value unwrapModule(const Value& value, int& budget) const;
+    BaseRef resolveBase(const FileEntry& file, std::string_view expression) const;
+
+    const NameCandidate* target(const Value& value, int& budget) const;
+    const NameCandidate* constructorOf(ClassRef klass, int& budget) const;
+    const NameCandidate* symbolIn(std::string_view path, std::string_view name, bool method, bool klass) const;
+
+    ProjectFacts& facts_;
+    const SymbolNameIndex& index_;
+};
+
+}  // namespace vantrel::detail

@@ -1,0 +1,82 @@
+#include "core/scan/internal/ProjectFacts.h"
+
+#include <algorithm>
+#include <cassert>
+
+namespace vantrel::detail {
+
+void ProjectFacts::add(std::string path, FileFacts facts) {
+    auto entry = std::make_unique<FileEntry>();
+    entry->python = path.ends_with(".py");
+    entry->path = std::move(path);
+    entry->facts = std::move(facts);
+    files_.push_back(std::move(entry));
+}
+
+void ProjectFacts::finish() {
+    // Path order, so that every list built below is in an order of its own.
+    std::sort(files_.begin(), files_.end(), [](const auto& a, const auto& b) { return a->path < b->path; });
+    std::unordered_map<std::string_view, std::vector<ClassRef>> declarers[2];
+    for (const auto& owned : files_) {
+        FileEntry& file = *owned;
+        byPath_.emplace(file.path, &file);
+        const FileFacts& facts = file.facts;
+        // The first definition of a name in a file counts, as for ids.
+        for (const auto& klass : facts.classes) {
+            if (klass.name.empty()) continue;
+            file.classes.emplace(klass.name, &klass);
+            classesByName_[file.python][klass.name].push_back(ClassRef{&file, &klass});
+            for (const auto& method : klass.methods) {
+                auto& list = declarers[file.python][method.name];
+                if (list.empty() || list.back().facts != &klass) list.push_back(ClassRef{&file, &klass});
+            }
+        }
+        for (const auto& function : facts.functions) file.functions.emplace(function.name, &function);
+        for (const auto& variable : facts.variables) file.variables.emplace(variable.name, &variable);
+        for (const auto& binding : facts.imports) {
+            if (binding.local == "*") {
+                file.starImports.push_back(&binding);
+                continue;
+            }
+            file.imports.insert_or_assign(binding.local, &binding);
+            if (binding.local.find('.') != std::string::npos) file.dottedImports = true;
+        }
+        for (const auto& binding : facts.exports) {
+            if (binding.local == "*") file.starExports.push_back(&binding);
+            else file.exports.emplace(binding.local, &binding);
+        }
+    }
+    for (int python = 0; python < 2; ++python)
+        for (auto& [name, classes] : declarers[python])
+            soleDeclarers_[python].emplace(name, classes.size() == 1 ? std::optional<ClassRef>(classes.front())
+                                                                     : std::nullopt);
+}
+
+std::vector<ClassRef> ProjectFacts::allClasses() const {
+    std::vector<ClassRef> all;
+    for (const auto& file : files_)
+        for (const auto& klass : file->facts.classes) all.push_back(ClassRef{file.get(), &klass});
+    return all;
+}
+
+const FileEntry* ProjectFacts::file(std::string_view path) const {
+    auto it = byPath_.find(path);
+    return it == byPath_.end() ? nullptr : it->second;
+}
+
+const std::vector<ClassRef>* ProjectFacts::classesNamed(std::string_view name, bool python) const {
+    auto it = classesByName_[python].find(name);
+    return it == classesByName_[python].end() ? nullptr : &it->second;
+}
+
+std::optional<ClassRef> ProjectFacts::soleDeclarer(std::string_view method, bool python) const {
+    auto it = soleDeclarers_[python].find(method);
+    return it == soleDeclarers_[python].end() ? std::nullopt : it->second;
+}
+
+const std::vector<BaseRef>& ProjectFacts::basesOf(const ClassFacts& facts) const {
+    auto it = bases_.find(&facts);
+    return it == bases_.end() ? noBases_ : it->second;
+}
+
+}  // namespace vantrel::detail

@@ -1,0 +1,77 @@
+// Every file's type facts for precise linking, gathered by the parse walk and indexed
+// once before the link walk: per file its classes, functions, values, imports and
+// re-exports by name, and across the project the classes by name and the method names
+// that exactly one class declares. Each class's bases are resolved once, by the linker,
+// before the link walk. Read-only from then on, so the link walk's lanes share it without
+// locks.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <vector>
+
+#include "core/model/LinkFacts.h"
+
+namespace vantrel::detail {
+
+struct FileEntry;
+
+// A class where it is declared.
+struct ClassRef {
+    const FileEntry* file = nullptr;
+    const ClassFacts* facts = nullptr;
+    explicit operator bool() const { return facts != nullptr; }
+    bool operator==(const ClassRef&) const = default;
+};
+
+// What a base expression of a class stands for.
+struct BaseRef {
+    ClassRef klass;          // a class of the project
+    bool external = false;   // a class outside the project (its methods are unknown)
+};
+
+struct FileEntry {
+    std::string path;
+    FileFacts facts;
+    bool python = false;
+    std::unordered_map<std::string_view, const ClassFacts*> classes;
+    std::unordered_map<std::string_view, const TypedName*> functions;
+    std::unordered_map<std::string_view, const TypedName*> variables;
+    std::unordered_map<std::string_view, const ImportBinding*> imports;  // a later binding wins
+    std::unordered_map<std::string_view, const ImportBinding*> exports;
+    std::vector<const ImportBinding*> starImports, starExports;
+    bool dottedImports = false;  // some import binds a dotted name (Python's `import a.b`)
+};
+
+class ProjectFacts {
+public:
+    // The facts of one file; one caller at a time, before `finish`.
+    void add(std::string path, FileFacts facts);
+    // Indexes what was added; once.
+    void finish();
+    // Every class of the project, for resolving their bases once, and the place for them.
+    [[nodiscard]] std::vector<ClassRef> allClasses() const;
+    void setBases(const ClassFacts& facts, std::vector<BaseRef> bases) { bases_[&facts] = std::move(bases); }
+
+    [[nodiscard]] const FileEntry* file(std::string_view path) const;
+    // The classes of this name in files of the same language family, in path order.
+    [[nodiscard]] const std::vector<ClassRef>* classesNamed(std::string_view name, bool python) const;
+    // The one class of the language family that declares a method of this name.
+    [[nodiscard]] std::optional<ClassRef> soleDeclarer(std::string_view method, bool python) const;
+    // The bases of a class, resolved.
+    [[nodiscard]] const std::vector<BaseRef>& basesOf(const ClassFacts& facts) const;
+
+private:
+    std::vector<std::unique_ptr<FileEntry>> files_;
+    std::unordered_map<std::string_view, const FileEntry*> byPath_;
+    std::unordered_map<std::string_view, std::vector<ClassRef>> classesByName_[2];  // [python]
+    std::unordered_map<std::string_view, std::optional<ClassRef>> soleDeclarers_[2];
+    std::unordered_map<const ClassFacts*, std::vector<BaseRef>> bases_;
+    std::vector<BaseRef> noBases_;
+};
+
+}  // namespace vantrel::detail
