@@ -4,6 +4,7 @@
 // touching 1% of the files, files/s, MB/s and the peak memory of each phase.
 //
 //   vantrel_bench_scan [--files N] [--mix ts|py|mixed] [--dir DIR] [--jobs N] [--warm-runs N] [--keep]
+//                      [--linking names|precise]
 //
 // The warm re-scan is repeated --warm-runs times (default 1) and its median reported.
 //
@@ -112,11 +113,14 @@ double parseOnly(const std::vector<EnumeratedFile>& files, const PluginList& plu
     return seconds;
 }
 
+std::optional<LinkingMode> linking;  // --linking; absent: the names mode, as by default
+
 double scanOnce(const std::string& root, const std::string& support, std::int64_t jobs) {
     auto start = std::chrono::steady_clock::now();
     SymbolScanner scanner(SymbolScanner::defaultPlugins(), ProjectCache(support));
     ScanStats stats;
     VantrelConfig config = defaultGlobalConfig();
+    config.linking = linking;
     ProjectIR ir = scanner.scanProject(root, config, 200, jobs, std::nullopt, {}, {}, &stats);
     double seconds = secondsSince(start);
     std::size_t edges = 0;
@@ -168,13 +172,20 @@ int main(int argc, char** argv) {
         else if (arg == "--cold-runs") coldRunCount = std::max(1, std::stoi(next()));
         else if (arg == "--dir") dir = next();
         else if (arg == "--keep") keep = true;
+        else if (arg == "--linking") {
+            linking = linkingModeFromRaw(next());
+            if (!linking) {
+                std::fprintf(stderr, "--linking takes names or precise\n");
+                return 2;
+            }
+        }
         else if (arg == "--mix") {
             std::string m = next();
             mix = m == "ts" ? bench::Mix::typescript : m == "py" ? bench::Mix::python : bench::Mix::mixed;
         } else {
             std::fprintf(stderr,
                          "usage: %s [--files N] [--mix ts|py|mixed] [--dir DIR] [--jobs N] [--cold-runs N] "
-                         "[--warm-runs N] [--keep]\n",
+                         "[--warm-runs N] [--keep] [--linking names|precise]\n",
                          argv[0]);
             return 2;
         }

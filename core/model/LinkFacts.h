@@ -7,12 +7,12 @@
 // linked, because what a name stands for may live in another file:
 //
 //   expr  := head step*
-//   head  := "this" | "super" | "cls" | "?" | "new(" dotted ")" | name
+//   head  := "this" | "super" | "cls" | "?" name | "new(" dotted ")" | name
 //   step  := "." name | "()"
 //
 // "this" is an instance of the enclosing class (Python's `self` is written so too),
-// "cls" the enclosing class itself, "super" its base, "?" a value of unknown type (a
-// parameter without a type, say), and "new(a.B)" an instance of the class `a.B` (from a
+// "cls" the enclosing class itself, "super" its base, "?x" the local `x` of unknown type
+// (a parameter without a type, say), and "new(a.B)" an instance of the class `a.B` (from a
 // constructor call or a type annotation). A name is looked up in the file: a local of
 // the calling function has already been replaced by what it holds, so only the file's
 // own definitions and imports remain. An empty expression is unknown too.

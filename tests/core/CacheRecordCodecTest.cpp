@@ -168,3 +168,61 @@ TEST(CacheRecordCodec, RefusesAnythingElse) {
 
 }  // namespace
 }  // namespace vantrel
+
+namespace vantrel {
+namespace {
+
+// Precise linking's parts: written only when present, read back whole, each half kept by
+// its reader, and refused when a tuple or a site has the wrong shape.
+TEST(CacheRecordCodec, PreciseSitesAndFactsRoundTripAndAreCheckedStrictly) {
+    CachedFileResult record;
+    record.fileHash = "h";
+    record.sites = {{"a.ts:run:method", "this.store.add", "Runner", 4, 8, CallForm::chainMember},
+                    {"a.ts:run:method", "Task", "Runner", 5, 2, CallForm::constructor},
+                    {"b.py:f:function", "super.__init__", "", 0, 0, CallForm::superMember}};
+    record.facts.classes = {{"Runner", {"Base", "mixins.Log"}, {{"run", "new(Task)"}, {"stop", ""}}, {{"store", "new(Store)"}}}};
+    record.facts.functions = {{"make", "new(Runner)"}};
+    record.facts.variables = {{"module.exports", "Runner"}};
+    record.facts.imports = {{"Store", "src/store.ts", "default"}, {"os", "", "*"}};
+    record.facts.exports = {{"*", "src/all.ts", "*"}};
+
+    const std::string encoded = encodeFileRecord(record);
+    auto decoded = decodeFileRecord(encoded);
+    ASSERT_TRUE(decoded);
+    EXPECT_EQ(*decoded, record);
+    // The merge keeps the facts, the link walk the sites.
+    auto merged = decodeFileRecord(encoded, RecordFields::symbols);
+    auto linked = decodeFileRecord(encoded, RecordFields::links);
+    ASSERT_TRUE(merged && linked);
+    EXPECT_EQ(merged->facts, record.facts);
+    EXPECT_TRUE(merged->sites.empty());
+    EXPECT_EQ(linked->sites, record.sites);
+    EXPECT_TRUE(linked->facts.empty());
+
+    // A names-mode record has neither key, byte for byte as before.
+    CachedFileResult plain;
+    plain.fileHash = "h";
+    EXPECT_EQ(encodeFileRecord(plain), R"({"calls":[],"diagnostics":[],"fileHash":"h","imports":{},"symbols":[]})");
+    // A record read into one that held sites and facts drops them.
+    CachedFileResult reused = record;
+    ASSERT_TRUE(decodeFileRecordInto(encodeFileRecord(plain), RecordFields::all, reused));
+    EXPECT_TRUE(reused.sites.empty() && reused.facts.empty());
+
+    const std::string head = R"({"calls":[],"diagnostics":[],"fileHash":"h","imports":{},)";
+    for (const char* bad : {R"("sites":[["c","f","",1,2]],"symbols":[]})",          // a site too short
+                            R"("sites":[["c","f","",1,2,3,4]],"symbols":[]})",      // too long
+                            R"("sites":[["c","f","",-1,2,0]],"symbols":[]})",       // a negative line
+                            R"("sites":[["c","f","",1,2,99]],"symbols":[]})",       // no such form
+                            R"("sites":[["c",7,"",1,2,0]],"symbols":[]})"})         // a number for text
+        EXPECT_FALSE(decodeFileRecord(head + bad)) << bad;
+    const std::string facts = R"({"calls":[],"diagnostics":[],"facts":{"classes":[],"exports":[],"functions":[)";
+    EXPECT_FALSE(decodeFileRecord(facts + R"(["f"]],"imports":[],"variables":[]},"fileHash":"h","imports":{},"symbols":[]})"));
+    EXPECT_FALSE(decodeFileRecord(
+        R"({"calls":[],"diagnostics":[],"facts":{"exports":[],"functions":[],"imports":[],"variables":[]},"fileHash":"h","imports":{},"symbols":[]})"))
+        << "facts without their classes";
+    EXPECT_TRUE(decodeFileRecord(
+        R"({"calls":[],"diagnostics":[],"facts":{"classes":[],"exports":[],"functions":[["f",""]],"imports":[],"variables":[]},"fileHash":"h","imports":{},"symbols":[]})"));
+}
+
+}  // namespace
+}  // namespace vantrel

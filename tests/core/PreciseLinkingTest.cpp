@@ -356,8 +356,7 @@ std::vector<Calls> expectedEdges() {
 // Receivers of unknown or builtin type link when exactly one class declares the method.
 EdgeSet fallbackEdges() {
     return {
-        {function(kReports, "build"), method(kInvoice, "summary")},          // a loop variable
-        {function(kReports, "totals_by_customer"), method(kLedger, "get")},  // `totals = {}`
+        {function(kReports, "build"), method(kInvoice, "summary")},  // a loop variable
     };
 }
 }  // namespace py
@@ -414,6 +413,9 @@ TEST_F(PrecisePythonProject, UntypedReceiverFallbackLinksOnlyMethodNamesOneClass
     using namespace py;
     ProjectIR ir = scan(dir.copyFixture("precise-python"), kPreciseMode, "support");
     for (const auto& [caller, callee] : fallbackEdges()) EXPECT_TRUE(refsOut(ir, caller).contains(callee)) << caller;
+    // `totals = {}`: get is a dict's method, so the one project class declaring a get is
+    // not guessed (measured: such guesses were most of the fallback's wrong edges).
+    EXPECT_FALSE(refsOut(ir, function(kReports, "totals_by_customer")).contains(method(kLedger, "get")));
     // `problems = []`, `self.notes = []`: append is declared by Ledger and Report.
     EXPECT_TRUE(refsOut(ir, method(kModels, "validate")).empty());
     EXPECT_TRUE(refsOut(ir, method(kModels, "annotate")).empty());

@@ -117,12 +117,12 @@ public:
     void assignLocal(std::string_view name, std::string expression) {
         if (std::string* local = findLocal(name); local && local->empty()) *local = std::move(expression);
     }
-    // What a local holds ("?" when unknown); nothing when the name is no local of an
+    // What a local holds ("?name" when unknown); nothing when the name is no local of an
     // enclosing function, so that it is the file's to resolve.
     std::optional<std::string> local(std::string_view name) const {
         for (auto it = scopes_.rbegin(); it != scopes_.rend(); ++it)
             for (auto local = it->locals.rbegin(); local != it->locals.rend(); ++local)
-                if (local->first == name) return local->second.empty() ? std::string("?") : local->second;
+                if (local->first == name) return local->second.empty() ? "?" + local->first : local->second;
         return std::nullopt;
     }
 

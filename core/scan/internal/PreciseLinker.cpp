@@ -225,7 +225,7 @@ PreciseLinker::Value PreciseLinker::head(std::string_view head, const FileEntry&
         if (bases.front().external) return Value::of(Kind::external);
         return Value::ofClass(Kind::instance, bases.front().klass);
     }
-    if (head == "?") return Value::of(Kind::opaque);
+    if (head.starts_with('?')) return Value{Kind::opaque, nullptr, nullptr, nullptr};
     if (head.starts_with("new(") && head.ends_with(")")) {
         Value klass = unwrapModule(evaluate(head.substr(4, head.size() - 5), file, self, budget), budget);
         if (klass.kind == Kind::klass) return Value::ofClass(Kind::instance, klass.classRef());
@@ -427,7 +427,17 @@ const NameCandidate* PreciseLinker::resolve(const CallSite& site, std::string_vi
         return target(value, budget);
     }
     const std::string_view name = callee.substr(dot + 1);
-    Value receiver = evaluate(callee.substr(0, dot), *file, self, budget);
+    const std::string_view receiverText = callee.substr(0, dot);
+    Value receiver = evaluate(receiverText, *file, self, budget);
+    if (receiver.kind == Kind::opaque && receiverText.size() > 1 && receiverText.find_first_of(".(") == std::string_view::npos) {
+        // A local of unknown type named after a class (`subscriber` and `Subscriber`): that
+        // class, when it is the only one so named and has the method.
+        auto named = facts_.classesNamedLike(receiverText.substr(1), file->python);
+        if (named.size() == 1) {
+            Found method = findMember(facts_, named.front(), name, true, budget);
+            if (method.entry) return symbolIn(method.owner.file->path, name, true, false);
+        }
+    }
     if (receiver.kind == Kind::unknown || receiver.kind == Kind::opaque) {
         // The receiver's type is unknown: only a method name that one class declares links,
         // and none that the language's own types have.

@@ -2,8 +2,17 @@
 
 #include <algorithm>
 #include <cassert>
+#include <cctype>
 
 namespace vantrel::detail {
+
+namespace {
+std::string folded(std::string_view name) {
+    std::string out(name);
+    for (char& c : out) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+    return out;
+}
+}  // namespace
 
 void ProjectFacts::add(std::string path, FileFacts facts) {
     auto entry = std::make_unique<FileEntry>();
@@ -26,6 +35,7 @@ void ProjectFacts::finish() {
             if (klass.name.empty()) continue;
             file.classes.emplace(klass.name, &klass);
             classesByName_[file.python][klass.name].push_back(ClassRef{&file, &klass});
+            classesByFoldedName_[file.python][folded(klass.name)].push_back(ClassRef{&file, &klass});
             for (const auto& method : klass.methods) {
                 auto& list = declarers[file.python][method.name];
                 if (list.empty() || list.back().facts != &klass) list.push_back(ClassRef{&file, &klass});
@@ -67,6 +77,12 @@ const FileEntry* ProjectFacts::file(std::string_view path) const {
 const std::vector<ClassRef>* ProjectFacts::classesNamed(std::string_view name, bool python) const {
     auto it = classesByName_[python].find(name);
     return it == classesByName_[python].end() ? nullptr : &it->second;
+}
+
+std::span<const ClassRef> ProjectFacts::classesNamedLike(std::string_view name, bool python) const {
+    auto it = classesByFoldedName_[python].find(folded(name));
+    if (it == classesByFoldedName_[python].end()) return {};
+    return it->second;
 }
 
 std::optional<ClassRef> ProjectFacts::soleDeclarer(std::string_view method, bool python) const {

@@ -9,6 +9,7 @@
 #include <cstdint>
 #include <memory>
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 #include <unordered_map>
@@ -60,6 +61,9 @@ public:
     [[nodiscard]] const FileEntry* file(std::string_view path) const;
     // The classes of this name in files of the same language family, in path order.
     [[nodiscard]] const std::vector<ClassRef>* classesNamed(std::string_view name, bool python) const;
+    // The classes whose name is `name` but for the case of its letters (a variable
+    // `subscriber` and the class `Subscriber`), in path order; empty for none.
+    [[nodiscard]] std::span<const ClassRef> classesNamedLike(std::string_view name, bool python) const;
     // The one class of the language family that declares a method of this name.
     [[nodiscard]] std::optional<ClassRef> soleDeclarer(std::string_view method, bool python) const;
     // The bases of a class, resolved.
@@ -70,6 +74,7 @@ private:
     std::unordered_map<std::string_view, const FileEntry*> byPath_;
     std::unordered_map<std::string_view, std::vector<ClassRef>> classesByName_[2];  // [python]
     std::unordered_map<std::string_view, std::optional<ClassRef>> soleDeclarers_[2];
+    std::unordered_map<std::string, std::vector<ClassRef>> classesByFoldedName_[2];
     std::unordered_map<const ClassFacts*, std::vector<BaseRef>> bases_;
     std::vector<BaseRef> noBases_;
 };
