@@ -377,10 +377,17 @@ void readFacts(JsonReader& reader, bool keep, FileFacts& facts) {
     });
 }
 
+// Into the sites already there, whose strings keep their capacity from record to record.
 void readSites(JsonReader& reader, bool keep, std::vector<CallSite>& sites) {
-    sites.clear();
-    CallSite site;
+    std::size_t count = 0;
+    CallSite skipped;
     readArray(reader, [&] {
+        CallSite* target = &skipped;
+        if (keep) {
+            if (count == sites.size()) sites.emplace_back();
+            target = &sites[count++];
+        }
+        CallSite& site = *target;
         if (reader.peek() != JsonReader::Type::array) throw DecodeError("expected an array");
         reader.beginArray();
         auto element = [&] {
@@ -405,8 +412,8 @@ void readSites(JsonReader& reader, bool keep, std::vector<CallSite>& sites) {
         site.line = static_cast<std::int32_t>(line);
         site.column = static_cast<std::int32_t>(column);
         site.form = static_cast<CallForm>(form);
-        if (keep) sites.push_back(site);
     });
+    sites.resize(count);
 }
 
 }  // namespace

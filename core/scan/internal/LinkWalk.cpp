@@ -99,6 +99,8 @@ void LinkWalk::wireCalls(const CachedFileResult& record, const std::string& relP
 
 // The same for precise linking: each site's callee expression is evaluated to its symbol.
 void LinkWalk::wireSites(const CachedFileResult& record, const std::string& relPath) {
+    const FileEntry* file = precise_->file(relPath);
+    if (!file) return;
     GraphSymbol caller;
     const std::string* lastCallerId = nullptr;
     for (const auto& site : record.sites) {
@@ -107,7 +109,7 @@ void LinkWalk::wireSites(const CachedFileResult& record, const std::string& relP
             caller = graph_.find(site.callerId);
         }
         if (!caller.symbol) continue;
-        const NameCandidate* callee = precise_->resolve(site, relPath, record.imports);
+        const NameCandidate* callee = precise_->resolve(site, *file, record.imports);
         if (!callee || callee->id == caller.id) continue;
         graph_.addEdge(caller, *callee->symbol);
     }

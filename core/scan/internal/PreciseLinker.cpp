@@ -185,9 +185,9 @@ PreciseLinker::Value PreciseLinker::evaluate(std::string_view expression, const 
              end = expression.find('.', end + 1)) {
             std::string_view prefix = expression.substr(0, end);
             if (prefix.find('(') != std::string_view::npos) break;
-            if (file.imports.count(prefix)) best = prefix;
+            if (file.imports.find(prefix)) best = prefix;
         }
-        if (std::string_view whole = expression.substr(0, expression.find('(')); file.imports.count(whole))
+        if (std::string_view whole = expression.substr(0, expression.find('(')); file.imports.find(whole))
             best = whole;
         if (!best.empty()) {
             first = best;
@@ -236,20 +236,20 @@ PreciseLinker::Value PreciseLinker::head(std::string_view head, const FileEntry&
 
 PreciseLinker::Value PreciseLinker::lookUp(const FileEntry& file, std::string_view name, int& budget) const {
     if (--budget < 0) return Value::of(Kind::unknown);
-    if (auto it = file.classes.find(name); it != file.classes.end())
-        return Value::ofClass(Kind::klass, ClassRef{&file, it->second});
-    if (auto it = file.functions.find(name); it != file.functions.end())
-        return Value{Kind::function, &file, nullptr, it->second};
-    if (auto it = file.imports.find(name); it != file.imports.end()) {
-        const ImportBinding& binding = *it->second;
+    if (const auto* found = file.classes.find(name))
+        return Value::ofClass(Kind::klass, ClassRef{&file, found});
+    if (const auto* found = file.functions.find(name))
+        return Value{Kind::function, &file, nullptr, found};
+    if (const auto* found = file.imports.find(name)) {
+        const ImportBinding& binding = *found;
         if (binding.path.empty()) return Value::of(Kind::external);
         const FileEntry* module = facts_.file(binding.path);
         if (!module) return Value::of(Kind::external);  // a file the scan leaves out
         if (binding.name == "*") return Value{Kind::module, module, nullptr, nullptr};
         return moduleMember(*module, binding.name, budget);
     }
-    if (auto it = file.variables.find(name); it != file.variables.end())
-        return evaluate(it->second->type, file, ClassRef{}, budget);
+    if (const auto* found = file.variables.find(name))
+        return evaluate(found->type, file, ClassRef{}, budget);
     for (const ImportBinding* star : file.starImports) {
         if (star->path.empty()) continue;
         const FileEntry* module = facts_.file(star->path);
@@ -266,21 +266,21 @@ PreciseLinker::Value PreciseLinker::lookUp(const FileEntry& file, std::string_vi
 
 PreciseLinker::Value PreciseLinker::moduleMember(const FileEntry& module, std::string_view name, int& budget) const {
     if (--budget < 0) return Value::of(Kind::unknown);
-    if (auto it = module.classes.find(name); it != module.classes.end())
-        return Value::ofClass(Kind::klass, ClassRef{&module, it->second});
-    if (auto it = module.functions.find(name); it != module.functions.end())
-        return Value{Kind::function, &module, nullptr, it->second};
-    if (auto it = module.variables.find(name); it != module.variables.end())
-        return evaluate(it->second->type, module, ClassRef{}, budget);
-    if (auto it = module.exports.find(name); it != module.exports.end()) {
-        const ImportBinding& exported = *it->second;
+    if (const auto* found = module.classes.find(name))
+        return Value::ofClass(Kind::klass, ClassRef{&module, found});
+    if (const auto* found = module.functions.find(name))
+        return Value{Kind::function, &module, nullptr, found};
+    if (const auto* found = module.variables.find(name))
+        return evaluate(found->type, module, ClassRef{}, budget);
+    if (const auto* found = module.exports.find(name)) {
+        const ImportBinding& exported = *found;
         const FileEntry* from = exported.path == module.path ? &module : facts_.file(exported.path);
         if (!from) return Value::of(exported.path.empty() ? Kind::external : Kind::unknown);
         if (exported.name == "*") return Value{Kind::module, from, nullptr, nullptr};
         if (from == &module) return lookUp(module, exported.name, budget);
         return moduleMember(*from, exported.name, budget);
     }
-    if (module.imports.count(name)) return lookUp(module, name, budget);
+    if (module.imports.find(name)) return lookUp(module, name, budget);
     for (const ImportBinding* star : module.starExports) {
         const FileEntry* from = facts_.file(star->path);
         if (!from || from == &module) continue;
@@ -288,8 +288,8 @@ PreciseLinker::Value PreciseLinker::moduleMember(const FileEntry& module, std::s
         if (found.kind != Kind::unknown) return found;
     }
     // CommonJS: `module.exports = { ... }` or `exports.name = ...`.
-    if (auto it = module.variables.find("module.exports"); it != module.variables.end()) {
-        Value whole = evaluate(it->second->type, module, ClassRef{}, budget);
+    if (const auto* found = module.variables.find("module.exports")) {
+        Value whole = evaluate(found->type, module, ClassRef{}, budget);
         if (whole.kind == Kind::klass || whole.kind == Kind::instance) return member(whole, name, budget);
     }
     // A package's submodule.
@@ -307,9 +307,9 @@ PreciseLinker::Value PreciseLinker::unwrapModule(const Value& value, int& budget
     if (value.kind != Kind::module) return value;
     const FileEntry& module = *value.file;
     for (std::string_view whole : {std::string_view("module.exports"), std::string_view("default")}) {
-        if (auto it = module.variables.find(whole); it != module.variables.end())
-            return evaluate(it->second->type, module, ClassRef{}, budget);
-        if (auto it = module.exports.find(whole); it != module.exports.end()) return moduleMember(module, whole, budget);
+        if (const auto* found = module.variables.find(whole))
+            return evaluate(found->type, module, ClassRef{}, budget);
+        if (module.exports.find(whole)) return moduleMember(module, whole, budget);
     }
     return value;
 }
@@ -392,14 +392,14 @@ const NameCandidate* PreciseLinker::target(const Value& value, int& budget) cons
     }
 }
 
-const NameCandidate* PreciseLinker::resolve(const CallSite& site, std::string_view path,
+const NameCandidate* PreciseLinker::resolve(const CallSite& site, const FileEntry& caller,
                                             const std::map<std::string, std::string>& nameImports) const {
-    const FileEntry* file = facts_.file(path);
-    if (!file) return nullptr;
+    const FileEntry* file = &caller;
+    const std::string_view path = caller.path;
     int budget = kSiteBudget;
     ClassRef self;
     if (!site.enclosingClass.empty())
-        if (auto it = file->classes.find(site.enclosingClass); it != file->classes.end()) self = {file, it->second};
+        if (const auto* found = file->classes.find(site.enclosingClass)) self = {file, found};
 
     switch (site.form) {
         case CallForm::superCall: {

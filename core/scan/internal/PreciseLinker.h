@@ -32,9 +32,11 @@ public:
     // outlive the linker, which is then read-only and shared by the link walk's lanes.
     PreciseLinker(ProjectFacts& facts, const SymbolNameIndex& index);
 
-    // The symbol the call reaches, or null. `path` is the caller's file, `nameImports`
+    // The caller's file among the facts; null for a file without facts.
+    [[nodiscard]] const FileEntry* file(std::string_view path) const { return facts_.file(path); }
+    // The symbol the call reaches, or null. `file` is the caller's file, `nameImports`
     // its names-mode imports (for the fallback of plain names).
-    [[nodiscard]] const NameCandidate* resolve(const CallSite& site, std::string_view path,
+    [[nodiscard]] const NameCandidate* resolve(const CallSite& site, const FileEntry& file,
                                                const std::map<std::string, std::string>& nameImports) const;
 
     struct Value;

@@ -33,7 +33,7 @@ void ProjectFacts::finish() {
         // The first definition of a name in a file counts, as for ids.
         for (const auto& klass : facts.classes) {
             if (klass.name.empty()) continue;
-            file.classes.emplace(klass.name, &klass);
+            file.classes.add(klass.name, &klass);
             classesByName_[file.python][klass.name].push_back(ClassRef{&file, &klass});
             classesByFoldedName_[file.python][folded(klass.name)].push_back(ClassRef{&file, &klass});
             for (const auto& method : klass.methods) {
@@ -41,20 +41,26 @@ void ProjectFacts::finish() {
                 if (list.empty() || list.back().facts != &klass) list.push_back(ClassRef{&file, &klass});
             }
         }
-        for (const auto& function : facts.functions) file.functions.emplace(function.name, &function);
-        for (const auto& variable : facts.variables) file.variables.emplace(variable.name, &variable);
+        for (const auto& function : facts.functions) file.functions.add(function.name, &function);
+        for (const auto& variable : facts.variables) file.variables.add(variable.name, &variable);
         for (const auto& binding : facts.imports) {
             if (binding.local == "*") {
                 file.starImports.push_back(&binding);
                 continue;
             }
-            file.imports.insert_or_assign(binding.local, &binding);
+            file.imports.add(binding.local, &binding);
             if (binding.local.find('.') != std::string::npos) file.dottedImports = true;
         }
         for (const auto& binding : facts.exports) {
             if (binding.local == "*") file.starExports.push_back(&binding);
-            else file.exports.emplace(binding.local, &binding);
+            else file.exports.add(binding.local, &binding);
         }
+        file.classes.finish(false);
+        file.functions.finish(false);
+        file.variables.finish(false);
+        file.imports.finish(true);
+        file.exports.finish(false);
+        file.facts.classes.shrink_to_fit();
     }
     for (int python = 0; python < 2; ++python)
         for (auto& [name, classes] : declarers[python])

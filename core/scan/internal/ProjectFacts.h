@@ -6,6 +6,7 @@
 // locks.
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
 #include <memory>
 #include <optional>
@@ -35,15 +36,46 @@ struct BaseRef {
     bool external = false;   // a class outside the project (its methods are unknown)
 };
 
+// Entries of one file by name: a sorted array searched by halves, which costs a file's
+// few names less memory and time than a hash table of its own.
+template <typename T>
+class ByName {
+public:
+    void add(std::string_view name, const T* value) { entries_.emplace_back(name, value); }
+    // Orders the entries; of equal names the first added stays, or the last with `lastWins`.
+    void finish(bool lastWins) {
+        std::stable_sort(entries_.begin(), entries_.end(),
+                         [](const auto& a, const auto& b) { return a.first < b.first; });
+        std::vector<std::pair<std::string_view, const T*>> kept;
+        kept.reserve(entries_.size());
+        for (const auto& entry : entries_) {
+            if (!kept.empty() && kept.back().first == entry.first) {
+                if (lastWins) kept.back() = entry;
+                continue;
+            }
+            kept.push_back(entry);
+        }
+        entries_.swap(kept);
+    }
+    [[nodiscard]] const T* find(std::string_view name) const {
+        auto it = std::lower_bound(entries_.begin(), entries_.end(), name,
+                                   [](const auto& entry, std::string_view key) { return entry.first < key; });
+        return it != entries_.end() && it->first == name ? it->second : nullptr;
+    }
+
+private:
+    std::vector<std::pair<std::string_view, const T*>> entries_;
+};
+
 struct FileEntry {
     std::string path;
     FileFacts facts;
     bool python = false;
-    std::unordered_map<std::string_view, const ClassFacts*> classes;
-    std::unordered_map<std::string_view, const TypedName*> functions;
-    std::unordered_map<std::string_view, const TypedName*> variables;
-    std::unordered_map<std::string_view, const ImportBinding*> imports;  // a later binding wins
-    std::unordered_map<std::string_view, const ImportBinding*> exports;
+    ByName<ClassFacts> classes;
+    ByName<TypedName> functions;
+    ByName<TypedName> variables;
+    ByName<ImportBinding> imports;  // a later binding wins
+    ByName<ImportBinding> exports;
     std::vector<const ImportBinding*> starImports, starExports;
     bool dottedImports = false;  // some import binds a dotted name (Python's `import a.b`)
 };
