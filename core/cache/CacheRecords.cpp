@@ -314,30 +314,41 @@ void appendSite(std::string& out, const CallSite& site) {
     out.push_back(']');
 }
 
-// Reads an array of string tuples of exactly `N` strings each.
-template <std::size_t N, typename Take>
-void readTuples(JsonReader& reader, bool keep, Take take) {
-    std::array<std::string, N> values;
+// One array of exactly `N` strings into `targets`, checked alike when not kept.
+template <std::size_t N>
+void readStringTuple(JsonReader& reader, bool keep, const std::array<std::string*, N>& targets) {
+    std::size_t count = 0;
     readArray(reader, [&] {
-        std::size_t count = 0;
-        readArray(reader, [&] {
-            if (count == N) throw DecodeError("tuple too long");
-            readOrSkipString(reader, values[count++], keep);
-        });
-        if (count != N) throw DecodeError("tuple too short");
-        if (keep) take(values);
+        if (count == N) throw DecodeError("tuple too long");
+        readOrSkipString(reader, *targets[count++], keep);
     });
+    if (count != N) throw DecodeError("tuple too short");
+}
+
+// An array into the elements already in `out`, whose strings keep their capacity from one
+// record to the next; `read(element)` reads one.
+template <typename T, typename Read>
+void readReusing(JsonReader& reader, bool keep, std::vector<T>& out, Read read) {
+    std::size_t count = 0;
+    T skipped{};
+    readArray(reader, [&] {
+        T* target = &skipped;
+        if (keep) {
+            if (count == out.size()) out.emplace_back();
+            target = &out[count++];
+        }
+        read(*target);
+    });
+    out.resize(count);
 }
 
 void readTypedNames(JsonReader& reader, bool keep, std::vector<TypedName>& out) {
-    out.clear();
-    readTuples<2>(reader, keep, [&](auto& v) { out.push_back(TypedName{std::move(v[0]), std::move(v[1])}); });
+    readReusing(reader, keep, out, [&](TypedName& t) { readStringTuple<2>(reader, keep, {&t.name, &t.type}); });
 }
 
 void readBindings(JsonReader& reader, bool keep, std::vector<ImportBinding>& out) {
-    out.clear();
-    readTuples<3>(reader, keep,
-                  [&](auto& v) { out.push_back(ImportBinding{std::move(v[0]), std::move(v[1]), std::move(v[2])}); });
+    readReusing(reader, keep, out,
+                [&](ImportBinding& b) { readStringTuple<3>(reader, keep, {&b.local, &b.path, &b.name}); });
 }
 
 void readFacts(JsonReader& reader, bool keep, FileFacts& facts) {
@@ -345,18 +356,22 @@ void readFacts(JsonReader& reader, bool keep, FileFacts& facts) {
     readObject(reader, kKeys, [&](std::size_t which, std::string_view) {
         switch (which) {
             case 0:
-                facts.classes.clear();
-                readArray(reader, [&] {
-                    ClassFacts c;
+                readReusing(reader, keep, facts.classes, [&](ClassFacts& c) {
                     static constexpr std::array<std::string_view, 4> kClass{"bases", "fields", "methods", "name"};
                     readObject(reader, kClass, [&](std::size_t field, std::string_view) {
                         switch (field) {
                             case 0: {
-                                std::string base;
+                                std::size_t bases = 0;
+                                std::string skipped;
                                 readArray(reader, [&] {
-                                    readOrSkipString(reader, base, keep);
-                                    if (keep) c.bases.push_back(base);
+                                    std::string* target = &skipped;
+                                    if (keep) {
+                                        if (bases == c.bases.size()) c.bases.emplace_back();
+                                        target = &c.bases[bases++];
+                                    }
+                                    readOrSkipString(reader, *target, keep);
                                 });
+                                if (keep) c.bases.resize(bases);
                                 return true;
                             }
                             case 1: readTypedNames(reader, keep, c.fields); return true;
@@ -365,7 +380,6 @@ void readFacts(JsonReader& reader, bool keep, FileFacts& facts) {
                             default: return false;
                         }
                     });
-                    if (keep) facts.classes.push_back(std::move(c));
                 });
                 return true;
             case 1: readBindings(reader, keep, facts.exports); return true;
@@ -377,7 +391,6 @@ void readFacts(JsonReader& reader, bool keep, FileFacts& facts) {
     });
 }
 
-// Into the sites already there, whose strings keep their capacity from record to record.
 void readSites(JsonReader& reader, bool keep, std::vector<CallSite>& sites) {
     std::size_t count = 0;
     CallSite skipped;
@@ -537,7 +550,14 @@ bool decodeFileRecordInto(std::string_view bytes, RecordFields keep, CachedFileR
             }
         });
         reader.finish();
-        if (!sawFacts) record.facts = FileFacts{};
+        if (!sawFacts) {
+            // Emptied in place: the lists keep their memory for the next record.
+            record.facts.classes.clear();
+            record.facts.functions.clear();
+            record.facts.variables.clear();
+            record.facts.imports.clear();
+            record.facts.exports.clear();
+        }
         if (!sawSites) record.sites.clear();
         return true;
     } catch (...) {

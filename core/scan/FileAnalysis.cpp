@@ -71,6 +71,9 @@ bool parseAndCache(const EnumeratedFile& file, const FileAnalysisContext& contex
     FileAnalysisResult analysis = analyzeSource(*plugin->second, file, text, context.root, context.tsconfig,
                                                 context.linking, context.packages);
 
+    // Precise linking finds imported names through the facts' bindings; the bare-name map
+    // would only be read back and thrown away.
+    if (context.linking == LinkingMode::precise) analysis.imports.clear();
     record = CachedFileResult{std::move(fileHash),          std::move(analysis.symbols), std::move(analysis.imports),
                               std::move(analysis.calls),    std::move(analysis.diagnostics),
                               std::move(analysis.sites),    std::move(analysis.facts)};

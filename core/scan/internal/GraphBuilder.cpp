@@ -18,8 +18,6 @@ void FileSymbols::take(CachedFileResult& record) {
     while (!byId.empty()) symbols.push_back(byId.extract(byId.begin()));
     diagnostics.assign(std::make_move_iterator(record.diagnostics.begin()),
                        std::make_move_iterator(record.diagnostics.end()));
-    facts = std::move(record.facts);
-    record.facts = FileFacts{};
 }
 
 GraphBuilder::GraphBuilder(std::string projectId, double lastScan) {
@@ -39,7 +37,7 @@ void GraphBuilder::merge(FileSymbols& file) {
         hint = std::next(at);
     }
     for (auto& diagnostic : file.diagnostics) diagnostics_.push_back(std::move(diagnostic));
-    if (!file.path.empty()) facts_.add(std::move(file.path), std::move(file.facts));
+    if (file.facts) facts_.add(std::move(file.facts));
 }
 
 void GraphBuilder::finishIndex() {

@@ -5,6 +5,7 @@
 #pragma once
 
 #include <array>
+#include <memory>
 #include <cstddef>
 #include <mutex>
 #include <string>
@@ -24,9 +25,8 @@ namespace vantrel::detail {
 struct FileSymbols {
     std::vector<SymbolMap::node_type> symbols;
     std::vector<ResolutionDiagnostic> diagnostics;
-    // Precise linking: the file's path and type facts.
-    std::string path;
-    FileFacts facts;
+    // Precise linking: the file's type facts.
+    std::unique_ptr<FileEntry> facts;
 
     // Moves out of `record` what the graph keeps; its lists keep their memory for the
     // worker's next file. A later symbol of one id replaces an earlier one, as in the

@@ -109,7 +109,7 @@ void LinkWalk::wireSites(const CachedFileResult& record, const std::string& relP
             caller = graph_.find(site.callerId);
         }
         if (!caller.symbol) continue;
-        const NameCandidate* callee = precise_->resolve(site, *file, record.imports);
+        const NameCandidate* callee = precise_->resolve(site, *file);
         if (!callee || callee->id == caller.id) continue;
         graph_.addEdge(caller, *callee->symbol);
     }

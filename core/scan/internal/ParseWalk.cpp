@@ -58,7 +58,9 @@ void ParseWalk::flush(const std::vector<EnumeratedFile>& files, const FileAnalys
                     if (parseAndCache(files[i], context, scratch)) {
                         outcome.hasResult = true;
                         outcome.symbols.take(scratch.record);
-                        if (scan_.linking == LinkingMode::precise) outcome.symbols.path = files[i].relPath;
+                        // The record's facts keep their memory for the lane's next file.
+                        if (scan_.linking == LinkingMode::precise)
+                            outcome.symbols.facts = FileEntry::make(files[i].relPath, scratch.record.facts);
                     }
                     scratch.releaseLarge();
                 } catch (...) {

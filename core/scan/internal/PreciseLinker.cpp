@@ -21,8 +21,8 @@ struct PreciseLinker::Value {
     };
     Kind kind = Kind::unknown;
     const FileEntry* file = nullptr;      // the module; the function's or the class's file
-    const ClassFacts* klass = nullptr;    // the class, the instance's class, the method's class
-    const TypedName* entry = nullptr;     // the function or method, with its result
+    const ClassInfo* klass = nullptr;    // the class, the instance's class, the method's class
+    const TypedRef* entry = nullptr;     // the function or method, with its result
 
     static Value of(Kind kind) { return Value{kind, nullptr, nullptr, nullptr}; }
     static Value ofClass(Kind kind, ClassRef ref) { return Value{kind, ref.file, ref.facts, nullptr}; }
@@ -132,7 +132,7 @@ std::size_t lastStep(std::string_view expression) {
 
 struct Found {
     ClassRef owner;
-    const TypedName* entry = nullptr;
+    const TypedRef* entry = nullptr;
     bool external = false;  // the search met a base outside the project
 };
 
@@ -241,18 +241,17 @@ PreciseLinker::Value PreciseLinker::lookUp(const FileEntry& file, std::string_vi
     if (const auto* found = file.functions.find(name))
         return Value{Kind::function, &file, nullptr, found};
     if (const auto* found = file.imports.find(name)) {
-        const ImportBinding& binding = *found;
+        const BindingRef& binding = *found;
         if (binding.path.empty()) return Value::of(Kind::external);
-        const FileEntry* module = facts_.file(binding.path);
+        const FileEntry* module = file.moduleOf(binding);
         if (!module) return Value::of(Kind::external);  // a file the scan leaves out
         if (binding.name == "*") return Value{Kind::module, module, nullptr, nullptr};
         return moduleMember(*module, binding.name, budget);
     }
     if (const auto* found = file.variables.find(name))
         return evaluate(found->type, file, ClassRef{}, budget);
-    for (const ImportBinding* star : file.starImports) {
-        if (star->path.empty()) continue;
-        const FileEntry* module = facts_.file(star->path);
+    for (const BindingRef* star : file.starImports) {
+        const FileEntry* module = file.moduleOf(*star);
         if (!module) continue;
         Value found = moduleMember(*module, name, budget);
         if (found.kind != Kind::unknown) return found;
@@ -273,16 +272,16 @@ PreciseLinker::Value PreciseLinker::moduleMember(const FileEntry& module, std::s
     if (const auto* found = module.variables.find(name))
         return evaluate(found->type, module, ClassRef{}, budget);
     if (const auto* found = module.exports.find(name)) {
-        const ImportBinding& exported = *found;
-        const FileEntry* from = exported.path == module.path ? &module : facts_.file(exported.path);
+        const BindingRef& exported = *found;
+        const FileEntry* from = module.moduleOf(exported);
         if (!from) return Value::of(exported.path.empty() ? Kind::external : Kind::unknown);
         if (exported.name == "*") return Value{Kind::module, from, nullptr, nullptr};
         if (from == &module) return lookUp(module, exported.name, budget);
         return moduleMember(*from, exported.name, budget);
     }
     if (module.imports.find(name)) return lookUp(module, name, budget);
-    for (const ImportBinding* star : module.starExports) {
-        const FileEntry* from = facts_.file(star->path);
+    for (const BindingRef* star : module.starExports) {
+        const FileEntry* from = module.moduleOf(*star);
         if (!from || from == &module) continue;
         Value found = moduleMember(*from, name, budget);
         if (found.kind != Kind::unknown) return found;
@@ -392,8 +391,7 @@ const NameCandidate* PreciseLinker::target(const Value& value, int& budget) cons
     }
 }
 
-const NameCandidate* PreciseLinker::resolve(const CallSite& site, const FileEntry& caller,
-                                            const std::map<std::string, std::string>& nameImports) const {
+const NameCandidate* PreciseLinker::resolve(const CallSite& site, const FileEntry& caller) const {
     const FileEntry* file = &caller;
     const std::string_view path = caller.path;
     int budget = kSiteBudget;
@@ -421,8 +419,10 @@ const NameCandidate* PreciseLinker::resolve(const CallSite& site, const FileEntr
         Value value = evaluate(callee, *file, self, budget);
         if (value.kind == Kind::unknown && callee.find_first_of("().") == std::string_view::npos) {
             // A name the file does not know: the names mode's rule, which links unique names
-            // across files (scripts that share globals) and the caller's own file.
-            return resolveCallee(std::string(callee), nameImports, path, index_);
+            // across files (scripts that share globals) and the caller's own file. Its imports
+            // step has nothing to add: an imported name is known to the file.
+            static const std::map<std::string, std::string> noImports;
+            return resolveCallee(std::string(callee), noImports, path, index_);
         }
         return target(value, budget);
     }

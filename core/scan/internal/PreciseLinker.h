@@ -34,10 +34,8 @@ public:
 
     // The caller's file among the facts; null for a file without facts.
     [[nodiscard]] const FileEntry* file(std::string_view path) const { return facts_.file(path); }
-    // The symbol the call reaches, or null. `file` is the caller's file, `nameImports`
-    // its names-mode imports (for the fallback of plain names).
-    [[nodiscard]] const NameCandidate* resolve(const CallSite& site, const FileEntry& file,
-                                               const std::map<std::string, std::string>& nameImports) const;
+    // The symbol the call reaches, or null; `file` is the caller's.
+    [[nodiscard]] const NameCandidate* resolve(const CallSite& site, const FileEntry& file) const;
 
     struct Value;
 

@@ -4,6 +4,9 @@
 // that exactly one class declares. Each class's bases are resolved once, by the linker,
 // before the link walk. Read-only from then on, so the link walk's lanes share it without
 // locks.
+//
+// A file's facts are held compactly, since the whole project's are held at once: all its
+// strings in one buffer and views into it, with no allocation per string.
 #pragma once
 
 #include <algorithm>
@@ -22,10 +25,23 @@ namespace vantrel::detail {
 
 struct FileEntry;
 
+// The compact forms of TypedName, ImportBinding and ClassFacts (core/model/LinkFacts.h).
+struct TypedRef {
+    std::string_view name, type;
+};
+struct BindingRef {
+    std::string_view local, path, name;
+};
+struct ClassInfo {
+    std::string_view name;
+    std::span<const std::string_view> bases;
+    std::span<const TypedRef> methods, fields;
+};
+
 // A class where it is declared.
 struct ClassRef {
     const FileEntry* file = nullptr;
-    const ClassFacts* facts = nullptr;
+    const ClassInfo* facts = nullptr;
     explicit operator bool() const { return facts != nullptr; }
     bool operator==(const ClassRef&) const = default;
 };
@@ -68,27 +84,47 @@ private:
 };
 
 struct FileEntry {
+    // The compact copy of one file's facts; made on the worker that read them.
+    static std::unique_ptr<FileEntry> make(std::string path, const FileFacts& facts);
+    FileEntry() = default;
+    FileEntry(const FileEntry&) = delete;
+    FileEntry& operator=(const FileEntry&) = delete;
+
     std::string path;
-    FileFacts facts;
     bool python = false;
-    ByName<ClassFacts> classes;
-    ByName<TypedName> functions;
-    ByName<TypedName> variables;
-    ByName<ImportBinding> imports;  // a later binding wins
-    ByName<ImportBinding> exports;
-    std::vector<const ImportBinding*> starImports, starExports;
+    std::string text;  // every string of the facts; the views below point into it
+    std::vector<std::string_view> bases;
+    std::vector<TypedRef> members;  // the classes' methods and fields
+    std::vector<ClassInfo> classList;
+    std::vector<TypedRef> functionList, variableList;
+    std::vector<BindingRef> importList, exportList;
+
+    ByName<ClassInfo> classes;
+    ByName<TypedRef> functions;
+    ByName<TypedRef> variables;
+    ByName<BindingRef> imports;  // a later binding wins
+    ByName<BindingRef> exports;
+    std::vector<const BindingRef*> starImports, starExports;
+    // The project file of each import and export, in their order; null for a module
+    // outside the project or left out of the scan. Found once, by `finish`.
+    std::vector<const FileEntry*> importModules, exportModules;
+    [[nodiscard]] const FileEntry* moduleOf(const BindingRef& binding) const {
+        if (!importList.empty() && &binding >= &importList.front() && &binding <= &importList.back())
+            return importModules[static_cast<std::size_t>(&binding - importList.data())];
+        return exportModules[static_cast<std::size_t>(&binding - exportList.data())];
+    }
     bool dottedImports = false;  // some import binds a dotted name (Python's `import a.b`)
 };
 
 class ProjectFacts {
 public:
     // The facts of one file; one caller at a time, before `finish`.
-    void add(std::string path, FileFacts facts);
+    void add(std::unique_ptr<FileEntry> file);
     // Indexes what was added; once.
     void finish();
     // Every class of the project, for resolving their bases once, and the place for them.
     [[nodiscard]] std::vector<ClassRef> allClasses() const;
-    void setBases(const ClassFacts& facts, std::vector<BaseRef> bases) { bases_[&facts] = std::move(bases); }
+    void setBases(const ClassInfo& facts, std::vector<BaseRef> bases) { bases_[&facts] = std::move(bases); }
 
     [[nodiscard]] const FileEntry* file(std::string_view path) const;
     // The classes of this name in files of the same language family, in path order.
@@ -99,7 +135,7 @@ public:
     // The one class of the language family that declares a method of this name.
     [[nodiscard]] std::optional<ClassRef> soleDeclarer(std::string_view method, bool python) const;
     // The bases of a class, resolved.
-    [[nodiscard]] const std::vector<BaseRef>& basesOf(const ClassFacts& facts) const;
+    [[nodiscard]] const std::vector<BaseRef>& basesOf(const ClassInfo& facts) const;
 
 private:
     std::vector<std::unique_ptr<FileEntry>> files_;
@@ -107,7 +143,7 @@ private:
     std::unordered_map<std::string_view, std::vector<ClassRef>> classesByName_[2];  // [python]
     std::unordered_map<std::string_view, std::optional<ClassRef>> soleDeclarers_[2];
     std::unordered_map<std::string, std::vector<ClassRef>> classesByFoldedName_[2];
-    std::unordered_map<const ClassFacts*, std::vector<BaseRef>> bases_;
+    std::unordered_map<const ClassInfo*, std::vector<BaseRef>> bases_;
     std::vector<BaseRef> noBases_;
 };
 
