@@ -144,7 +144,7 @@ Found findMember(const ProjectFacts& facts, ClassRef klass, std::string_view nam
     const auto& list = methods ? klass.facts->methods : klass.facts->fields;
     for (const auto& entry : list)
         if (entry.name == name) return Found{klass, &entry, false};
-    for (const BaseRef& base : facts.basesOf(*klass.facts)) {
+    for (const BaseRef& base : ProjectFacts::basesOf(klass)) {
         if (base.external) {
             found.external = true;
             continue;
@@ -159,11 +159,7 @@ Found findMember(const ProjectFacts& facts, ClassRef klass, std::string_view nam
 }  // namespace
 
 PreciseLinker::PreciseLinker(ProjectFacts& facts, const SymbolNameIndex& index) : facts_(facts), index_(index) {
-    for (ClassRef klass : facts_.allClasses()) {
-        std::vector<BaseRef> bases;
-        for (const auto& base : klass.facts->bases) bases.push_back(resolveBase(*klass.file, base));
-        facts_.setBases(*klass.facts, std::move(bases));
-    }
+    facts_.resolveBases([&](const FileEntry& file, std::string_view base) { return resolveBase(file, base); });
 }
 
 BaseRef PreciseLinker::resolveBase(const FileEntry& file, std::string_view expression) const {
@@ -185,9 +181,9 @@ PreciseLinker::Value PreciseLinker::evaluate(std::string_view expression, const 
              end = expression.find('.', end + 1)) {
             std::string_view prefix = expression.substr(0, end);
             if (prefix.find('(') != std::string_view::npos) break;
-            if (file.imports.find(prefix)) best = prefix;
+            if (file.import(prefix)) best = prefix;
         }
-        if (std::string_view whole = expression.substr(0, expression.find('(')); file.imports.find(whole))
+        if (std::string_view whole = expression.substr(0, expression.find('(')); file.import(whole))
             best = whole;
         if (!best.empty()) {
             first = best;
@@ -220,7 +216,7 @@ PreciseLinker::Value PreciseLinker::head(std::string_view head, const FileEntry&
     if (head == "cls") return self ? Value::ofClass(Kind::klass, self) : Value::of(Kind::unknown);
     if (head == "super") {
         if (!self) return Value::of(Kind::unknown);
-        const auto& bases = facts_.basesOf(*self.facts);
+        const auto& bases = ProjectFacts::basesOf(self);
         if (bases.empty()) return Value::of(Kind::external);  // `object`, or a base not written down
         if (bases.front().external) return Value::of(Kind::external);
         return Value::ofClass(Kind::instance, bases.front().klass);
@@ -236,58 +232,58 @@ PreciseLinker::Value PreciseLinker::head(std::string_view head, const FileEntry&
 
 PreciseLinker::Value PreciseLinker::lookUp(const FileEntry& file, std::string_view name, int& budget) const {
     if (--budget < 0) return Value::of(Kind::unknown);
-    if (const auto* found = file.classes.find(name))
+    if (const auto* found = file.klass(name))
         return Value::ofClass(Kind::klass, ClassRef{&file, found});
-    if (const auto* found = file.functions.find(name))
+    if (const auto* found = file.function(name))
         return Value{Kind::function, &file, nullptr, found};
-    if (const auto* found = file.imports.find(name)) {
+    if (const auto* found = file.import(name)) {
         const BindingRef& binding = *found;
         if (binding.path.empty()) return Value::of(Kind::external);
-        const FileEntry* module = file.moduleOf(binding);
+        const FileEntry* module = binding.module;
         if (!module) return Value::of(Kind::external);  // a file the scan leaves out
         if (binding.name == "*") return Value{Kind::module, module, nullptr, nullptr};
         return moduleMember(*module, binding.name, budget);
     }
-    if (const auto* found = file.variables.find(name))
+    if (const auto* found = file.variable(name))
         return evaluate(found->type, file, ClassRef{}, budget);
-    for (const BindingRef* star : file.starImports) {
-        const FileEntry* module = file.moduleOf(*star);
+    for (const BindingRef& star : file.starImports) {
+        const FileEntry* module = star.module;
         if (!module) continue;
         Value found = moduleMember(*module, name, budget);
         if (found.kind != Kind::unknown) return found;
     }
     if (isBuiltin(name, file.python)) return Value::of(Kind::external);
     // A class that no import names: in the project, when exactly one class has the name.
-    if (const auto* classes = facts_.classesNamed(name, file.python); classes && classes->size() == 1)
-        return Value::ofClass(Kind::klass, classes->front());
+    if (auto classes = facts_.classesNamed(name, file.python); classes.size() == 1)
+        return Value::ofClass(Kind::klass, classes.front());
     return Value::of(Kind::unknown);
 }
 
 PreciseLinker::Value PreciseLinker::moduleMember(const FileEntry& module, std::string_view name, int& budget) const {
     if (--budget < 0) return Value::of(Kind::unknown);
-    if (const auto* found = module.classes.find(name))
+    if (const auto* found = module.klass(name))
         return Value::ofClass(Kind::klass, ClassRef{&module, found});
-    if (const auto* found = module.functions.find(name))
+    if (const auto* found = module.function(name))
         return Value{Kind::function, &module, nullptr, found};
-    if (const auto* found = module.variables.find(name))
+    if (const auto* found = module.variable(name))
         return evaluate(found->type, module, ClassRef{}, budget);
-    if (const auto* found = module.exports.find(name)) {
+    if (const auto* found = module.exported(name)) {
         const BindingRef& exported = *found;
-        const FileEntry* from = module.moduleOf(exported);
+        const FileEntry* from = exported.module;
         if (!from) return Value::of(exported.path.empty() ? Kind::external : Kind::unknown);
         if (exported.name == "*") return Value{Kind::module, from, nullptr, nullptr};
         if (from == &module) return lookUp(module, exported.name, budget);
         return moduleMember(*from, exported.name, budget);
     }
-    if (module.imports.find(name)) return lookUp(module, name, budget);
-    for (const BindingRef* star : module.starExports) {
-        const FileEntry* from = module.moduleOf(*star);
+    if (module.import(name)) return lookUp(module, name, budget);
+    for (const BindingRef& star : module.starExports) {
+        const FileEntry* from = star.module;
         if (!from || from == &module) continue;
         Value found = moduleMember(*from, name, budget);
         if (found.kind != Kind::unknown) return found;
     }
     // CommonJS: `module.exports = { ... }` or `exports.name = ...`.
-    if (const auto* found = module.variables.find("module.exports")) {
+    if (const auto* found = module.variable("module.exports")) {
         Value whole = evaluate(found->type, module, ClassRef{}, budget);
         if (whole.kind == Kind::klass || whole.kind == Kind::instance) return member(whole, name, budget);
     }
@@ -306,9 +302,9 @@ PreciseLinker::Value PreciseLinker::unwrapModule(const Value& value, int& budget
     if (value.kind != Kind::module) return value;
     const FileEntry& module = *value.file;
     for (std::string_view whole : {std::string_view("module.exports"), std::string_view("default")}) {
-        if (const auto* found = module.variables.find(whole))
+        if (const auto* found = module.variable(whole))
             return evaluate(found->type, module, ClassRef{}, budget);
-        if (module.exports.find(whole)) return moduleMember(module, whole, budget);
+        if (module.exported(whole)) return moduleMember(module, whole, budget);
     }
     return value;
 }
@@ -397,12 +393,12 @@ const NameCandidate* PreciseLinker::resolve(const CallSite& site, const FileEntr
     int budget = kSiteBudget;
     ClassRef self;
     if (!site.enclosingClass.empty())
-        if (const auto* found = file->classes.find(site.enclosingClass)) self = {file, found};
+        if (const auto* found = file->klass(site.enclosingClass)) self = {file, found};
 
     switch (site.form) {
         case CallForm::superCall: {
             if (!self) return nullptr;
-            const auto& bases = facts_.basesOf(*self.facts);
+            const auto& bases = ProjectFacts::basesOf(self);
             if (bases.empty() || bases.front().external) return nullptr;
             return constructorOf(bases.front().klass, budget);
         }

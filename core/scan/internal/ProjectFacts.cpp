@@ -1,17 +1,38 @@
 #include "core/scan/internal/ProjectFacts.h"
 
 #include <algorithm>
-#include <cassert>
 #include <cctype>
 
 namespace vantrel::detail {
 
 namespace {
-std::string folded(std::string_view name) {
-    std::string out(name);
-    for (char& c : out) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
-    return out;
+
+// Orders text as it would be with every ASCII letter in lower case.
+bool foldedLess(std::string_view a, std::string_view b) {
+    return std::lexicographical_compare(a.begin(), a.end(), b.begin(), b.end(), [](char x, char y) {
+        return std::tolower(static_cast<unsigned char>(x)) < std::tolower(static_cast<unsigned char>(y));
+    });
 }
+
+// The entry of `name` in a list sorted by `key`: the first of equal names, or the last.
+template <typename T, typename Key>
+const T* findSorted(const std::vector<T>& list, std::string_view name, Key key, bool last) {
+    auto [from, to] = std::equal_range(list.begin(), list.end(), name, [&](const auto& a, const auto& b) {
+        if constexpr (std::is_same_v<std::decay_t<decltype(a)>, std::string_view>) return a < key(b);
+        else return key(a) < b;
+    });
+    if (from == to) return nullptr;
+    return last ? &*(to - 1) : &*from;
+}
+
+template <typename T, typename Key>
+void sortByName(std::vector<T>& list, Key key) {
+    std::stable_sort(list.begin(), list.end(), [&](const T& a, const T& b) { return key(a) < key(b); });
+}
+
+constexpr auto nameOf = [](const auto& entry) -> std::string_view { return entry.name; };
+constexpr auto localOf = [](const BindingRef& entry) -> std::string_view { return entry.local; };
+
 }  // namespace
 
 std::unique_ptr<FileEntry> FileEntry::make(std::string path, const FileFacts& facts) {
@@ -41,34 +62,51 @@ std::unique_ptr<FileEntry> FileEntry::make(std::string path, const FileFacts& fa
     };
     file->bases.reserve(baseCount);
     file->members.reserve(memberCount);
-    file->classList.reserve(facts.classes.size());
+    file->classes.reserve(facts.classes.size());
     for (const auto& klass : facts.classes) {
         ClassInfo info;
         info.name = keep(klass.name);
-        const std::size_t firstBase = file->bases.size();
+        info.firstBase = static_cast<std::uint32_t>(file->bases.size());
         for (const auto& base : klass.bases) file->bases.push_back(keep(base));
-        info.bases = std::span<const std::string_view>(file->bases).subspan(firstBase, klass.bases.size());
+        info.bases = std::span<const std::string_view>(file->bases).subspan(info.firstBase, klass.bases.size());
         const std::size_t firstMethod = file->members.size();
         for (const auto& m : klass.methods) file->members.push_back(TypedRef{keep(m.name), keep(m.type)});
         const std::size_t firstField = file->members.size();
         for (const auto& f : klass.fields) file->members.push_back(TypedRef{keep(f.name), keep(f.type)});
         info.methods = std::span<const TypedRef>(file->members).subspan(firstMethod, klass.methods.size());
         info.fields = std::span<const TypedRef>(file->members).subspan(firstField, klass.fields.size());
-        file->classList.push_back(info);
+        if (!info.name.empty()) file->classes.push_back(info);
     }
     auto typed = [&](const std::vector<TypedName>& from, std::vector<TypedRef>& to) {
         to.reserve(from.size());
         for (const auto& t : from) to.push_back(TypedRef{keep(t.name), keep(t.type)});
     };
-    typed(facts.functions, file->functionList);
-    typed(facts.variables, file->variableList);
-    auto bound = [&](const std::vector<ImportBinding>& from, std::vector<BindingRef>& to) {
-        to.reserve(from.size());
-        for (const auto& b : from) to.push_back(BindingRef{keep(b.local), keep(b.path), keep(b.name)});
+    typed(facts.functions, file->functions);
+    typed(facts.variables, file->variables);
+    auto bound = [&](const std::vector<ImportBinding>& from, std::vector<BindingRef>& named,
+                     std::vector<BindingRef>& starred) {
+        for (const auto& b : from) {
+            BindingRef ref{keep(b.local), keep(b.path), keep(b.name), nullptr};
+            (ref.local == "*" ? starred : named).push_back(ref);
+            if (ref.local.find('.') != std::string_view::npos) file->dottedImports = true;
+        }
     };
-    bound(facts.imports, file->importList);
-    bound(facts.exports, file->exportList);
+    bound(facts.imports, file->imports, file->starImports);
+    bound(facts.exports, file->exports, file->starExports);
+    sortByName(file->classes, nameOf);
+    sortByName(file->functions, nameOf);
+    sortByName(file->variables, nameOf);
+    sortByName(file->imports, localOf);
+    sortByName(file->exports, localOf);
     return file;
+}
+
+const ClassInfo* FileEntry::klass(std::string_view name) const { return findSorted(classes, name, nameOf, false); }
+const TypedRef* FileEntry::function(std::string_view name) const { return findSorted(functions, name, nameOf, false); }
+const TypedRef* FileEntry::variable(std::string_view name) const { return findSorted(variables, name, nameOf, false); }
+const BindingRef* FileEntry::import(std::string_view name) const { return findSorted(imports, name, localOf, true); }
+const BindingRef* FileEntry::exported(std::string_view name) const {
+    return findSorted(exports, name, localOf, false);
 }
 
 void ProjectFacts::add(std::unique_ptr<FileEntry> file) { files_.push_back(std::move(file)); }
@@ -76,60 +114,39 @@ void ProjectFacts::add(std::unique_ptr<FileEntry> file) { files_.push_back(std::
 void ProjectFacts::finish() {
     // Path order, so that every list built below is in an order of its own.
     std::sort(files_.begin(), files_.end(), [](const auto& a, const auto& b) { return a->path < b->path; });
-    std::unordered_map<std::string_view, std::vector<ClassRef>> declarers[2];
+    byPath_.reserve(files_.size());
+    for (const auto& file : files_) byPath_.emplace(file->path, file.get());
     for (const auto& owned : files_) {
         FileEntry& file = *owned;
-        byPath_.emplace(file.path, &file);
-        // The first definition of a name in a file counts, as for ids.
-        for (const auto& klass : file.classList) {
-            if (klass.name.empty()) continue;
-            file.classes.add(klass.name, &klass);
-            classesByName_[file.python][klass.name].push_back(ClassRef{&file, &klass});
-            classesByFoldedName_[file.python][folded(klass.name)].push_back(ClassRef{&file, &klass});
-            for (const auto& method : klass.methods) {
-                auto& list = declarers[file.python][method.name];
-                if (list.empty() || list.back().facts != &klass) list.push_back(ClassRef{&file, &klass});
-            }
+        for (auto* list : {&file.imports, &file.exports, &file.starImports, &file.starExports})
+            for (BindingRef& binding : *list) binding.module = binding.path.empty() ? nullptr : this->file(binding.path);
+        for (const auto& klass : file.classes) {
+            classesByName_[file.python].push_back(ClassRef{&file, &klass});
+            for (const auto& method : klass.methods) declarers_[file.python].push_back(Declarer{method.name, {&file, &klass}});
         }
-        for (const auto& function : file.functionList) file.functions.add(function.name, &function);
-        for (const auto& variable : file.variableList) file.variables.add(variable.name, &variable);
-        for (const auto& binding : file.importList) {
-            if (binding.local == "*") {
-                file.starImports.push_back(&binding);
+    }
+    for (int python = 0; python < 2; ++python) {
+        auto& byName = classesByName_[python];
+        std::stable_sort(byName.begin(), byName.end(),
+                         [](const ClassRef& a, const ClassRef& b) { return a.facts->name < b.facts->name; });
+        classesByFoldedName_[python] = byName;
+        std::stable_sort(classesByFoldedName_[python].begin(), classesByFoldedName_[python].end(),
+                         [](const ClassRef& a, const ClassRef& b) { return foldedLess(a.facts->name, b.facts->name); });
+        // One entry per method name: its class, or none when several declare it.
+        auto& declarers = declarers_[python];
+        std::stable_sort(declarers.begin(), declarers.end(),
+                         [](const Declarer& a, const Declarer& b) { return a.method < b.method; });
+        std::vector<Declarer> kept;
+        for (const Declarer& entry : declarers) {
+            if (!kept.empty() && kept.back().method == entry.method) {
+                if (kept.back().klass != entry.klass) kept.back().klass = ClassRef{};
                 continue;
             }
-            file.imports.add(binding.local, &binding);
-            if (binding.local.find('.') != std::string_view::npos) file.dottedImports = true;
+            kept.push_back(entry);
         }
-        for (const auto& binding : file.exportList) {
-            if (binding.local == "*") file.starExports.push_back(&binding);
-            else file.exports.add(binding.local, &binding);
-        }
-        file.classes.finish(false);
-        file.functions.finish(false);
-        file.variables.finish(false);
-        file.imports.finish(true);
-        file.exports.finish(false);
+        kept.shrink_to_fit();
+        declarers.swap(kept);
     }
-    for (const auto& owned : files_) {
-        FileEntry& file = *owned;
-        auto moduleOf = [&](const BindingRef& binding) { return binding.path.empty() ? nullptr : this->file(binding.path); };
-        file.importModules.reserve(file.importList.size());
-        for (const auto& binding : file.importList) file.importModules.push_back(moduleOf(binding));
-        file.exportModules.reserve(file.exportList.size());
-        for (const auto& binding : file.exportList) file.exportModules.push_back(moduleOf(binding));
-    }
-    for (int python = 0; python < 2; ++python)
-        for (auto& [name, classes] : declarers[python])
-            soleDeclarers_[python].emplace(name, classes.size() == 1 ? std::optional<ClassRef>(classes.front())
-                                                                     : std::nullopt);
-}
-
-std::vector<ClassRef> ProjectFacts::allClasses() const {
-    std::vector<ClassRef> all;
-    for (const auto& file : files_)
-        for (const auto& klass : file->classList) all.push_back(ClassRef{file.get(), &klass});
-    return all;
 }
 
 const FileEntry* ProjectFacts::file(std::string_view path) const {
@@ -137,25 +154,37 @@ const FileEntry* ProjectFacts::file(std::string_view path) const {
     return it == byPath_.end() ? nullptr : it->second;
 }
 
-const std::vector<ClassRef>* ProjectFacts::classesNamed(std::string_view name, bool python) const {
-    auto it = classesByName_[python].find(name);
-    return it == classesByName_[python].end() ? nullptr : &it->second;
+std::span<const ClassRef> ProjectFacts::classesNamed(std::string_view name, bool python) const {
+    const auto& list = classesByName_[python];
+    auto [from, to] = std::equal_range(list.begin(), list.end(), name, [](const auto& a, const auto& b) {
+        if constexpr (std::is_same_v<std::decay_t<decltype(a)>, std::string_view>) return a < b.facts->name;
+        else return a.facts->name < b;
+    });
+    return std::span<const ClassRef>(from, to);
 }
 
 std::span<const ClassRef> ProjectFacts::classesNamedLike(std::string_view name, bool python) const {
-    auto it = classesByFoldedName_[python].find(folded(name));
-    if (it == classesByFoldedName_[python].end()) return {};
-    return it->second;
+    const auto& list = classesByFoldedName_[python];
+    auto [from, to] = std::equal_range(list.begin(), list.end(), name, [](const auto& a, const auto& b) {
+        if constexpr (std::is_same_v<std::decay_t<decltype(a)>, std::string_view>)
+            return foldedLess(a, b.facts->name);
+        else return foldedLess(a.facts->name, b);
+    });
+    return std::span<const ClassRef>(from, to);
 }
 
 std::optional<ClassRef> ProjectFacts::soleDeclarer(std::string_view method, bool python) const {
-    auto it = soleDeclarers_[python].find(method);
-    return it == soleDeclarers_[python].end() ? std::nullopt : it->second;
+    const auto& list = declarers_[python];
+    auto it = std::lower_bound(list.begin(), list.end(), method,
+                               [](const Declarer& entry, std::string_view key) { return entry.method < key; });
+    if (it == list.end() || it->method != method || !it->klass) return std::nullopt;
+    return it->klass;
 }
 
-const std::vector<BaseRef>& ProjectFacts::basesOf(const ClassInfo& facts) const {
-    auto it = bases_.find(&facts);
-    return it == bases_.end() ? noBases_ : it->second;
+std::span<const BaseRef> ProjectFacts::basesOf(ClassRef klass) {
+    const auto& all = klass.file->baseRefs;
+    if (klass.facts->firstBase + klass.facts->bases.size() > all.size()) return {};
+    return std::span<const BaseRef>(all).subspan(klass.facts->firstBase, klass.facts->bases.size());
 }
 
 }  // namespace vantrel::detail

@@ -9,7 +9,6 @@
 // strings in one buffer and views into it, with no allocation per string.
 #pragma once
 
-#include <algorithm>
 #include <cstdint>
 #include <memory>
 #include <optional>
@@ -24,19 +23,7 @@
 namespace vantrel::detail {
 
 struct FileEntry;
-
-// The compact forms of TypedName, ImportBinding and ClassFacts (core/model/LinkFacts.h).
-struct TypedRef {
-    std::string_view name, type;
-};
-struct BindingRef {
-    std::string_view local, path, name;
-};
-struct ClassInfo {
-    std::string_view name;
-    std::span<const std::string_view> bases;
-    std::span<const TypedRef> methods, fields;
-};
+struct ClassInfo;
 
 // A class where it is declared.
 struct ClassRef {
@@ -48,39 +35,23 @@ struct ClassRef {
 
 // What a base expression of a class stands for.
 struct BaseRef {
-    ClassRef klass;          // a class of the project
-    bool external = false;   // a class outside the project (its methods are unknown)
+    ClassRef klass;         // a class of the project
+    bool external = false;  // a class outside the project (its methods are unknown)
 };
 
-// Entries of one file by name: a sorted array searched by halves, which costs a file's
-// few names less memory and time than a hash table of its own.
-template <typename T>
-class ByName {
-public:
-    void add(std::string_view name, const T* value) { entries_.emplace_back(name, value); }
-    // Orders the entries; of equal names the first added stays, or the last with `lastWins`.
-    void finish(bool lastWins) {
-        std::stable_sort(entries_.begin(), entries_.end(),
-                         [](const auto& a, const auto& b) { return a.first < b.first; });
-        std::vector<std::pair<std::string_view, const T*>> kept;
-        kept.reserve(entries_.size());
-        for (const auto& entry : entries_) {
-            if (!kept.empty() && kept.back().first == entry.first) {
-                if (lastWins) kept.back() = entry;
-                continue;
-            }
-            kept.push_back(entry);
-        }
-        entries_.swap(kept);
-    }
-    [[nodiscard]] const T* find(std::string_view name) const {
-        auto it = std::lower_bound(entries_.begin(), entries_.end(), name,
-                                   [](const auto& entry, std::string_view key) { return entry.first < key; });
-        return it != entries_.end() && it->first == name ? it->second : nullptr;
-    }
-
-private:
-    std::vector<std::pair<std::string_view, const T*>> entries_;
+// The compact forms of TypedName, ImportBinding and ClassFacts (core/model/LinkFacts.h).
+struct TypedRef {
+    std::string_view name, type;
+};
+struct BindingRef {
+    std::string_view local, path, name;
+    const FileEntry* module = nullptr;  // the project file of `path`, found by `finish`
+};
+struct ClassInfo {
+    std::string_view name;
+    std::span<const std::string_view> bases;
+    std::span<const TypedRef> methods, fields;
+    std::uint32_t firstBase = 0;  // where its bases start in the file's `bases`
 };
 
 struct FileEntry {
@@ -90,30 +61,26 @@ struct FileEntry {
     FileEntry(const FileEntry&) = delete;
     FileEntry& operator=(const FileEntry&) = delete;
 
+    // Looked up by name in lists sorted by name: the first definition of a name counts,
+    // as for ids, and the last import of it, as in the language.
+    [[nodiscard]] const ClassInfo* klass(std::string_view name) const;
+    [[nodiscard]] const TypedRef* function(std::string_view name) const;
+    [[nodiscard]] const TypedRef* variable(std::string_view name) const;
+    [[nodiscard]] const BindingRef* import(std::string_view name) const;
+    [[nodiscard]] const BindingRef* exported(std::string_view name) const;
+
     std::string path;
     bool python = false;
-    std::string text;  // every string of the facts; the views below point into it
-    std::vector<std::string_view> bases;
-    std::vector<TypedRef> members;  // the classes' methods and fields
-    std::vector<ClassInfo> classList;
-    std::vector<TypedRef> functionList, variableList;
-    std::vector<BindingRef> importList, exportList;
-
-    ByName<ClassInfo> classes;
-    ByName<TypedRef> functions;
-    ByName<TypedRef> variables;
-    ByName<BindingRef> imports;  // a later binding wins
-    ByName<BindingRef> exports;
-    std::vector<const BindingRef*> starImports, starExports;
-    // The project file of each import and export, in their order; null for a module
-    // outside the project or left out of the scan. Found once, by `finish`.
-    std::vector<const FileEntry*> importModules, exportModules;
-    [[nodiscard]] const FileEntry* moduleOf(const BindingRef& binding) const {
-        if (!importList.empty() && &binding >= &importList.front() && &binding <= &importList.back())
-            return importModules[static_cast<std::size_t>(&binding - importList.data())];
-        return exportModules[static_cast<std::size_t>(&binding - exportList.data())];
-    }
     bool dottedImports = false;  // some import binds a dotted name (Python's `import a.b`)
+    std::string text;            // every string of the facts; the views below point into it
+    std::vector<std::string_view> bases;
+    std::vector<BaseRef> baseRefs;  // what each of `bases` stands for, once resolved
+    std::vector<TypedRef> members;  // the classes' methods and fields
+    // Each sorted by name (stably: the written order among equal names).
+    std::vector<ClassInfo> classes;
+    std::vector<TypedRef> functions, variables;
+    std::vector<BindingRef> imports, exports;  // without the "*" ones
+    std::vector<BindingRef> starImports, starExports;
 };
 
 class ProjectFacts {
@@ -122,29 +89,39 @@ public:
     void add(std::unique_ptr<FileEntry> file);
     // Indexes what was added; once.
     void finish();
-    // Every class of the project, for resolving their bases once, and the place for them.
-    [[nodiscard]] std::vector<ClassRef> allClasses() const;
-    void setBases(const ClassInfo& facts, std::vector<BaseRef> bases) { bases_[&facts] = std::move(bases); }
+    // Resolves every base expression of every class once, with `resolve(file, expression)`.
+    template <typename Resolve>
+    void resolveBases(Resolve&& resolve) {
+        for (auto& file : files_) {
+            file->baseRefs.clear();
+            file->baseRefs.reserve(file->bases.size());
+            for (std::string_view base : file->bases) file->baseRefs.push_back(resolve(*file, base));
+        }
+    }
 
     [[nodiscard]] const FileEntry* file(std::string_view path) const;
     // The classes of this name in files of the same language family, in path order.
-    [[nodiscard]] const std::vector<ClassRef>* classesNamed(std::string_view name, bool python) const;
+    [[nodiscard]] std::span<const ClassRef> classesNamed(std::string_view name, bool python) const;
     // The classes whose name is `name` but for the case of its letters (a variable
     // `subscriber` and the class `Subscriber`), in path order; empty for none.
     [[nodiscard]] std::span<const ClassRef> classesNamedLike(std::string_view name, bool python) const;
     // The one class of the language family that declares a method of this name.
     [[nodiscard]] std::optional<ClassRef> soleDeclarer(std::string_view method, bool python) const;
     // The bases of a class, resolved.
-    [[nodiscard]] const std::vector<BaseRef>& basesOf(const ClassInfo& facts) const;
+    [[nodiscard]] static std::span<const BaseRef> basesOf(ClassRef klass);
 
 private:
+    struct Declarer {
+        std::string_view method;
+        ClassRef klass;  // null when several classes declare the method
+    };
     std::vector<std::unique_ptr<FileEntry>> files_;
     std::unordered_map<std::string_view, const FileEntry*> byPath_;
-    std::unordered_map<std::string_view, std::vector<ClassRef>> classesByName_[2];  // [python]
-    std::unordered_map<std::string_view, std::optional<ClassRef>> soleDeclarers_[2];
-    std::unordered_map<std::string, std::vector<ClassRef>> classesByFoldedName_[2];
-    std::unordered_map<const ClassInfo*, std::vector<BaseRef>> bases_;
-    std::vector<BaseRef> noBases_;
+    // Per language family [python], sorted arrays: a hash table per name costs a project
+    // of 10,000 files megabytes more.
+    std::vector<ClassRef> classesByName_[2];        // by name, then path
+    std::vector<ClassRef> classesByFoldedName_[2];  // by name without case, then path
+    std::vector<Declarer> declarers_[2];            // by method name, one each
 };
 
 }  // namespace vantrel::detail
