@@ -1,5 +1,7 @@
 #include "core/languages/js/JSFamilyPlugin.h"
 
+#include <map>
+
 #include "core/languages/js/internal/JSEnclosingScope.h"
 #include "core/languages/js/internal/JSFamilySyntax.h"
 #include "core/languages/js/internal/JSLinkFacts.h"
@@ -18,7 +20,12 @@ JSImportResolution resolveSource(std::string_view rawText, const AnalysisInput& 
                                  input.linking == LinkingMode::precise ? input.packages : nullptr);
 }
 
-void collectImports(const RecordedMatches& feed, const AnalysisInput& input, FileAnalysisResult& result) {
+// Precise linking resolves the same sources again for its bindings: what the import
+// pass found is kept by source text, since each resolution tests the file system.
+using ResolvedSources = std::map<std::string, std::string, std::less<>>;
+
+void collectImports(const RecordedMatches& feed, const AnalysisInput& input, FileAnalysisResult& result,
+                    ResolvedSources* resolved) {
     int sourceIndex = feed.captureIndex("import_source");
     int nameIndex = feed.captureIndex("import_name");
     int aliasIndex = feed.captureIndex("import_alias");
@@ -28,7 +35,9 @@ void collectImports(const RecordedMatches& feed, const AnalysisInput& input, Fil
     feed.forEach([&](const QueryMatch& match) {
         auto source = match.first(sourceIndex);
         if (!source) return;
-        JSImportResolution resolution = resolveSource(extractNodeText(*source, input.source), input);
+        std::string text = extractNodeText(*source, input.source);
+        JSImportResolution resolution = resolveSource(text, input);
+        if (resolved) resolved->try_emplace(std::move(text), resolution.resolved.value_or(std::string()));
         if (resolution.diagnostic) result.diagnostics.push_back(*resolution.diagnostic);
         if (!resolution.resolved) return;
         const std::string& path = *resolution.resolved;
@@ -56,18 +65,23 @@ TSNode childOfType(TSNode node, std::string_view type) {
 
 // The module path a source string names for precise linking: the file, or "" outside
 // the project.
-std::string bindingPath(TSNode source, const AnalysisInput& input) {
-    return resolveSource(extractNodeText(source, input.source), input).resolved.value_or(std::string());
+std::string bindingPath(TSNode source, const AnalysisInput& input, ResolvedSources& resolved) {
+    std::string text = extractNodeText(source, input.source);
+    if (auto it = resolved.find(text); it != resolved.end()) return it->second;
+    std::string path = resolveSource(text, input).resolved.value_or(std::string());
+    resolved.emplace(std::move(text), path);
+    return path;
 }
 
 // Import, export and `require` statements become the bindings of the file's facts.
-void collectBindings(const JSLinkFacts& walk, const AnalysisInput& input, FileFacts& facts) {
+void collectBindings(const JSLinkFacts& walk, const AnalysisInput& input, ResolvedSources& resolved,
+                     FileFacts& facts) {
     auto text = [&](TSNode node) { return extractNodeText(node, input.source); };
     for (TSNode statement : walk.importStatements) {
         TSNode source = ts_node_child_by_field_name(statement, "source", 6);
         TSNode clause = childOfType(statement, "import_clause");
         if (ts_node_is_null(source) || ts_node_is_null(clause)) continue;
-        const std::string path = bindingPath(source, input);
+        const std::string path = bindingPath(source, input, resolved);
         const std::uint32_t count = ts_node_named_child_count(clause);
         for (std::uint32_t i = 0; i < count; ++i) {
             TSNode part = ts_node_named_child(clause, i);
@@ -92,10 +106,10 @@ void collectBindings(const JSLinkFacts& walk, const AnalysisInput& input, FileFa
         }
     }
     for (const auto& required : walk.requireCalls)
-        facts.imports.push_back(ImportBinding{required.local, bindingPath(required.source, input), required.name});
+        facts.imports.push_back(ImportBinding{required.local, bindingPath(required.source, input, resolved), required.name});
     for (TSNode statement : walk.exportStatements) {
         TSNode source = ts_node_child_by_field_name(statement, "source", 6);
-        const std::string path = ts_node_is_null(source) ? input.fileRelPath : bindingPath(source, input);
+        const std::string path = ts_node_is_null(source) ? input.fileRelPath : bindingPath(source, input, resolved);
         if (TSNode clause = childOfType(statement, "export_clause"); !ts_node_is_null(clause)) {
             const std::uint32_t count = ts_node_named_child_count(clause);
             for (std::uint32_t i = 0; i < count; ++i) {
@@ -159,16 +173,19 @@ FileAnalysisResult JSFamilyPlugin::analyzeFile(const AnalysisInput& input) const
             return classifyFunction(name);
         },
         result.symbols);
-    collectImports(syntax.imports, input, result);
+    ResolvedSources resolved;
+    collectImports(syntax.imports, input, result, linkFacts ? &resolved : nullptr);
+    if (linkFacts) {
+        // Precise linking reads the sites, not the bare names.
+        collectBindings(*linkFacts, input, resolved, linkFacts->facts);
+        result.sites = std::move(linkFacts->sites);
+        result.facts = std::move(linkFacts->facts);
+        return result;
+    }
     // A call outside every declaration (module top level, class field arrows) is dropped.
     JSEnclosingScope scope(input.root, input.source, input.fileRelPath);
     collectCallSites(
         syntax.calls, input, [&](TSNode call) { return scope.symbolIdFor(call); }, result.calls);
-    if (linkFacts) {
-        collectBindings(*linkFacts, input, linkFacts->facts);
-        result.sites = std::move(linkFacts->sites);
-        result.facts = std::move(linkFacts->facts);
-    }
     return result;
 }
 
