@@ -298,19 +298,35 @@ void appendFacts(std::string& out, const FileFacts& facts) {
     out.push_back('}');
 }
 
-void appendSite(std::string& out, const CallSite& site) {
+// Sites in runs of one caller and class, as the analysis makes them: the caller's id is
+// written once a run, which halves what the two walks read of a record.
+void appendSites(std::string& out, const std::vector<CallSite>& sites) {
     out.push_back('[');
-    appendJsonString(out, site.callerId, true);
-    out.push_back(',');
-    appendJsonString(out, site.callee, true);
-    out.push_back(',');
-    appendJsonString(out, site.enclosingClass, true);
-    out.push_back(',');
-    out.append(std::to_string(site.line));
-    out.push_back(',');
-    out.append(std::to_string(site.column));
-    out.push_back(',');
-    out.append(std::to_string(static_cast<int>(site.form)));
+    for (std::size_t i = 0; i < sites.size();) {
+        const CallSite& first = sites[i];
+        if (i) out.push_back(',');
+        out.push_back('[');
+        appendJsonString(out, first.callerId, true);
+        out.push_back(',');
+        appendJsonString(out, first.enclosingClass, true);
+        out.append(",[");
+        for (const std::size_t start = i; i < sites.size() && sites[i].callerId == first.callerId &&
+                                          sites[i].enclosingClass == first.enclosingClass;
+             ++i) {
+            const CallSite& site = sites[i];
+            if (i != start) out.push_back(',');
+            out.push_back('[');
+            appendJsonString(out, site.callee, true);
+            out.push_back(',');
+            out.append(std::to_string(site.line));
+            out.push_back(',');
+            out.append(std::to_string(site.column));
+            out.push_back(',');
+            out.append(std::to_string(static_cast<int>(site.form)));
+            out.push_back(']');
+        }
+        out.append("]]");
+    }
     out.push_back(']');
 }
 
@@ -391,40 +407,51 @@ void readFacts(JsonReader& reader, bool keep, FileFacts& facts) {
     });
 }
 
+// Into the sites already there, whose strings keep their capacity from record to record.
 void readSites(JsonReader& reader, bool keep, std::vector<CallSite>& sites) {
     std::size_t count = 0;
     CallSite skipped;
+    std::string caller, enclosingClass;
+    auto element = [&] {
+        if (!reader.nextElement()) throw DecodeError("site too short");
+    };
     readArray(reader, [&] {
-        CallSite* target = &skipped;
-        if (keep) {
-            if (count == sites.size()) sites.emplace_back();
-            target = &sites[count++];
-        }
-        CallSite& site = *target;
+        // [callerId, enclosingClass, [[callee, line, column, form], ...]]
         if (reader.peek() != JsonReader::Type::array) throw DecodeError("expected an array");
         reader.beginArray();
-        auto element = [&] {
-            if (!reader.nextElement()) throw DecodeError("site too short");
-        };
         element();
-        readOrSkipString(reader, site.callerId, keep);
+        readOrSkipString(reader, caller, keep);
         element();
-        readOrSkipString(reader, site.callee, keep);
+        readOrSkipString(reader, enclosingClass, keep);
         element();
-        readOrSkipString(reader, site.enclosingClass, keep);
-        element();
-        const std::int64_t line = reader.readInteger();
-        element();
-        const std::int64_t column = reader.readInteger();
-        element();
-        const std::int64_t form = reader.readInteger();
-        if (reader.nextElement()) throw DecodeError("site too long");
-        if (line < 0 || line > INT32_MAX || column < 0 || column > INT32_MAX || form < 0 ||
-            form > static_cast<std::int64_t>(CallForm::resultMember))
-            throw DecodeError("site out of range");
-        site.line = static_cast<std::int32_t>(line);
-        site.column = static_cast<std::int32_t>(column);
-        site.form = static_cast<CallForm>(form);
+        readArray(reader, [&] {
+            CallSite* target = &skipped;
+            if (keep) {
+                if (count == sites.size()) sites.emplace_back();
+                target = &sites[count++];
+                target->callerId = caller;
+                target->enclosingClass = enclosingClass;
+            }
+            CallSite& site = *target;
+            if (reader.peek() != JsonReader::Type::array) throw DecodeError("expected an array");
+            reader.beginArray();
+            element();
+            readOrSkipString(reader, site.callee, keep);
+            element();
+            const std::int64_t line = reader.readInteger();
+            element();
+            const std::int64_t column = reader.readInteger();
+            element();
+            const std::int64_t form = reader.readInteger();
+            if (reader.nextElement()) throw DecodeError("site too long");
+            if (line < 0 || line > INT32_MAX || column < 0 || column > INT32_MAX || form < 0 ||
+                form > static_cast<std::int64_t>(CallForm::resultMember))
+                throw DecodeError("site out of range");
+            site.line = static_cast<std::int32_t>(line);
+            site.column = static_cast<std::int32_t>(column);
+            site.form = static_cast<CallForm>(form);
+        });
+        if (reader.nextElement()) throw DecodeError("site run too long");
     });
     sites.resize(count);
 }
@@ -461,7 +488,7 @@ std::string encodeFileRecord(const CachedFileResult& record) {
     out.push_back('}');
     if (!record.sites.empty()) {
         out.append(",\"sites\":");
-        appendArray(out, record.sites, appendSite);
+        appendSites(out, record.sites);
     }
     out.append(",\"symbols\":");
     appendArray(out, record.symbols, appendSymbol);

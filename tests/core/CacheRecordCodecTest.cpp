@@ -209,11 +209,14 @@ TEST(CacheRecordCodec, PreciseSitesAndFactsRoundTripAndAreCheckedStrictly) {
     EXPECT_TRUE(reused.sites.empty() && reused.facts.empty());
 
     const std::string head = R"({"calls":[],"diagnostics":[],"fileHash":"h","imports":{},)";
-    for (const char* bad : {R"("sites":[["c","f","",1,2]],"symbols":[]})",          // a site too short
-                            R"("sites":[["c","f","",1,2,3,4]],"symbols":[]})",      // too long
-                            R"("sites":[["c","f","",-1,2,0]],"symbols":[]})",       // a negative line
-                            R"("sites":[["c","f","",1,2,99]],"symbols":[]})",       // no such form
-                            R"("sites":[["c",7,"",1,2,0]],"symbols":[]})"})         // a number for text
+    EXPECT_TRUE(decodeFileRecord(head + R"("sites":[["c","",[["f",1,2,0]]]],"symbols":[]})"));
+    for (const char* bad : {R"("sites":[["c","",[["f",1,2]]]],"symbols":[]})",      // a site too short
+                            R"("sites":[["c","",[["f",1,2,3,4]]]],"symbols":[]})",  // too long
+                            R"("sites":[["c","",[["f",-1,2,0]]]],"symbols":[]})",   // a negative line
+                            R"("sites":[["c","",[["f",1,2,99]]]],"symbols":[]})",   // no such form
+                            R"("sites":[["c","",[[7,1,2,0]]]],"symbols":[]})",      // a number for text
+                            R"("sites":[["c",[["f",1,2,0]]]],"symbols":[]})",       // a run without its class
+                            R"("sites":[["c","",[],"x"]],"symbols":[]})"})          // a run too long
         EXPECT_FALSE(decodeFileRecord(head + bad)) << bad;
     const std::string facts = R"({"calls":[],"diagnostics":[],"facts":{"classes":[],"exports":[],"functions":[)";
     EXPECT_FALSE(decodeFileRecord(facts + R"(["f"]],"imports":[],"variables":[]},"fileHash":"h","imports":{},"symbols":[]})"));

@@ -102,14 +102,16 @@ void LinkWalk::wireSites(const CachedFileResult& record, const std::string& relP
     const FileEntry* file = precise_->file(relPath);
     if (!file) return;
     GraphSymbol caller;
-    const std::string* lastCallerId = nullptr;
+    ClassRef self;
+    const CallSite* runStart = nullptr;  // sites come in runs of one caller and class
     for (const auto& site : record.sites) {
-        if (!lastCallerId || *lastCallerId != site.callerId) {
-            lastCallerId = &site.callerId;
-            caller = graph_.find(site.callerId);
+        if (!runStart || runStart->callerId != site.callerId || runStart->enclosingClass != site.enclosingClass) {
+            if (!runStart || runStart->callerId != site.callerId) caller = graph_.find(site.callerId);
+            self = PreciseLinker::enclosingClass(*file, site.enclosingClass);
+            runStart = &site;
         }
         if (!caller.symbol) continue;
-        const NameCandidate* callee = precise_->resolve(site, *file);
+        const NameCandidate* callee = precise_->resolve(site, *file, self);
         if (!callee || callee->id == caller.id) continue;
         graph_.addEdge(caller, *callee->symbol);
     }

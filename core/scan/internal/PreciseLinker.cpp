@@ -387,13 +387,16 @@ const NameCandidate* PreciseLinker::target(const Value& value, int& budget) cons
     }
 }
 
-const NameCandidate* PreciseLinker::resolve(const CallSite& site, const FileEntry& caller) const {
+ClassRef PreciseLinker::enclosingClass(const FileEntry& file, std::string_view name) {
+    if (name.empty()) return {};
+    const ClassInfo* found = file.klass(name);
+    return found ? ClassRef{&file, found} : ClassRef{};
+}
+
+const NameCandidate* PreciseLinker::resolve(const CallSite& site, const FileEntry& caller, ClassRef self) const {
     const FileEntry* file = &caller;
     const std::string_view path = caller.path;
     int budget = kSiteBudget;
-    ClassRef self;
-    if (!site.enclosingClass.empty())
-        if (const auto* found = file->klass(site.enclosingClass)) self = {file, found};
 
     switch (site.form) {
         case CallForm::superCall: {

@@ -34,8 +34,11 @@ public:
 
     // The caller's file among the facts; null for a file without facts.
     [[nodiscard]] const FileEntry* file(std::string_view path) const { return facts_.file(path); }
-    // The symbol the call reaches, or null; `file` is the caller's.
-    [[nodiscard]] const NameCandidate* resolve(const CallSite& site, const FileEntry& file) const;
+    // The class of `file` that `this`/`self` of a call stands for (CallSite::enclosingClass).
+    [[nodiscard]] static ClassRef enclosingClass(const FileEntry& file, std::string_view name);
+    // The symbol the call reaches, or null; `file` is the caller's, `self` the call's
+    // enclosing class there.
+    [[nodiscard]] const NameCandidate* resolve(const CallSite& site, const FileEntry& file, ClassRef self) const;
 
     struct Value;
 
