@@ -159,6 +159,7 @@ Found findMember(const ProjectFacts& facts, ClassRef klass, std::string_view nam
 }  // namespace
 
 PreciseLinker::PreciseLinker(ProjectFacts& facts, const SymbolNameIndex& index) : facts_(facts), index_(index) {
+    facts_.attachSymbols(index_);
     facts_.resolveBases([&](const FileEntry& file, std::string_view base) { return resolveBase(file, base); });
 }
 
@@ -351,17 +352,15 @@ PreciseLinker::Value PreciseLinker::call(const Value& value, int& budget) const 
     }
 }
 
-const NameCandidate* PreciseLinker::symbolIn(std::string_view path, std::string_view name, bool method,
-                                             bool klass) const {
-    std::span<const NameCandidate> candidates = index_.candidates(name);
-    auto first = std::partition_point(candidates.begin(), candidates.end(),
-                                      [&](const NameCandidate& c) { return c.filePath() < path; });
-    for (auto it = first; it != candidates.end() && it->filePath() == path; ++it) {
-        const SymbolKind kind = it->symbol->kind;
+const NameCandidate* PreciseLinker::symbolIn(const FileEntry& file, std::string_view name, bool method,
+                                             bool klass) {
+    for (const auto& symbol : file.symbols) {
+        if (symbol.name != name) continue;
+        const SymbolKind kind = symbol.candidate->symbol->kind;
         if (klass ? kind == SymbolKind::classType
                   : method ? kind == SymbolKind::method
                            : (kind == SymbolKind::function || kind == SymbolKind::component))
-            return &*it;
+            return symbol.candidate;
     }
     return nullptr;
 }
@@ -369,15 +368,15 @@ const NameCandidate* PreciseLinker::symbolIn(std::string_view path, std::string_
 const NameCandidate* PreciseLinker::constructorOf(ClassRef klass, int& budget) const {
     const std::string_view name = klass.file->python ? "__init__" : "constructor";
     Found found = findMember(facts_, klass, name, true, budget);
-    if (found.entry) return symbolIn(found.owner.file->path, name, true, false);
+    if (found.entry) return symbolIn(*found.owner.file, name, true, false);
     if (found.external) return nullptr;  // built by a constructor outside the project
-    return klass.file->python ? symbolIn(klass.file->path, klass.facts->name, false, true) : nullptr;
+    return klass.file->python ? symbolIn(*klass.file, klass.facts->name, false, true) : nullptr;
 }
 
 const NameCandidate* PreciseLinker::target(const Value& value, int& budget) const {
     switch (value.kind) {
-        case Kind::function: return symbolIn(value.file->path, value.entry->name, false, false);
-        case Kind::method: return symbolIn(value.file->path, value.entry->name, true, false);
+        case Kind::function: return symbolIn(*value.file, value.entry->name, false, false);
+        case Kind::method: return symbolIn(*value.file, value.entry->name, true, false);
         case Kind::klass: return constructorOf(value.classRef(), budget);
         case Kind::module: {
             Value whole = unwrapModule(value, budget);
@@ -434,14 +433,14 @@ const NameCandidate* PreciseLinker::resolve(const CallSite& site, const FileEntr
         auto named = facts_.classesNamedLike(receiverText.substr(1), file->python);
         if (named.size() == 1) {
             Found method = findMember(facts_, named.front(), name, true, budget);
-            if (method.entry) return symbolIn(method.owner.file->path, name, true, false);
+            if (method.entry) return symbolIn(*method.owner.file, name, true, false);
         }
     }
     if (receiver.kind == Kind::unknown || receiver.kind == Kind::opaque) {
         // The receiver's type is unknown: only a method name that one class declares links,
         // and none that the language's own types have.
         if (isBuiltinMethod(name, file->python)) return nullptr;
-        if (auto sole = facts_.soleDeclarer(name, file->python)) return symbolIn(sole->file->path, name, true, false);
+        if (auto sole = facts_.soleDeclarer(name, file->python)) return symbolIn(*sole->file, name, true, false);
         return nullptr;
     }
     return target(member(receiver, name, budget), budget);

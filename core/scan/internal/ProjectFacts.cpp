@@ -15,8 +15,19 @@ bool foldedLess(std::string_view a, std::string_view b) {
 }
 
 // The entry of `name` in a list sorted by `key`: the first of equal names, or the last.
+// A file's lists are mostly a handful long, where a scan beats halving: every name is
+// looked up this way for every call.
 template <typename T, typename Key>
 const T* findSorted(const std::vector<T>& list, std::string_view name, Key key, bool last) {
+    if (list.size() <= 8) {
+        const T* found = nullptr;
+        for (const T& entry : list) {
+            if (key(entry) != name) continue;
+            found = &entry;
+            if (!last) break;
+        }
+        return found;
+    }
     auto [from, to] = std::equal_range(list.begin(), list.end(), name, [&](const auto& a, const auto& b) {
         if constexpr (std::is_same_v<std::decay_t<decltype(a)>, std::string_view>) return a < key(b);
         else return key(a) < b;
@@ -146,6 +157,16 @@ void ProjectFacts::finish() {
         }
         kept.shrink_to_fit();
         declarers.swap(kept);
+    }
+}
+
+void ProjectFacts::attachSymbols(const SymbolNameIndex& index) {
+    for (const NameCandidate& candidate : index.all()) {
+        auto it = byPath_.find(candidate.filePath());
+        if (it == byPath_.end()) continue;
+        auto named = idNameAndFileLength(candidate.id);
+        if (!named) continue;
+        it->second->symbols.push_back(FileEntry::Symbol{named->first, &candidate});
     }
 }
 

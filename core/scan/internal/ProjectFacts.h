@@ -19,6 +19,7 @@
 #include <vector>
 
 #include "core/model/LinkFacts.h"
+#include "core/scan/internal/SymbolNameIndex.h"
 
 namespace vantrel::detail {
 
@@ -81,6 +82,14 @@ struct FileEntry {
     std::vector<TypedRef> functions, variables;
     std::vector<BindingRef> imports, exports;  // without the "*" ones
     std::vector<BindingRef> starImports, starExports;
+    // The graph's symbols of this file with their names, which every edge of precise
+    // linking ends at: a handful a file, so a scan finds them sooner than the project's
+    // name index, where common names have thousands.
+    struct Symbol {
+        std::string_view name;
+        const NameCandidate* candidate;
+    };
+    std::vector<Symbol> symbols;
 };
 
 class ProjectFacts {
@@ -89,6 +98,8 @@ public:
     void add(std::unique_ptr<FileEntry> file);
     // Indexes what was added; once.
     void finish();
+    // Gives each file its symbols from the finished name index.
+    void attachSymbols(const SymbolNameIndex& index);
     // Resolves every base expression of every class once, with `resolve(file, expression)`.
     template <typename Resolve>
     void resolveBases(Resolve&& resolve) {
@@ -116,7 +127,7 @@ private:
         ClassRef klass;  // null when several classes declare the method
     };
     std::vector<std::unique_ptr<FileEntry>> files_;
-    std::unordered_map<std::string_view, const FileEntry*> byPath_;
+    std::unordered_map<std::string_view, FileEntry*> byPath_;
     // Per language family [python], sorted arrays: a hash table per name costs a project
     // of 10,000 files megabytes more.
     std::vector<ClassRef> classesByName_[2];        // by name, then path
