@@ -60,7 +60,14 @@ void checkAnalysis(const FileAnalysisResult& result, const std::string& relPath)
     for (const auto& diagnostic : result.diagnostics)
         require(diagnostic.importerPath == relPath, "diagnostic of another file: " + diagnostic.importerPath);
 
-    CachedFileResult record{std::string(64, 'a'), result.symbols, result.imports, result.calls, result.diagnostics};
+    for (const auto& site : result.sites) {
+        require(site.callerId.starts_with(prefix), "site's caller outside the file: " + site.callerId);
+        require(!site.callee.empty(), "empty callee expression");
+        require(site.line >= 0 && site.column >= 0, "site before the file");
+    }
+
+    CachedFileResult record{std::string(64, 'a'), result.symbols, result.imports, result.calls,
+                            result.diagnostics,   result.sites,   result.facts};
     auto decoded = decodeFileRecord(encodeFileRecord(record));
     require(decoded && *decoded == record, "the cache record does not read back as written");
 }
@@ -71,7 +78,9 @@ void analyze(const LanguagePlugin& plugin, const char* project, const std::strin
     std::string root = appendPathComponent(fixturesDir(), project);
     EnumeratedFile file{appendPathComponent(root, relPath), relPath, lowercased(pathExtension(relPath))};
     std::u16string text = textOf(bytes);
-    checkAnalysis(analyzeSource(plugin, file, text, root, tsconfig ? &*tsconfig : nullptr), relPath);
+    // Both linking modes: precise mode's walk sees every node the names mode's does.
+    for (LinkingMode linking : {LinkingMode::names, LinkingMode::precise})
+        checkAnalysis(analyzeSource(plugin, file, text, root, tsconfig ? &*tsconfig : nullptr, linking), relPath);
 }
 
 // The analysis walks find exactly what the queries they stand in for find.

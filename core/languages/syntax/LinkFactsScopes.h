@@ -36,6 +36,9 @@ public:
     static constexpr std::size_t kMaxExpression = 256;
     // Sub-expressions deeper than this are unknown.
     static constexpr int kMaxDepth = 12;
+    // Functions nested deeper than this share the scope of the last one: a lookup walks the
+    // scopes, and a file of 100,000 nested callbacks must not cost their square.
+    static constexpr std::size_t kMaxScopes = 256;
 
     explicit LinkFactsScopes(FileFacts& facts) : facts_(facts) {
         scopes_.push_back(Scope{0, std::nullopt, {}, {}, ResultSlot{}, false, true, false});
@@ -54,6 +57,7 @@ public:
     // inside, or nothing to keep the enclosing one. `thisClass`: the class `this` stands
     // for inside, or nothing to keep the enclosing one's (arrows keep theirs).
     void openFunction(std::optional<std::string> owner, std::optional<std::string> thisClass, ResultSlot slot) {
+        if (scopes_.size() >= kMaxScopes) return;
         const Scope& outer = scopes_.back();
         Scope scope{depth_,
                     owner ? std::move(owner) : outer.owner,
@@ -70,6 +74,7 @@ public:
     // class is one. Gives its index in the facts.
     std::size_t openClass(ClassFacts facts, std::optional<std::string> owner = std::nullopt) {
         facts_.classes.push_back(std::move(facts));
+        if (scopes_.size() >= kMaxScopes) return facts_.classes.size() - 1;
         const std::size_t index = facts_.classes.size() - 1;
         classes_.push_back(ClassLevel{depth_, index});
         const Scope& outer = scopes_.back();
