@@ -21,6 +21,12 @@
 
 namespace vantrel {
 
+// Small accessors both walks use on every node they look at.
+inline TSNode fieldChild(TSNode node, TSFieldId field) { return ts_node_child_by_field_id(node, field); }
+inline TSNode firstNamedChild(TSNode node) {
+    return ts_node_named_child_count(node) ? ts_node_named_child(node, 0) : TSNode{};
+}
+
 class LinkFactsScopes {
 public:
     // Where a function's result expression is written: nowhere, a top-level function of
@@ -44,14 +50,22 @@ public:
         scopes_.push_back(Scope{0, std::nullopt, {}, {}, ResultSlot{}, false, true, false});
     }
 
-    // The walk's depth: call on every node entered and left, before and after the
-    // node's own work, so that scopes opened at a node close with it.
-    void enterNode() { ++depth_; }
+    // The walk's path: call on every node entered and left, before and after the node's
+    // own work, so that scopes opened at a node close with it.
+    void enterNode(TSNode node) {
+        path_.push_back(node);
+        ++depth_;
+    }
     void leaveNode() {
         while (scopes_.size() > 1 && scopes_.back().depth == depth_) scopes_.pop_back();
         if (!classes_.empty() && classes_.back().depth == depth_) classes_.pop_back();
         --depth_;
+        path_.pop_back();
     }
+    // The node `up` levels above the current one (1: its parent), or a null node.
+    TSNode above(std::size_t up) const { return path_.size() > up ? path_[path_.size() - 1 - up] : TSNode{}; }
+    // How many nodes deep the walk stands (the root is 1).
+    std::size_t depth() const { return path_.size(); }
 
     // A function-like scope at the current node. `owner`: the symbol that owns the calls
     // inside, or nothing to keep the enclosing one. `thisClass`: the class `this` stands
@@ -188,6 +202,7 @@ private:
     FileFacts& facts_;
     std::vector<Scope> scopes_;  // the module's first
     std::vector<ClassLevel> classes_;
+    std::vector<TSNode> path_;  // the root first, the current node last
     std::size_t depth_ = 0;
 };
 

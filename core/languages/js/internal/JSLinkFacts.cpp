@@ -105,7 +105,6 @@ struct Names {
     }
 };
 
-TSNode field(TSNode node, TSFieldId id) { return ts_node_child_by_field_id(node, id); }
 
 bool isNull(TSNode node) { return ts_node_is_null(node); }
 
@@ -113,7 +112,6 @@ bool isClassNode(const Names& n, TSSymbol symbol) {
     return symbol == n.classDeclaration || symbol == n.classExpression || symbol == n.abstractClassDeclaration;
 }
 
-TSNode firstNamedChild(TSNode node) { return ts_node_named_child_count(node) ? ts_node_named_child(node, 0) : TSNode{}; }
 
 }  // namespace
 
@@ -122,14 +120,9 @@ JSLinkFacts::JSLinkFacts(std::u16string_view source, std::string_view fileRelPat
 
 std::string JSLinkFacts::text(TSNode node) const { return extractNodeText(node, source_); }
 
-TSNode JSLinkFacts::above(std::size_t up) const {
-    return path_.size() > up ? path_[path_.size() - 1 - up] : TSNode{};
-}
-
 void JSLinkFacts::enter(TSNode node, TSSymbol symbol) {
     const Names& n = Names::get();
-    path_.push_back(node);
-    scopes_.enterNode();
+    scopes_.enterNode(node);
     if (symbol == n.functionDeclaration || symbol == n.generatorFunctionDeclaration || symbol == n.functionExpression ||
         symbol == n.arrowFunction || symbol == n.methodDefinition) {
         enterFunction(node, symbol);
@@ -163,7 +156,7 @@ void JSLinkFacts::enterFunction(TSNode node, TSSymbol symbol) {
     bool isConstructor = false;
     if (symbol == n.functionDeclaration || symbol == n.generatorFunctionDeclaration) {
         thisClass = std::string();
-        TSNode name = field(node, n.name);
+        TSNode name = fieldChild(node, n.name);
         if (symbol == n.functionDeclaration && !isNull(name) && ts_node_symbol(name) == n.identifier) {
             std::string text = this->text(name);
             owner = makeSymbolId(fileRelPath_, text, classifyFunction(text));
@@ -175,7 +168,7 @@ void JSLinkFacts::enterFunction(TSNode node, TSSymbol symbol) {
     } else if (symbol == n.functionExpression) {
         thisClass = std::string();
     } else if (symbol == n.methodDefinition) {
-        TSNode name = field(node, n.name);
+        TSNode name = fieldChild(node, n.name);
         const auto inClass = scopes_.classDirectlyAbove();
         thisClass = inClass ? facts.classes[*inClass].name : std::string();
         if (!isNull(name) && ts_node_symbol(name) == n.propertyIdentifier) {
@@ -189,12 +182,12 @@ void JSLinkFacts::enterFunction(TSNode node, TSSymbol symbol) {
             }
         }
     } else {  // an arrow: a symbol when a variable declarator binds it
-        TSNode declarator = above(1);
-        TSNode statement = above(2);
+        TSNode declarator = scopes_.above(1);
+        TSNode statement = scopes_.above(2);
         if (!isNull(declarator) && ts_node_symbol(declarator) == n.variableDeclarator && !isNull(statement) &&
             (ts_node_symbol(statement) == n.lexicalDeclaration || ts_node_symbol(statement) == n.variableDeclaration)) {
-            TSNode name = field(declarator, n.name);
-            TSNode value = field(declarator, n.value);
+            TSNode name = fieldChild(declarator, n.name);
+            TSNode value = fieldChild(declarator, n.value);
             if (!isNull(name) && ts_node_symbol(name) == n.identifier && !isNull(value) &&
                 ts_node_start_byte(value) == ts_node_start_byte(node)) {
                 std::string text = this->text(name);
@@ -207,11 +200,11 @@ void JSLinkFacts::enterFunction(TSNode node, TSSymbol symbol) {
         }
     }
     scopes_.openFunction(std::move(owner), std::move(thisClass), slot);
-    if (TSNode type = field(node, n.returnType); !isNull(type)) scopes_.setResult(typeExpression(type));
+    if (TSNode type = fieldChild(node, n.returnType); !isNull(type)) scopes_.setResult(typeExpression(type));
     if (symbol == n.arrowFunction) {
-        if (TSNode body = field(node, n.body); !isNull(body) && ts_node_symbol(body) != n.statementBlock)
+        if (TSNode body = fieldChild(node, n.body); !isNull(body) && ts_node_symbol(body) != n.statementBlock)
             scopes_.setResult(expression(body));
-        if (TSNode parameter = field(node, n.parameter); !isNull(parameter))
+        if (TSNode parameter = fieldChild(node, n.parameter); !isNull(parameter))
             scopes_.declareLocal(text(parameter), {});
     }
     declareParameters(node, isConstructor);
@@ -219,7 +212,7 @@ void JSLinkFacts::enterFunction(TSNode node, TSSymbol symbol) {
 
 void JSLinkFacts::declareParameters(TSNode function, bool isConstructor) {
     const Names& n = Names::get();
-    TSNode parameters = field(function, n.parameters);
+    TSNode parameters = fieldChild(function, n.parameters);
     if (isNull(parameters)) return;
     const std::uint32_t count = ts_node_named_child_count(parameters);
     for (std::uint32_t i = 0; i < count; ++i) {
@@ -228,13 +221,13 @@ void JSLinkFacts::declareParameters(TSNode function, bool isConstructor) {
         if (symbol == n.identifier) {
             scopes_.declareLocal(text(parameter), {});
         } else if (symbol == n.requiredParameter || symbol == n.optionalParameter) {
-            TSNode pattern = field(parameter, n.pattern);
+            TSNode pattern = fieldChild(parameter, n.pattern);
             if (isNull(pattern)) continue;
             if (ts_node_symbol(pattern) == n.restPattern) pattern = firstNamedChild(pattern);
             if (isNull(pattern) || ts_node_symbol(pattern) != n.identifier) continue;
             std::string type;
-            if (TSNode annotation = field(parameter, n.type); !isNull(annotation)) type = typeExpression(annotation);
-            else if (TSNode value = field(parameter, n.value); !isNull(value)) type = expression(value);
+            if (TSNode annotation = fieldChild(parameter, n.type); !isNull(annotation)) type = typeExpression(annotation);
+            else if (TSNode value = fieldChild(parameter, n.value); !isNull(value)) type = expression(value);
             std::string name = text(pattern);
             // `constructor(private svc: Service)` declares a field as well.
             bool property = false;
@@ -244,9 +237,9 @@ void JSLinkFacts::declareParameters(TSNode function, bool isConstructor) {
                 if (ClassFacts* owner = scopes_.thisClassFacts()) owner->fields.push_back(TypedName{name, type});
             scopes_.declareLocal(std::move(name), std::move(type));
         } else if (symbol == n.assignmentPattern) {
-            TSNode left = field(parameter, n.left);
+            TSNode left = fieldChild(parameter, n.left);
             if (!isNull(left) && ts_node_symbol(left) == n.identifier)
-                scopes_.declareLocal(text(left), expression(field(parameter, n.right)));
+                scopes_.declareLocal(text(left), expression(fieldChild(parameter, n.right)));
         } else if (symbol == n.restPattern) {
             TSNode inner = firstNamedChild(parameter);
             if (!isNull(inner) && ts_node_symbol(inner) == n.identifier) scopes_.declareLocal(text(inner), {});
@@ -257,10 +250,10 @@ void JSLinkFacts::declareParameters(TSNode function, bool isConstructor) {
 void JSLinkFacts::enterClass(TSNode node) {
     const Names& n = Names::get();
     ClassFacts facts;
-    if (TSNode name = field(node, n.name); !isNull(name)) {
+    if (TSNode name = fieldChild(node, n.name); !isNull(name)) {
         facts.name = text(name);
-    } else if (TSNode declarator = above(1); !isNull(declarator) && ts_node_symbol(declarator) == n.variableDeclarator) {
-        if (TSNode name = field(declarator, n.name); !isNull(name) && ts_node_symbol(name) == n.identifier)
+    } else if (TSNode declarator = scopes_.above(1); !isNull(declarator) && ts_node_symbol(declarator) == n.variableDeclarator) {
+        if (TSNode name = fieldChild(declarator, n.name); !isNull(name) && ts_node_symbol(name) == n.identifier)
             facts.name = text(name);
     }
     const std::uint32_t count = ts_node_named_child_count(node);
@@ -271,7 +264,7 @@ void JSLinkFacts::enterClass(TSNode node) {
         for (std::uint32_t c = 0; c < clauses; ++c) {
             TSNode clause = ts_node_named_child(heritage, c);
             if (ts_node_symbol(clause) != n.extendsClause) continue;
-            if (TSNode value = field(clause, n.value); !isNull(value)) facts.bases.push_back(dotted(value));
+            if (TSNode value = fieldChild(clause, n.value); !isNull(value)) facts.bases.push_back(dotted(value));
         }
     }
     scopes_.openClass(std::move(facts));
@@ -279,7 +272,7 @@ void JSLinkFacts::enterClass(TSNode node) {
 
 void JSLinkFacts::enterCall(TSNode call) {
     const Names& n = Names::get();
-    TSNode function = field(call, n.function);
+    TSNode function = fieldChild(call, n.function);
     if (isNull(function)) return;
     const TSSymbol symbol = ts_node_symbol(function);
     if (symbol == n.superNode) {
@@ -292,7 +285,7 @@ void JSLinkFacts::enterCall(TSNode call) {
         return;
     }
     if (symbol != n.memberExpression) return;
-    TSNode object = field(function, n.object);
+    TSNode object = fieldChild(function, n.object);
     if (isNull(object)) return;
     const TSSymbol objectSymbol = ts_node_symbol(object);
     CallForm form = CallForm::resultMember;
@@ -304,21 +297,21 @@ void JSLinkFacts::enterCall(TSNode call) {
 }
 
 void JSLinkFacts::enterNew(TSNode node) {
-    TSNode constructor = field(node, Names::get().constructor);
+    TSNode constructor = fieldChild(node, Names::get().constructor);
     if (isNull(constructor)) return;
     scopes_.addCall(sites, dotted(constructor), CallForm::constructor, node);
 }
 
 void JSLinkFacts::enterDeclarator(TSNode declarator) {
     const Names& n = Names::get();
-    TSNode name = field(declarator, n.name);
+    TSNode name = fieldChild(declarator, n.name);
     if (isNull(name)) return;
-    TSNode value = field(declarator, n.value);
+    TSNode value = fieldChild(declarator, n.value);
     // `require('m')` with one string: the module, bound whole or destructured.
     TSNode required{};
     if (!isNull(value) && ts_node_symbol(value) == n.callExpression) {
-        TSNode function = field(value, n.function);
-        TSNode arguments = field(value, n.argumentsField);
+        TSNode function = fieldChild(value, n.function);
+        TSNode arguments = fieldChild(value, n.argumentsField);
         if (!isNull(function) && ts_node_symbol(function) == n.identifier && text(function) == "require" &&
             !isNull(arguments) && ts_node_named_child_count(arguments) == 1 &&
             ts_node_symbol(ts_node_named_child(arguments, 0)) == n.string)
@@ -334,8 +327,8 @@ void JSLinkFacts::enterDeclarator(TSNode declarator) {
                 if (ts_node_symbol(part) == n.shorthandPropertyIdentifierPattern) {
                     requireCalls.push_back(Require{text(part), text(part), required});
                 } else if (ts_node_symbol(part) == n.pairPattern) {
-                    TSNode key = field(part, n.key);
-                    TSNode bound = field(part, n.value);
+                    TSNode key = fieldChild(part, n.key);
+                    TSNode bound = fieldChild(part, n.value);
                     if (!isNull(key) && !isNull(bound) && ts_node_symbol(bound) == n.identifier)
                         requireCalls.push_back(Require{text(bound), text(key), required});
                 }
@@ -348,7 +341,7 @@ void JSLinkFacts::enterDeclarator(TSNode declarator) {
     if (!isNull(value) && (ts_node_symbol(value) == n.arrowFunction || ts_node_symbol(value) == n.functionExpression))
         return;
     std::string type;
-    if (TSNode annotation = field(declarator, n.type); !isNull(annotation)) type = typeExpression(annotation);
+    if (TSNode annotation = fieldChild(declarator, n.type); !isNull(annotation)) type = typeExpression(annotation);
     else if (!isNull(value)) type = expression(value);
     std::string local = text(name);
     if (scopes_.atModuleLevel()) {
@@ -360,16 +353,16 @@ void JSLinkFacts::enterDeclarator(TSNode declarator) {
 
 void JSLinkFacts::enterAssignment(TSNode assignment) {
     const Names& n = Names::get();
-    TSNode left = field(assignment, n.left);
-    TSNode right = field(assignment, n.right);
+    TSNode left = fieldChild(assignment, n.left);
+    TSNode right = fieldChild(assignment, n.right);
     if (isNull(left) || isNull(right)) return;
     if (ts_node_symbol(left) == n.identifier) {
         if (!scopes_.atModuleLevel()) scopes_.assignLocal(text(left), expression(right));
         return;
     }
     if (ts_node_symbol(left) != n.memberExpression) return;
-    TSNode object = field(left, n.object);
-    TSNode property = field(left, n.property);
+    TSNode object = fieldChild(left, n.object);
+    TSNode property = fieldChild(left, n.property);
     if (isNull(object) || isNull(property)) return;
     // CommonJS: `module.exports = X`, `module.exports.name = X`, `exports.name = X`.
     if (std::string target = dotted(left); target == "module.exports" || target.starts_with("module.exports.") ||
@@ -394,12 +387,12 @@ void JSLinkFacts::enterAssignment(TSNode assignment) {
 void JSLinkFacts::enterField(TSNode definition) {
     const Names& n = Names::get();
     auto inClass = scopes_.classDirectlyAbove();
-    TSNode name = field(definition, n.name);
+    TSNode name = fieldChild(definition, n.name);
     if (!inClass || isNull(name) || ts_node_symbol(name) != n.propertyIdentifier) return;
     std::string type;
-    if (TSNode annotation = field(definition, n.type); !isNull(annotation)) {
+    if (TSNode annotation = fieldChild(definition, n.type); !isNull(annotation)) {
         type = typeExpression(annotation);
-    } else if (TSNode value = field(definition, n.value); !isNull(value)) {
+    } else if (TSNode value = fieldChild(definition, n.value); !isNull(value)) {
         if (ts_node_symbol(value) == n.arrowFunction || ts_node_symbol(value) == n.functionExpression) return;
         type = expression(value);
     }
@@ -410,7 +403,7 @@ void JSLinkFacts::enterExport(TSNode statement) {
     const Names& n = Names::get();
     exportStatements.push_back(statement);
     // `export default new Store()` gives the module a value named "default".
-    TSNode value = field(statement, n.value);
+    TSNode value = fieldChild(statement, n.value);
     if (!isNull(value) && ts_node_symbol(value) != n.identifier) {
         std::string type = expression(value);
         if (!type.empty()) facts.variables.push_back(TypedName{"default", std::move(type)});
@@ -423,8 +416,8 @@ std::string JSLinkFacts::dotted(TSNode node, int depth) const {
     const TSSymbol symbol = ts_node_symbol(node);
     if (symbol == n.identifier || symbol == n.typeIdentifier) return text(node);
     if (symbol == n.memberExpression || symbol == n.nestedTypeIdentifier || symbol == n.nestedIdentifier) {
-        TSNode object = symbol == n.memberExpression ? field(node, n.object) : firstNamedChild(node);
-        TSNode property = symbol == n.memberExpression ? field(node, n.property)
+        TSNode object = symbol == n.memberExpression ? fieldChild(node, n.object) : firstNamedChild(node);
+        TSNode property = symbol == n.memberExpression ? fieldChild(node, n.property)
                                                        : ts_node_named_child(node, ts_node_named_child_count(node) - 1);
         std::string head = dotted(object, depth + 1);
         if (head.empty() || isNull(property)) return {};
@@ -443,7 +436,7 @@ std::string JSLinkFacts::typeExpression(TSNode node, int depth) const {
         return name.empty() ? std::string() : "new(" + name + ")";
     }
     if (symbol == n.genericType) {
-        TSNode name = field(node, n.name);
+        TSNode name = fieldChild(node, n.name);
         std::string text = dotted(name, depth + 1);
         // A promise's value is what awaiting it gives, and awaiting is how it is used.
         if (text == "Promise" || text == "PromiseLike") {
@@ -483,27 +476,27 @@ std::string JSLinkFacts::expression(TSNode node, int depth) const {
     } else if (symbol == n.superNode) {
         return "super";
     } else if (symbol == n.memberExpression) {
-        TSNode property = field(node, n.property);
+        TSNode property = fieldChild(node, n.property);
         if (isNull(property)) return {};
-        std::string object = expression(field(node, n.object), depth + 1);
+        std::string object = expression(fieldChild(node, n.object), depth + 1);
         if (object.empty()) return {};
         out = object + "." + text(property);
     } else if (symbol == n.callExpression) {
-        TSNode function = field(node, n.function);
+        TSNode function = fieldChild(node, n.function);
         if (isNull(function) || ts_node_symbol(function) == n.superNode || ts_node_symbol(function) == n.importNode)
             return {};
         std::string callee = expression(function, depth + 1);
         if (callee.empty()) return {};
         out = callee + "()";
     } else if (symbol == n.newExpression) {
-        std::string name = dotted(field(node, n.constructor), depth + 1);
+        std::string name = dotted(fieldChild(node, n.constructor), depth + 1);
         if (name.empty()) return {};
         out = "new(" + name + ")";
     } else if (symbol == n.parenthesizedExpression || symbol == n.nonNullExpression || symbol == n.awaitExpression ||
                symbol == n.satisfiesExpression) {
         return expression(firstNamedChild(node), depth + 1);
     } else if (isClassNode(n, symbol)) {
-        TSNode name = field(node, n.name);
+        TSNode name = fieldChild(node, n.name);
         return isNull(name) ? std::string() : text(name);
     } else if (symbol == n.asExpression) {
         const std::uint32_t count = ts_node_named_child_count(node);

@@ -29,10 +29,7 @@ public:
 
     // The walk's pre-order visit of `node`, and the end of it.
     void enter(TSNode node, TSSymbol symbol);
-    void leave() {
-        scopes_.leaveNode();
-        path_.pop_back();
-    }
+    void leave() { scopes_.leaveNode(); }
 
     std::vector<CallSite> sites;
     FileFacts facts;
@@ -48,8 +45,6 @@ public:
     std::vector<Require> requireCalls;
 
 private:
-    // The node `up` levels above the current one (1: its parent), or a null node.
-    TSNode above(std::size_t up) const;
     void enterFunction(TSNode node, TSSymbol symbol);
     void enterClass(TSNode node);
     void declareParameters(TSNode function, bool isConstructor);
@@ -71,7 +66,6 @@ private:
     std::u16string_view source_;
     std::string fileRelPath_;
     LinkFactsScopes scopes_;
-    std::vector<TSNode> path_;  // the root first, the current node last
 };
 
 }  // namespace vantrel

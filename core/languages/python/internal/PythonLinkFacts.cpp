@@ -67,9 +67,7 @@ struct Names {
     }
 };
 
-TSNode field(TSNode node, TSFieldId id) { return ts_node_child_by_field_id(node, id); }
 bool isNull(TSNode node) { return ts_node_is_null(node); }
-TSNode firstNamedChild(TSNode node) { return ts_node_named_child_count(node) ? ts_node_named_child(node, 0) : TSNode{}; }
 
 bool isDottedName(std::string_view text) {
     if (text.empty() || text.front() == '.' || text.back() == '.') return false;
@@ -87,14 +85,9 @@ PythonLinkFacts::PythonLinkFacts(std::u16string_view source, std::string_view fi
 
 std::string PythonLinkFacts::text(TSNode node) const { return extractNodeText(node, source_); }
 
-TSNode PythonLinkFacts::above(std::size_t up) const {
-    return path_.size() > up ? path_[path_.size() - 1 - up] : TSNode{};
-}
-
 void PythonLinkFacts::enter(TSNode node, TSSymbol symbol) {
     const Names& n = Names::get();
-    path_.push_back(node);
-    scopes_.enterNode();
+    scopes_.enterNode(node);
     if (symbol == n.functionDefinition) enterFunction(node);
     else if (symbol == n.classDefinition) enterClass(node);
     else if (symbol == n.call) enterCall(node);
@@ -103,18 +96,17 @@ void PythonLinkFacts::enter(TSNode node, TSSymbol symbol) {
 }
 
 void PythonLinkFacts::leave() {
-    if (!classDepths_.empty() && classDepths_.back() == path_.size()) classDepths_.pop_back();
+    if (!classDepths_.empty() && classDepths_.back() == scopes_.depth()) classDepths_.pop_back();
     scopes_.leaveNode();
-    path_.pop_back();
 }
 
 void PythonLinkFacts::enterClass(TSNode node) {
     const Names& n = Names::get();
-    TSNode name = field(node, n.name);
+    TSNode name = fieldChild(node, n.name);
     if (isNull(name)) return;
     ClassFacts facts;
     facts.name = text(name);
-    if (TSNode bases = field(node, n.superclasses); !isNull(bases)) {
+    if (TSNode bases = fieldChild(node, n.superclasses); !isNull(bases)) {
         const std::uint32_t count = ts_node_named_child_count(bases);
         for (std::uint32_t i = 0; i < count; ++i) {
             TSNode base = ts_node_named_child(bases, i);
@@ -124,18 +116,18 @@ void PythonLinkFacts::enterClass(TSNode node) {
     }
     std::string id = makeSymbolId(fileRelPath_, facts.name, SymbolKind::classType);
     scopes_.openClass(std::move(facts), std::move(id));
-    classDepths_.push_back(path_.size());
+    classDepths_.push_back(scopes_.depth());
 }
 
 void PythonLinkFacts::enterFunction(TSNode node) {
     const Names& n = Names::get();
-    TSNode name = field(node, n.name);
+    TSNode name = fieldChild(node, n.name);
     const bool topLevel = !scopes_.insideFunction() && classDepths_.empty();
     const auto inClass = scopes_.classDirectlyAbove();
     std::optional<std::string> owner;
     LinkFactsScopes::ResultSlot slot;
     bool isStatic = false, isClassMethod = false, isProperty = false;
-    if (TSNode decorated = above(1); !isNull(decorated) && ts_node_symbol(decorated) == n.decoratedDefinition) {
+    if (TSNode decorated = scopes_.above(1); !isNull(decorated) && ts_node_symbol(decorated) == n.decoratedDefinition) {
         const std::uint32_t count = ts_node_named_child_count(decorated);
         for (std::uint32_t i = 0; i < count; ++i) {
             TSNode decorator = ts_node_named_child(decorated, i);
@@ -168,9 +160,9 @@ void PythonLinkFacts::enterFunction(TSNode node) {
     const bool nameless = isNull(name);
     scopes_.openFunction(std::move(owner), std::move(thisClass), slot);
     if (nameless) scopes_.clearOwner();
-    if (TSNode type = field(node, n.returnType); !isNull(type)) scopes_.setResult(typeExpression(type));
+    if (TSNode type = fieldChild(node, n.returnType); !isNull(type)) scopes_.setResult(typeExpression(type));
 
-    TSNode parameters = field(node, n.parametersField);
+    TSNode parameters = fieldChild(node, n.parametersField);
     if (isNull(parameters)) return;
     const std::uint32_t count = ts_node_named_child_count(parameters);
     for (std::uint32_t i = 0; i < count; ++i) {
@@ -183,13 +175,13 @@ void PythonLinkFacts::enterFunction(TSNode node) {
             TSNode inner = firstNamedChild(parameter);
             if (isNull(inner) || ts_node_symbol(inner) != n.identifier) continue;
             local = text(inner);
-            type = typeExpression(field(parameter, n.typeField));
+            type = typeExpression(fieldChild(parameter, n.typeField));
         } else if (symbol == n.defaultParameter || symbol == n.typedDefaultParameter) {
-            TSNode pname = field(parameter, n.name);
+            TSNode pname = fieldChild(parameter, n.name);
             if (isNull(pname) || ts_node_symbol(pname) != n.identifier) continue;
             local = text(pname);
-            if (TSNode annotation = field(parameter, n.typeField); !isNull(annotation)) type = typeExpression(annotation);
-            else type = expression(field(parameter, n.value));
+            if (TSNode annotation = fieldChild(parameter, n.typeField); !isNull(annotation)) type = typeExpression(annotation);
+            else type = expression(fieldChild(parameter, n.value));
         } else if (symbol == n.listSplatPattern || symbol == n.dictionarySplatPattern) {
             TSNode inner = firstNamedChild(parameter);
             if (!isNull(inner) && ts_node_symbol(inner) == n.identifier) scopes_.declareLocal(text(inner), {});
@@ -205,7 +197,7 @@ void PythonLinkFacts::enterFunction(TSNode node) {
 
 void PythonLinkFacts::enterCall(TSNode call) {
     const Names& n = Names::get();
-    TSNode function = field(call, n.function);
+    TSNode function = fieldChild(call, n.function);
     if (isNull(function)) return;
     const TSSymbol symbol = ts_node_symbol(function);
     if (symbol == n.identifier) {
@@ -213,7 +205,7 @@ void PythonLinkFacts::enterCall(TSNode call) {
         return;
     }
     if (symbol != n.attribute) return;
-    TSNode object = field(function, n.object);
+    TSNode object = fieldChild(function, n.object);
     if (isNull(object)) return;
     std::string callee = expression(function);
     CallForm form = CallForm::resultMember;
@@ -227,10 +219,10 @@ void PythonLinkFacts::enterCall(TSNode call) {
 
 void PythonLinkFacts::enterAssignment(TSNode assignment) {
     const Names& n = Names::get();
-    TSNode left = field(assignment, n.left);
+    TSNode left = fieldChild(assignment, n.left);
     if (isNull(left)) return;
-    TSNode right = field(assignment, n.right);
-    TSNode annotation = field(assignment, n.typeField);
+    TSNode right = fieldChild(assignment, n.right);
+    TSNode annotation = fieldChild(assignment, n.typeField);
     // An annotation says what the name holds; else the first value it is given does.
     std::string type = !isNull(annotation) ? typeExpression(annotation) : std::string();
     if (type.empty() && !isNull(right)) type = expression(right);
@@ -254,8 +246,8 @@ void PythonLinkFacts::enterAssignment(TSNode assignment) {
         return;
     }
     if (ts_node_symbol(left) != n.attribute) return;
-    TSNode object = field(left, n.object);
-    TSNode attribute = field(left, n.attributeField);
+    TSNode object = fieldChild(left, n.object);
+    TSNode attribute = fieldChild(left, n.attributeField);
     if (isNull(object) || isNull(attribute) || ts_node_symbol(object) != n.identifier) return;
     if (scopes_.local(text(object)) != std::optional<std::string>("this")) return;
     ClassFacts* owner = scopes_.thisClassFacts();
@@ -275,8 +267,8 @@ std::string PythonLinkFacts::dotted(TSNode node, int depth) const {
     const TSSymbol symbol = ts_node_symbol(node);
     if (symbol == n.identifier) return text(node);
     if (symbol == n.attribute) {
-        std::string head = dotted(field(node, n.object), depth + 1);
-        TSNode attribute = field(node, n.attributeField);
+        std::string head = dotted(fieldChild(node, n.object), depth + 1);
+        TSNode attribute = fieldChild(node, n.attributeField);
         if (head.empty() || isNull(attribute)) return {};
         return head + "." + text(attribute);
     }
@@ -305,15 +297,15 @@ std::string PythonLinkFacts::typeExpression(TSNode node, int depth) const {
     }
     if (symbol == n.subscript) {
         // Optional[C] is C; any other generic is no one class of the project.
-        std::string value = dotted(field(node, n.value), depth + 1);
+        std::string value = dotted(fieldChild(node, n.value), depth + 1);
         if (value == "Optional" || value == "typing.Optional" || value == "t.Optional")
-            return typeExpression(field(node, n.subscriptField), depth + 1);
+            return typeExpression(fieldChild(node, n.subscriptField), depth + 1);
         return {};
     }
     if (symbol == n.binaryOperator) {
         // C | None
-        std::string left = typeExpression(field(node, n.left), depth + 1);
-        std::string right = typeExpression(field(node, n.right), depth + 1);
+        std::string left = typeExpression(fieldChild(node, n.left), depth + 1);
+        std::string right = typeExpression(fieldChild(node, n.right), depth + 1);
         if (left.empty()) return right;
         if (right.empty() || right == left) return left;
         return {};
@@ -331,12 +323,12 @@ std::string PythonLinkFacts::expression(TSNode node, int depth) const {
         if (auto local = scopes_.local(name)) return *local;
         out = std::move(name);
     } else if (symbol == n.attribute) {
-        TSNode attribute = field(node, n.attributeField);
-        std::string object = expression(field(node, n.object), depth + 1);
+        TSNode attribute = fieldChild(node, n.attributeField);
+        std::string object = expression(fieldChild(node, n.object), depth + 1);
         if (object.empty() || isNull(attribute)) return {};
         out = object + "." + text(attribute);
     } else if (symbol == n.call) {
-        TSNode function = field(node, n.function);
+        TSNode function = fieldChild(node, n.function);
         if (isNull(function)) return {};
         // super() stands for the enclosing class's base.
         if (ts_node_symbol(function) == n.identifier && text(function) == "super" && !scopes_.local("super"))

@@ -31,7 +31,6 @@ public:
     FileFacts facts;
 
 private:
-    TSNode above(std::size_t up) const;
     void enterFunction(TSNode node);
     void enterClass(TSNode node);
     void enterCall(TSNode call);
@@ -45,8 +44,7 @@ private:
     std::u16string_view source_;
     std::string fileRelPath_;
     LinkFactsScopes scopes_;
-    std::vector<TSNode> path_;          // the root first, the current node last
-    std::vector<std::size_t> classDepths_;  // path depths of the open classes
+    std::vector<std::size_t> classDepths_;  // walk depths of the open classes
 };
 
 }  // namespace vantrel
