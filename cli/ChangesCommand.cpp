@@ -113,6 +113,7 @@ int runChangesCommand(int argc, char** argv) {
     auto tree = withGit([&] { return git::locateWorkTree(request.root); });
     std::string commit = withGit([&] { return git::resolveCommit(request.root, revision); });
     request.config = resolveConfig(request.root, args.value("--config"));
+    if (request.linking) request.config.linking = request.linking;  // the base graph's key names the mode
     BaseWorkspace workspace(supportDirFor(request.cacheDir), request.root);
     requireOutsideScan(workspace.treeDir(), request.root);
 

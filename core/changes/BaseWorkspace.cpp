@@ -68,6 +68,8 @@ std::string baseGraphKey(const std::string& treeId, const VantrelConfig& config,
     std::sort(scanKey.pluginIds.begin(), scanKey.pluginIds.end());
     scanKey.exclude = config.exclude;
     scanKey.enabledLanguages = config.enabledLanguages;
+    // A base graph linked precisely is another graph; names mode keeps the keys it had.
+    if (config.linking == LinkingMode::precise) scanKey.linking = std::string(rawValue(LinkingMode::precise));
     return sha256Hex("changes-base-graph 1\n" + std::string(VANTREL_VERSION) + "\n" + treeId + "\n" +
                      encodeCacheKey(scanKey));
 }

@@ -147,6 +147,28 @@ TEST_F(CliChanges, RenamedFileAndCrlfFile) {
     EXPECT_EQ(json["base"]["commit"].get<std::string>().size(), 40u);
 }
 
+TEST_F(CliChanges, PreciseLinkingReachesMethodCallersThroughABaseGraphOfItsOwn) {
+    dir.write("repo/src/lib/meter.ts",
+              "export class Meter {\n  read() {\n    return this.scale(2);\n  }\n\n"
+              "  scale(n: number) {\n    return n * 2;\n  }\n}\n");
+    commitAll("a meter");
+    replaceIn("src/lib/meter.ts", "\n  scale(n: number) {\n    return n * 2;\n  }\n", "");
+
+    // By name `this.scale()` is no edge, so the removed method reaches nothing.
+    auto names = changes(repo, {"--format", "json", "--quiet"});
+    ASSERT_EQ(names.exitCode, 0) << names.err;
+    EXPECT_EQ(nlohmann::json::parse(names.out)["reachedCount"], 0);
+    // Precisely read() calls it, which only a base graph linked the same way knows: the
+    // one stored by the run above must not be taken.
+    auto precise = changes(repo, {"--format", "json", "--quiet", "--linking", "precise"});
+    ASSERT_EQ(precise.exitCode, 0) << precise.err;
+    auto json = nlohmann::json::parse(precise.out);
+    EXPECT_EQ(json["changed"], nlohmann::json::parse(R"([
+        {"change": "removed", "file": "src/lib/meter.ts", "id": "src/lib/meter.ts:scale:method", "line": 6}])"));
+    EXPECT_EQ(json["reached"], nlohmann::json::parse(R"([{"level": 1, "symbols": [
+        {"file": "src/lib/meter.ts", "id": "src/lib/meter.ts:read:method", "line": 2}]}])"));
+}
+
 TEST_F(CliChanges, SubfolderAgainstAnOlderCommitAsMarkdownWithAGate) {
     replaceIn("py/pkg/totals.py", "[1, 2, 3]", "[1, 2, 3, 4]");
     commitAll("more values");
