@@ -111,7 +111,7 @@ ProjectIR SymbolScanner::scanProject(const ScanOptions& options) const {
     lap(clock, options.stats, &ScanStats::parseSeconds);
 
     scan.report(ScanPhase::linking, 0, std::nullopt);
-    graph.finishIndex(pool);
+    graph.finishIndex();
     lap(clock, options.stats, &ScanStats::indexSeconds);
     std::optional<detail::PreciseLinker> precise;
     if (linking == LinkingMode::precise) precise.emplace(graph.facts(), graph.nameIndex());

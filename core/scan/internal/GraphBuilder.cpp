@@ -40,14 +40,12 @@ void GraphBuilder::merge(FileSymbols& file) {
     if (file.facts) facts_.add(std::move(file.facts));
 }
 
-void GraphBuilder::finishIndex(WorkerPool& pool) {
+void GraphBuilder::finishIndex() {
     assert(!indexFinished_);
     // Filled by the merges as each id entered the graph, so it holds every id of the
-    // complete graph; only its order is left to make. The facts share nothing with it.
-    parallelFor(pool, 2, 2, [&](std::size_t task, std::size_t) {
-        if (task == 0) index_.finish();
-        else facts_.finish();
-    });
+    // complete graph; only its order is left to make.
+    index_.finish();
+    facts_.finish();
     indexFinished_ = true;
 }
 

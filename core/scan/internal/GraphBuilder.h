@@ -16,7 +16,6 @@
 #include "core/model/ProjectIR.h"
 #include "core/scan/internal/ProjectFacts.h"
 #include "core/scan/internal/SymbolNameIndex.h"
-#include "core/util/ParallelFor.h"
 
 namespace vantrel::detail {
 
@@ -49,9 +48,9 @@ public:
 
     // Merge phase: one caller at a time.
     void merge(FileSymbols& file);
-    // Orders the name index and indexes the type facts, the two side by side on `pool`;
-    // once, after the last merge and before the first edge.
-    void finishIndex(WorkerPool& pool);
+    // Orders the name index and indexes the type facts; once, after the last merge and
+    // before the first edge.
+    void finishIndex();
 
     // Link phase: any number of threads at once.
     const SymbolNameIndex& nameIndex() const { return index_; }
