@@ -159,7 +159,6 @@ Found findMember(const ProjectFacts& facts, ClassRef klass, std::string_view nam
 }  // namespace
 
 PreciseLinker::PreciseLinker(ProjectFacts& facts, const SymbolNameIndex& index) : facts_(facts), index_(index) {
-    facts_.attachSymbols(index_);
     facts_.resolveBases([&](const FileEntry& file, std::string_view base) { return resolveBase(file, base); });
 }
 
@@ -352,15 +351,18 @@ PreciseLinker::Value PreciseLinker::call(const Value& value, int& budget) const 
     }
 }
 
+// The candidates of a name come by file path, so the file's are found by halves.
 const NameCandidate* PreciseLinker::symbolIn(const FileEntry& file, std::string_view name, bool method,
-                                             bool klass) {
-    for (const auto& symbol : file.symbols) {
-        if (symbol.name != name) continue;
-        const SymbolKind kind = symbol.candidate->symbol->kind;
+                                             bool klass) const {
+    std::span<const NameCandidate> candidates = index_.candidates(name);
+    auto first = std::partition_point(candidates.begin(), candidates.end(),
+                                      [&](const NameCandidate& c) { return c.filePath() < file.path; });
+    for (auto it = first; it != candidates.end() && it->filePath() == file.path; ++it) {
+        const SymbolKind kind = it->symbol->kind;
         if (klass ? kind == SymbolKind::classType
                   : method ? kind == SymbolKind::method
                            : (kind == SymbolKind::function || kind == SymbolKind::component))
-            return symbol.candidate;
+            return &*it;
     }
     return nullptr;
 }

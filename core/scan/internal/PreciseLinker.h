@@ -55,7 +55,7 @@ private:
 
     const NameCandidate* target(const Value& value, int& budget) const;
     const NameCandidate* constructorOf(ClassRef klass, int& budget) const;
-    static const NameCandidate* symbolIn(const FileEntry& file, std::string_view name, bool method, bool klass);
+    const NameCandidate* symbolIn(const FileEntry& file, std::string_view name, bool method, bool klass) const;
 
     ProjectFacts& facts_;
     const SymbolNameIndex& index_;

@@ -160,16 +160,6 @@ void ProjectFacts::finish() {
     }
 }
 
-void ProjectFacts::attachSymbols(const SymbolNameIndex& index) {
-    for (const NameCandidate& candidate : index.all()) {
-        auto it = byPath_.find(candidate.filePath());
-        if (it == byPath_.end()) continue;
-        auto named = idNameAndFileLength(candidate.id);
-        if (!named) continue;
-        it->second->symbols.push_back(FileEntry::Symbol{named->first, &candidate});
-    }
-}
-
 const FileEntry* ProjectFacts::file(std::string_view path) const {
     auto it = byPath_.find(path);
     return it == byPath_.end() ? nullptr : it->second;

@@ -19,7 +19,6 @@
 #include <vector>
 
 #include "core/model/LinkFacts.h"
-#include "core/scan/internal/SymbolNameIndex.h"
 
 namespace vantrel::detail {
 
@@ -82,14 +81,6 @@ struct FileEntry {
     std::vector<TypedRef> functions, variables;
     std::vector<BindingRef> imports, exports;  // without the "*" ones
     std::vector<BindingRef> starImports, starExports;
-    // The graph's symbols of this file with their names, which every edge of precise
-    // linking ends at: a handful a file, so a scan finds them sooner than the project's
-    // name index, where common names have thousands.
-    struct Symbol {
-        std::string_view name;
-        const NameCandidate* candidate;
-    };
-    std::vector<Symbol> symbols;
 };
 
 class ProjectFacts {
@@ -98,8 +89,6 @@ public:
     void add(std::unique_ptr<FileEntry> file);
     // Indexes what was added; once.
     void finish();
-    // Gives each file its symbols from the finished name index.
-    void attachSymbols(const SymbolNameIndex& index);
     // Resolves every base expression of every class once, with `resolve(file, expression)`.
     template <typename Resolve>
     void resolveBases(Resolve&& resolve) {

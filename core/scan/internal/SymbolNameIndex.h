@@ -36,8 +36,6 @@ public:
 
     // The candidates of `name`, by file path then id; empty when the name is unknown.
     std::span<const NameCandidate> candidates(std::string_view name) const;
-    // Every candidate, grouped by name; after `finish`.
-    std::span<const NameCandidate> all() const { return candidates_; }
     // The symbol of exactly this id, when it was added; found through its name, which
     // costs one probe of the table where a search of the graph costs a string comparison
     // at each of its levels.
