@@ -95,8 +95,8 @@ mkdir -p "$work/downloads" "$work/corpora" "$work/runs"
 # paths start with it (and Python's absolute imports of the package resolve).
 fetch() {
   local name="$1" source="$2" package="$3" version="$4" take="$5"
-  local dest="$work/corpora/$name" spec="$source $package $version $take" unpack
-  if [ -f "$dest/.fetched" ] && [ "$(cat "$dest/.fetched")" = "$spec" ]; then return; fi
+  local dest="$work/corpora/$name" pinned="$source $package $version $take" unpack
+  if [ -f "$dest/.fetched" ] && [ "$(cat "$dest/.fetched")" = "$pinned" ]; then return; fi
   say "fetching $name ($package $version)"
   rm -rf "$dest"
   unpack="$(mktemp -d "$work/downloads/fetch.XXXXXX")"
@@ -113,7 +113,7 @@ fetch() {
         offered="$(apt-cache policy "$package" | awk '/Candidate:/ {print $2}')"
         echo "run.sh: WARNING: $package $version is no longer offered; using $offered (update corpora.txt)" >&2
         version="$offered"
-        spec="$source $package $version $take"
+        pinned="$source $package $version $take"
       fi
       chown _apt "$unpack" 2> /dev/null || true # apt downloads as its own user where it can
       (cd "$unpack" && apt-get download -qq "$package=$version" >&2)
@@ -122,7 +122,7 @@ fetch() {
     *) echo "run.sh: unknown source $source" >&2; exit 1 ;;
   esac
   rm -rf "$unpack"
-  echo "$spec" > "$dest/.fetched"
+  echo "$pinned" > "$dest/.fetched"
 }
 
 precise_state=""
