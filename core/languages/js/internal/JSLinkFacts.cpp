@@ -12,16 +12,16 @@ namespace {
 // The grammar's numbers for the node types and fields the walk looks at.
 struct Names {
     TSSymbol functionDeclaration, generatorFunctionDeclaration, functionExpression, arrowFunction, methodDefinition,
-        classDeclaration, classExpression, abstractClassDeclaration, classBody, classHeritage, extendsClause,
-        callExpression, newExpression, memberExpression, identifier, propertyIdentifier, privatePropertyIdentifier,
+        classDeclaration, classExpression, abstractClassDeclaration, classHeritage, extendsClause,
+        callExpression, newExpression, memberExpression, identifier, propertyIdentifier,
         thisNode, superNode, importNode, variableDeclarator, lexicalDeclaration, variableDeclaration,
         assignmentExpression, publicFieldDefinition, returnStatement, statementBlock, parenthesizedExpression,
         nonNullExpression, awaitExpression, asExpression, satisfiesExpression, typeAnnotation, typeIdentifier,
         nestedTypeIdentifier, genericType, unionType, parenthesizedType, typeArguments, requiredParameter,
         optionalParameter, assignmentPattern, restPattern, accessibilityModifier, importStatement, exportStatement,
-        string, arguments, nestedIdentifier, objectPattern, shorthandPropertyIdentifierPattern, pairPattern;
+        string, nestedIdentifier, objectPattern, shorthandPropertyIdentifierPattern, pairPattern;
     TSFieldId name, value, function, object, property, constructor, body, parameters, parameter, returnType, type,
-        pattern, left, right, declaration, source, key, argumentsField;
+        pattern, left, right, key, argumentsField;
 
     static const Names& get() {
         static const Names names = [] {
@@ -37,7 +37,6 @@ struct Names {
             n.classDeclaration = s("class_declaration");
             n.classExpression = s("class");
             n.abstractClassDeclaration = s("abstract_class_declaration");
-            n.classBody = s("class_body");
             n.classHeritage = s("class_heritage");
             n.extendsClause = s("extends_clause");
             n.callExpression = s("call_expression");
@@ -45,7 +44,6 @@ struct Names {
             n.memberExpression = s("member_expression");
             n.identifier = s("identifier");
             n.propertyIdentifier = s("property_identifier");
-            n.privatePropertyIdentifier = s("private_property_identifier");
             n.thisNode = s("this");
             n.superNode = s("super");
             n.importNode = s("import");
@@ -76,7 +74,6 @@ struct Names {
             n.importStatement = s("import_statement");
             n.exportStatement = s("export_statement");
             n.string = s("string");
-            n.arguments = s("arguments");
             n.nestedIdentifier = s("nested_identifier");
             n.objectPattern = s("object_pattern");
             n.shorthandPropertyIdentifierPattern = s("shorthand_property_identifier_pattern");
@@ -97,8 +94,6 @@ struct Names {
             n.pattern = f("pattern");
             n.left = f("left");
             n.right = f("right");
-            n.declaration = f("declaration");
-            n.source = f("source");
             return n;
         }();
         return names;

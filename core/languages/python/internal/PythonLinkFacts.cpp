@@ -9,11 +9,11 @@ namespace vantrel {
 namespace {
 
 struct Names {
-    TSSymbol classDefinition, functionDefinition, decoratedDefinition, decorator, block, call, attribute, identifier,
-        assignment, returnStatement, parameters, typedParameter, defaultParameter, typedDefaultParameter, type,
-        subscript, binaryOperator, string, stringContent, parenthesizedExpression, await, keywordArgument, none,
-        expressionStatement, listSplatPattern, dictionarySplatPattern;
-    TSFieldId name, superclasses, body, function, object, attributeField, left, right, typeField, returnType, value,
+    TSSymbol classDefinition, functionDefinition, decoratedDefinition, decorator, call, attribute, identifier,
+        assignment, returnStatement, typedParameter, defaultParameter, typedDefaultParameter, type,
+        subscript, binaryOperator, string, stringContent, parenthesizedExpression, await, keywordArgument,
+        listSplatPattern, dictionarySplatPattern;
+    TSFieldId name, superclasses, function, object, attributeField, left, right, typeField, returnType, value,
         parametersField, subscriptField;
 
     static const Names& get() {
@@ -26,13 +26,11 @@ struct Names {
             n.functionDefinition = s("function_definition");
             n.decoratedDefinition = s("decorated_definition");
             n.decorator = s("decorator");
-            n.block = s("block");
             n.call = s("call");
             n.attribute = s("attribute");
             n.identifier = s("identifier");
             n.assignment = s("assignment");
             n.returnStatement = s("return_statement");
-            n.parameters = s("parameters");
             n.typedParameter = s("typed_parameter");
             n.defaultParameter = s("default_parameter");
             n.typedDefaultParameter = s("typed_default_parameter");
@@ -44,13 +42,10 @@ struct Names {
             n.parenthesizedExpression = s("parenthesized_expression");
             n.await = s("await");
             n.keywordArgument = s("keyword_argument");
-            n.none = s("none");
-            n.expressionStatement = s("expression_statement");
             n.listSplatPattern = s("list_splat_pattern");
             n.dictionarySplatPattern = s("dictionary_splat_pattern");
             n.name = f("name");
             n.superclasses = f("superclasses");
-            n.body = f("body");
             n.function = f("function");
             n.object = f("object");
             n.attributeField = f("attribute");
