@@ -178,8 +178,7 @@ int main(int argc, char** argv) {
                 std::fprintf(stderr, "--linking takes names or precise\n");
                 return 2;
             }
-        }
-        else if (arg == "--mix") {
+        } else if (arg == "--mix") {
             std::string m = next();
             mix = m == "ts" ? bench::Mix::typescript : m == "py" ? bench::Mix::python : bench::Mix::mixed;
         } else {

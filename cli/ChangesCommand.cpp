@@ -96,7 +96,8 @@ BaseGraph loadBaseGraph(const git::WorkTree& tree, const std::string& commit, co
 
 int runChangesCommand(int argc, char** argv) {
     ParsedArgs args = parseArgs(
-        argc, argv, 2, {"--base", "--depth", "--format", "--fail-over", "--config", "--cache-dir", "--linking"}, {"--quiet"});
+        argc, argv, 2, {"--base", "--depth", "--format", "--fail-over", "--config", "--cache-dir", "--linking"},
+        {"--quiet"});
     if (args.positional.size() != 1) throw UsageError("changes takes exactly one folder");
     std::string format = args.value("--format").value_or("text");
     if (format != "text" && format != "json" && format != "markdown")

@@ -10,7 +10,8 @@ const char* const kScanUsage =
     "[--quiet]";
 
 int runScanCommand(int argc, char** argv) {
-    ParsedArgs args = parseArgs(argc, argv, 2, {"--config", "--out", "--cache-dir", "--jobs", "--linking"}, {"--quiet"});
+    ParsedArgs args =
+        parseArgs(argc, argv, 2, {"--config", "--out", "--cache-dir", "--jobs", "--linking"}, {"--quiet"});
     if (args.positional.size() != 1) throw UsageError("scan takes exactly one folder");
     ScanRequest request;
     request.root = requireFolder(args.positional[0]);

@@ -74,7 +74,8 @@ ScanningPreferencesTab::ScanningPreferencesTab(ProjectCache cache, QWidget* pare
     column->addLayout(languages);
 
     column->addWidget(makeDivider(Qt::Horizontal, this));
-    linking_ = new SegmentedPicker(QStringLiteral("Linking"), {QStringLiteral("By Name"), QStringLiteral("Precise")}, this);
+    linking_ =
+        new SegmentedPicker(QStringLiteral("Linking"), {QStringLiteral("By Name"), QStringLiteral("Precise")}, this);
     linking_->setToolTip(QStringLiteral(
         "By Name links plain calls f() by their name. Precise also follows this.m(), self.m(), x.m() with a known "
         "type, new C(), super and import aliases, and leaves out builtins. A project's vantrel.json \"linking\" "

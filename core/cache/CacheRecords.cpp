@@ -270,8 +270,9 @@ void appendTypedNames(std::string& out, const std::vector<TypedName>& names) {
 }
 
 void appendBindings(std::string& out, const std::vector<ImportBinding>& bindings) {
-    appendArray(out, bindings,
-                [](std::string& o, const ImportBinding& b) { appendStrings(o, {b.local, b.path, b.name}); });
+    appendArray(out, bindings, [](std::string& o, const ImportBinding& b) {
+        appendStrings(o, {b.local, b.path, b.name});
+    });
 }
 
 void appendFacts(std::string& out, const FileFacts& facts) {
@@ -310,8 +311,8 @@ void appendSites(std::string& out, const std::vector<CallSite>& sites) {
         out.push_back(',');
         appendJsonString(out, first.enclosingClass, true);
         out.append(",[");
-        for (const std::size_t start = i; i < sites.size() && sites[i].callerId == first.callerId &&
-                                          sites[i].enclosingClass == first.enclosingClass;
+        for (const std::size_t start = i;
+             i < sites.size() && sites[i].callerId == first.callerId && sites[i].enclosingClass == first.enclosingClass;
              ++i) {
             const CallSite& site = sites[i];
             if (i != start) out.push_back(',');
@@ -363,8 +364,9 @@ void readTypedNames(JsonReader& reader, bool keep, std::vector<TypedName>& out) 
 }
 
 void readBindings(JsonReader& reader, bool keep, std::vector<ImportBinding>& out) {
-    readReusing(reader, keep, out,
-                [&](ImportBinding& b) { readStringTuple<3>(reader, keep, {&b.local, &b.path, &b.name}); });
+    readReusing(reader, keep, out, [&](ImportBinding& b) {
+        readStringTuple<3>(reader, keep, {&b.local, &b.path, &b.name});
+    });
 }
 
 void readFacts(JsonReader& reader, bool keep, FileFacts& facts) {

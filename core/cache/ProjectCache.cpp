@@ -145,7 +145,8 @@ bool ProjectCache::loadFileInto(std::string_view projectRoot, std::string_view r
         // making them would have changed nothing. Only when it does not are they made, as
         // every access makes them, and then there is no record to read. A scan loads each
         // record twice, so this spares it two path lookups per file.
-        if (!readWholeFileInto(recordPathIn(projectDirPath(*supportDir_, projectRoot, folderSuffix_), relPath), buffer)) {
+        if (!readWholeFileInto(recordPathIn(projectDirPath(*supportDir_, projectRoot, folderSuffix_), relPath),
+                               buffer)) {
             fileRecordURL(projectRoot, relPath);
             return false;
         }

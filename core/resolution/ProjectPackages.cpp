@@ -141,7 +141,8 @@ std::vector<std::string> workspacePatterns(const std::string& root, const json& 
             std::string_view item = line.substr(dash + 1);
             while (!item.empty() && (item.front() == ' ' || item.front() == '\'' || item.front() == '"'))
                 item.remove_prefix(1);
-            while (!item.empty() && (item.back() == ' ' || item.back() == '\'' || item.back() == '"' || item.back() == '\r'))
+            while (!item.empty() &&
+                   (item.back() == ' ' || item.back() == '\'' || item.back() == '"' || item.back() == '\r'))
                 item.remove_suffix(1);
             if (!item.empty()) patterns.emplace_back(item);
         }
@@ -163,7 +164,8 @@ ProjectPackages ProjectPackages::load(std::string_view rootPath) {
             packages.packages_.try_emplace(text, readPackage(folder, m, text));
         };
         if (manifest) add(root, *manifest);
-        for (const auto& pattern : manifest ? workspacePatterns(root, *manifest) : workspacePatterns(root, json::object()))
+        for (const auto& pattern :
+             manifest ? workspacePatterns(root, *manifest) : workspacePatterns(root, json::object()))
             for (const auto& folder : workspaceFolders(root, pattern))
                 if (auto m = readJson(appendPathComponent(folder, "package.json"))) add(folder, *m);
     } catch (...) {

@@ -20,8 +20,8 @@ namespace vantrel {
 class ProjectPackages {
 public:
     struct Package {
-        std::string folder;                 // absolute
-        std::optional<std::string> entry;   // absolute file, when one was found
+        std::string folder;                                               // absolute
+        std::optional<std::string> entry;                                 // absolute file, when one was found
         std::vector<std::pair<std::string, std::string>> exportPatterns;  // "./x/*" -> "./y/*"
         bool operator==(const Package&) const = default;
     };

@@ -68,15 +68,15 @@ bool parseAndCache(const EnumeratedFile& file, const FileAnalysisContext& contex
     if (plugin == context.pluginByExt.end()) return false;
 
     if (context.stats) ++context.stats->parsed;
-    FileAnalysisResult analysis = analyzeSource(*plugin->second, file, text, context.root, context.tsconfig,
-                                                context.linking, context.packages);
+    FileAnalysisResult analysis =
+        analyzeSource(*plugin->second, file, text, context.root, context.tsconfig, context.linking, context.packages);
 
     // Precise linking finds imported names through the facts' bindings; the bare-name map
     // would only be read back and thrown away.
     if (context.linking == LinkingMode::precise) analysis.imports.clear();
-    record = CachedFileResult{std::move(fileHash),          std::move(analysis.symbols), std::move(analysis.imports),
-                              std::move(analysis.calls),    std::move(analysis.diagnostics),
-                              std::move(analysis.sites),    std::move(analysis.facts)};
+    record = CachedFileResult{std::move(fileHash),       std::move(analysis.symbols),     std::move(analysis.imports),
+                              std::move(analysis.calls), std::move(analysis.diagnostics), std::move(analysis.sites),
+                              std::move(analysis.facts)};
     context.cache.saveFile(record, context.root, file.relPath);
     return true;
 }

@@ -4,9 +4,9 @@
 #include <chrono>
 #include <cstdint>
 
+#include "core/cache/Hashing.h"
 #include "core/languages/js/JSFamilyPlugin.h"
 #include "core/languages/python/PythonPlugin.h"
-#include "core/cache/Hashing.h"
 #include "core/resolution/ProjectPackages.h"
 #include "core/scan/internal/GraphBuilder.h"
 #include "core/scan/internal/LinkWalk.h"

@@ -180,7 +180,8 @@ TEST(CacheRecordCodec, PreciseSitesAndFactsRoundTripAndAreCheckedStrictly) {
     record.sites = {{"a.ts:run:method", "this.store.add", "Runner", 4, 8, CallForm::chainMember},
                     {"a.ts:run:method", "Task", "Runner", 5, 2, CallForm::constructor},
                     {"b.py:f:function", "super.__init__", "", 0, 0, CallForm::superMember}};
-    record.facts.classes = {{"Runner", {"Base", "mixins.Log"}, {{"run", "new(Task)"}, {"stop", ""}}, {{"store", "new(Store)"}}}};
+    record.facts.classes = {
+        {"Runner", {"Base", "mixins.Log"}, {{"run", "new(Task)"}, {"stop", ""}}, {{"store", "new(Store)"}}}};
     record.facts.functions = {{"make", "new(Runner)"}};
     record.facts.variables = {{"module.exports", "Runner"}};
     record.facts.imports = {{"Store", "src/store.ts", "default"}, {"os", "", "*"}};
@@ -219,7 +220,8 @@ TEST(CacheRecordCodec, PreciseSitesAndFactsRoundTripAndAreCheckedStrictly) {
                             R"("sites":[["c","",[],"x"]],"symbols":[]})"})          // a run too long
         EXPECT_FALSE(decodeFileRecord(head + bad)) << bad;
     const std::string facts = R"({"calls":[],"diagnostics":[],"facts":{"classes":[],"exports":[],"functions":[)";
-    EXPECT_FALSE(decodeFileRecord(facts + R"(["f"]],"imports":[],"variables":[]},"fileHash":"h","imports":{},"symbols":[]})"));
+    EXPECT_FALSE(
+        decodeFileRecord(facts + R"(["f"]],"imports":[],"variables":[]},"fileHash":"h","imports":{},"symbols":[]})"));
     EXPECT_FALSE(decodeFileRecord(
         R"({"calls":[],"diagnostics":[],"facts":{"exports":[],"functions":[],"imports":[],"variables":[]},"fileHash":"h","imports":{},"symbols":[]})"))
         << "facts without their classes";

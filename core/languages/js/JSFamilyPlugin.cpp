@@ -74,8 +74,7 @@ std::string bindingPath(TSNode source, const AnalysisInput& input, ResolvedSourc
 }
 
 // Import, export and `require` statements become the bindings of the file's facts.
-void collectBindings(const JSLinkFacts& walk, const AnalysisInput& input, ResolvedSources& resolved,
-                     FileFacts& facts) {
+void collectBindings(const JSLinkFacts& walk, const AnalysisInput& input, ResolvedSources& resolved, FileFacts& facts) {
     auto text = [&](TSNode node) { return extractNodeText(node, input.source); };
     for (TSNode statement : walk.importStatements) {
         TSNode source = ts_node_child_by_field_name(statement, "source", 6);
@@ -106,7 +105,8 @@ void collectBindings(const JSLinkFacts& walk, const AnalysisInput& input, Resolv
         }
     }
     for (const auto& required : walk.requireCalls)
-        facts.imports.push_back(ImportBinding{required.local, bindingPath(required.source, input, resolved), required.name});
+        facts.imports.push_back(
+            ImportBinding{required.local, bindingPath(required.source, input, resolved), required.name});
     for (TSNode statement : walk.exportStatements) {
         TSNode source = ts_node_child_by_field_name(statement, "source", 6);
         const std::string path = ts_node_is_null(source) ? input.fileRelPath : bindingPath(source, input, resolved);

@@ -73,7 +73,8 @@ FileAnalysisResult PythonPlugin::analyzeFile(const AnalysisInput& input) const {
     FileAnalysisResult result;
     std::optional<PythonLinkFacts> linkFacts;
     if (input.linking == LinkingMode::precise) linkFacts.emplace(input.source, input.fileRelPath);
-    PythonSyntax syntax = walkPythonSyntax(input.root, input.source, input.fileRelPath, linkFacts ? &*linkFacts : nullptr);
+    PythonSyntax syntax =
+        walkPythonSyntax(input.root, input.source, input.fileRelPath, linkFacts ? &*linkFacts : nullptr);
     collectDeclarations(
         syntax.declarations, input,
         [&](std::uint16_t, TSNode decl, const std::string& name) -> std::optional<SymbolKind> {

@@ -92,8 +92,14 @@ public:
         const std::size_t index = facts_.classes.size() - 1;
         classes_.push_back(ClassLevel{depth_, index});
         const Scope& outer = scopes_.back();
-        scopes_.push_back(Scope{depth_, owner ? std::move(owner) : outer.owner, facts_.classes[index].name, {},
-                                ResultSlot{}, false, false, false});
+        scopes_.push_back(Scope{depth_,
+                                owner ? std::move(owner) : outer.owner,
+                                facts_.classes[index].name,
+                                {},
+                                ResultSlot{},
+                                false,
+                                false,
+                                false});
         return index;
     }
     // The innermost scope owns nothing: a definition without a name.

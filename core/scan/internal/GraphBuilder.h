@@ -5,8 +5,8 @@
 #pragma once
 
 #include <array>
-#include <memory>
 #include <cstddef>
+#include <memory>
 #include <mutex>
 #include <string>
 #include <string_view>

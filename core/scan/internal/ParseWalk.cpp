@@ -17,8 +17,8 @@ ParseWalk::ParseWalk(const ScanContext& scan, GraphBuilder& graph, std::int64_t 
       scratch_(scan.lanes) {}
 
 void ParseWalk::run(Enumerator& enumerator) {
-    FileAnalysisContext context{scan_.root,        enumerator.pluginByExt, tsconfig_,     scan_.cache,
-                                scan_.isCancelled, scan_.stats,            scan_.linking, scan_.packages};
+    FileAnalysisContext context{scan_.root,  enumerator.pluginByExt, tsconfig_,     scan_.cache, scan_.isCancelled,
+                                scan_.stats, scan_.linking,          scan_.packages};
     std::vector<EnumeratedFile> batch;
     batch.reserve(static_cast<std::size_t>(std::min<std::int64_t>(batchSize_, 1 << 16)));
     if (enumerator.walker) {

@@ -20,9 +20,9 @@ struct PreciseLinker::Value {
         method,
     };
     Kind kind = Kind::unknown;
-    const FileEntry* file = nullptr;      // the module; the function's or the class's file
-    const ClassInfo* klass = nullptr;    // the class, the instance's class, the method's class
-    const TypedRef* entry = nullptr;     // the function or method, with its result
+    const FileEntry* file = nullptr;   // the module; the function's or the class's file
+    const ClassInfo* klass = nullptr;  // the class, the instance's class, the method's class
+    const TypedRef* entry = nullptr;   // the function or method, with its result
 
     static Value of(Kind kind) { return Value{kind, nullptr, nullptr, nullptr}; }
     static Value ofClass(Kind kind, ClassRef ref) { return Value{kind, ref.file, ref.facts, nullptr}; }
@@ -40,25 +40,23 @@ constexpr int kSiteBudget = 96;
 
 // Names every Python module has without an import.
 constexpr std::array<std::string_view, 73> kPythonBuiltins{
-    "abs",        "aiter",     "all",         "anext",      "any",          "ascii",       "bin",
-    "bool",       "breakpoint", "bytearray",  "bytes",      "callable",     "chr",         "classmethod",
-    "compile",    "complex",   "delattr",     "dict",       "dir",          "divmod",      "enumerate",
-    "eval",       "exec",      "filter",      "float",      "format",       "frozenset",   "getattr",
-    "globals",    "hasattr",   "hash",        "help",       "hex",          "id",          "input",
-    "int",        "isinstance", "issubclass", "iter",       "len",          "list",        "locals",
-    "map",        "max",       "memoryview",  "min",        "next",         "object",      "oct",
-    "open",       "ord",       "pow",         "print",      "property",     "range",       "repr",
-    "reversed",   "round",     "set",         "setattr",    "slice",        "sorted",      "staticmethod",
-    "str",        "sum",       "super",       "tuple",      "type",         "vars",        "zip",
-    "__import__", "Exception", "ValueError"};
+    "abs",        "aiter",      "all",       "anext", "any",         "ascii",   "bin",     "bool",       "breakpoint",
+    "bytearray",  "bytes",      "callable",  "chr",   "classmethod", "compile", "complex", "delattr",    "dict",
+    "dir",        "divmod",     "enumerate", "eval",  "exec",        "filter",  "float",   "format",     "frozenset",
+    "getattr",    "globals",    "hasattr",   "hash",  "help",        "hex",     "id",      "input",      "int",
+    "isinstance", "issubclass", "iter",      "len",   "list",        "locals",  "map",     "max",        "memoryview",
+    "min",        "next",       "object",    "oct",   "open",        "ord",     "pow",     "print",      "property",
+    "range",      "repr",       "reversed",  "round", "set",         "setattr", "slice",   "sorted",     "staticmethod",
+    "str",        "sum",        "super",     "tuple", "type",        "vars",    "zip",     "__import__", "Exception",
+    "ValueError"};
 
 // Names every JS environment has without an import.
 constexpr std::array<std::string_view, 38> kJSGlobals{
-    "Array",   "ArrayBuffer", "Boolean",  "Buffer",       "console",  "Date",         "document",   "Error",
-    "eval",    "Function",    "globalThis", "isFinite",   "isNaN",    "JSON",         "Map",        "Math",
-    "Number",  "Object",      "parseFloat", "parseInt",   "process",  "Promise",      "Proxy",      "Reflect",
-    "RegExp",  "require",     "Set",      "setInterval",  "setTimeout", "String",     "Symbol",     "TypeError",
-    "WeakMap", "WeakSet",     "window",   "clearTimeout", "queueMicrotask", "structuredClone"};
+    "Array",   "ArrayBuffer", "Boolean",    "Buffer",       "console",        "Date",           "document", "Error",
+    "eval",    "Function",    "globalThis", "isFinite",     "isNaN",          "JSON",           "Map",      "Math",
+    "Number",  "Object",      "parseFloat", "parseInt",     "process",        "Promise",        "Proxy",    "Reflect",
+    "RegExp",  "require",     "Set",        "setInterval",  "setTimeout",     "String",         "Symbol",   "TypeError",
+    "WeakMap", "WeakSet",     "window",     "clearTimeout", "queueMicrotask", "structuredClone"};
 
 bool isBuiltin(std::string_view name, bool python) {
     if (python) {
@@ -71,39 +69,129 @@ bool isBuiltin(std::string_view name, bool python) {
 // Methods of the languages' own types (lists, strings, maps, promises, files, events): a
 // receiver of unknown type calling one of these is far more often such a value than the
 // one project class that happens to declare the name, so the fallback leaves them alone.
-constexpr std::array<std::string_view, 100> kJSBuiltinMethods{
-    "add",        "addListener", "apply",      "at",          "bind",       "call",        "catch",
-    "charAt",     "charCodeAt",  "clear",      "close",       "concat",     "delete",      "destroy",
-    "emit",       "end",         "endsWith",   "entries",     "every",      "exec",        "fill",
-    "filter",     "finally",     "find",       "findIndex",   "flat",       "flatMap",     "forEach",
-    "get",        "getTime",     "has",        "hasOwnProperty", "includes", "indexOf",    "join",
-    "keys",       "lastIndexOf", "listeners",  "localeCompare", "map",      "match",       "matchAll",
-    "next",       "normalize",   "off",        "on",          "once",       "padEnd",      "padStart",
-    "pipe",       "pop",         "push",       "read",        "reduce",     "reduceRight", "removeAllListeners",
-    "removeListener", "repeat",  "replace",    "replaceAll",  "resolve",    "reverse",     "search",
-    "set",        "shift",       "slice",      "some",        "sort",       "splice",      "split",
-    "startsWith", "substr",      "substring",  "test",        "then",       "toFixed",     "toISOString",
-    "toJSON",     "toLowerCase", "toString",   "toUpperCase", "trim",       "trimEnd",     "trimStart",
-    "unshift",    "valueOf",     "values",     "write",       "reject",     "throw",       "return",
-    "toLocaleString", "assign",  "create",     "freeze",      "isArray",    "from",        "of",
-    "stringify",  "parse"};
+constexpr std::array<std::string_view, 100> kJSBuiltinMethods{"add",
+                                                              "addListener",
+                                                              "apply",
+                                                              "at",
+                                                              "bind",
+                                                              "call",
+                                                              "catch",
+                                                              "charAt",
+                                                              "charCodeAt",
+                                                              "clear",
+                                                              "close",
+                                                              "concat",
+                                                              "delete",
+                                                              "destroy",
+                                                              "emit",
+                                                              "end",
+                                                              "endsWith",
+                                                              "entries",
+                                                              "every",
+                                                              "exec",
+                                                              "fill",
+                                                              "filter",
+                                                              "finally",
+                                                              "find",
+                                                              "findIndex",
+                                                              "flat",
+                                                              "flatMap",
+                                                              "forEach",
+                                                              "get",
+                                                              "getTime",
+                                                              "has",
+                                                              "hasOwnProperty",
+                                                              "includes",
+                                                              "indexOf",
+                                                              "join",
+                                                              "keys",
+                                                              "lastIndexOf",
+                                                              "listeners",
+                                                              "localeCompare",
+                                                              "map",
+                                                              "match",
+                                                              "matchAll",
+                                                              "next",
+                                                              "normalize",
+                                                              "off",
+                                                              "on",
+                                                              "once",
+                                                              "padEnd",
+                                                              "padStart",
+                                                              "pipe",
+                                                              "pop",
+                                                              "push",
+                                                              "read",
+                                                              "reduce",
+                                                              "reduceRight",
+                                                              "removeAllListeners",
+                                                              "removeListener",
+                                                              "repeat",
+                                                              "replace",
+                                                              "replaceAll",
+                                                              "resolve",
+                                                              "reverse",
+                                                              "search",
+                                                              "set",
+                                                              "shift",
+                                                              "slice",
+                                                              "some",
+                                                              "sort",
+                                                              "splice",
+                                                              "split",
+                                                              "startsWith",
+                                                              "substr",
+                                                              "substring",
+                                                              "test",
+                                                              "then",
+                                                              "toFixed",
+                                                              "toISOString",
+                                                              "toJSON",
+                                                              "toLowerCase",
+                                                              "toString",
+                                                              "toUpperCase",
+                                                              "trim",
+                                                              "trimEnd",
+                                                              "trimStart",
+                                                              "unshift",
+                                                              "valueOf",
+                                                              "values",
+                                                              "write",
+                                                              "reject",
+                                                              "throw",
+                                                              "return",
+                                                              "toLocaleString",
+                                                              "assign",
+                                                              "create",
+                                                              "freeze",
+                                                              "isArray",
+                                                              "from",
+                                                              "of",
+                                                              "stringify",
+                                                              "parse"};
 constexpr std::array<std::string_view, 84> kPythonBuiltinMethods{
-    "add",        "append",     "capitalize", "casefold",   "center",     "clear",      "close",
-    "copy",       "count",      "decode",     "difference", "discard",    "encode",     "endswith",
-    "expandtabs", "extend",     "find",       "findall",    "finditer",   "flush",      "format",
-    "format_map", "fromkeys",   "fullmatch",  "get",        "group",      "groupdict",  "groups",
-    "index",      "insert",     "intersection", "isalnum",  "isalpha",    "isdigit",    "isdisjoint",
-    "islower",    "isspace",    "issubset",   "issuperset", "istitle",    "isupper",    "items",
-    "join",       "keys",       "ljust",      "lower",      "lstrip",     "match",      "partition",
-    "pop",        "popitem",    "read",       "readline",   "readlines",  "remove",     "replace",
-    "reverse",    "rfind",      "rindex",     "rjust",      "rpartition", "rsplit",     "rstrip",
-    "search",     "seek",       "setdefault", "sort",       "span",       "split",      "splitlines",
-    "startswith", "strip",      "sub",        "swapcase",   "symmetric_difference", "tell", "title",
-    "translate",  "union",      "update",     "upper",      "values",     "write",      "zfill"};
+    "add",          "append",     "capitalize", "casefold",   "center",
+    "clear",        "close",      "copy",       "count",      "decode",
+    "difference",   "discard",    "encode",     "endswith",   "expandtabs",
+    "extend",       "find",       "findall",    "finditer",   "flush",
+    "format",       "format_map", "fromkeys",   "fullmatch",  "get",
+    "group",        "groupdict",  "groups",     "index",      "insert",
+    "intersection", "isalnum",    "isalpha",    "isdigit",    "isdisjoint",
+    "islower",      "isspace",    "issubset",   "issuperset", "istitle",
+    "isupper",      "items",      "join",       "keys",       "ljust",
+    "lower",        "lstrip",     "match",      "partition",  "pop",
+    "popitem",      "read",       "readline",   "readlines",  "remove",
+    "replace",      "reverse",    "rfind",      "rindex",     "rjust",
+    "rpartition",   "rsplit",     "rstrip",     "search",     "seek",
+    "setdefault",   "sort",       "span",       "split",      "splitlines",
+    "startswith",   "strip",      "sub",        "swapcase",   "symmetric_difference",
+    "tell",         "title",      "translate",  "union",      "update",
+    "upper",        "values",     "write",      "zfill"};
 
 bool isBuiltinMethod(std::string_view name, bool python) {
-    if (python) return std::find(kPythonBuiltinMethods.begin(), kPythonBuiltinMethods.end(), name) !=
-                       kPythonBuiltinMethods.end();
+    if (python)
+        return std::find(kPythonBuiltinMethods.begin(), kPythonBuiltinMethods.end(), name) !=
+               kPythonBuiltinMethods.end();
     return std::find(kJSBuiltinMethods.begin(), kJSBuiltinMethods.end(), name) != kJSBuiltinMethods.end();
 }
 
@@ -183,8 +271,7 @@ PreciseLinker::Value PreciseLinker::evaluate(std::string_view expression, const 
             if (prefix.find('(') != std::string_view::npos) break;
             if (file.import(prefix)) best = prefix;
         }
-        if (std::string_view whole = expression.substr(0, expression.find('(')); file.import(whole))
-            best = whole;
+        if (std::string_view whole = expression.substr(0, expression.find('(')); file.import(whole)) best = whole;
         if (!best.empty()) {
             first = best;
             rest = expression.substr(best.size());
@@ -232,10 +319,8 @@ PreciseLinker::Value PreciseLinker::head(std::string_view head, const FileEntry&
 
 PreciseLinker::Value PreciseLinker::lookUp(const FileEntry& file, std::string_view name, int& budget) const {
     if (--budget < 0) return Value::of(Kind::unknown);
-    if (const auto* found = file.klass(name))
-        return Value::ofClass(Kind::klass, ClassRef{&file, found});
-    if (const auto* found = file.function(name))
-        return Value{Kind::function, &file, nullptr, found};
+    if (const auto* found = file.klass(name)) return Value::ofClass(Kind::klass, ClassRef{&file, found});
+    if (const auto* found = file.function(name)) return Value{Kind::function, &file, nullptr, found};
     if (const auto* found = file.import(name)) {
         const BindingRef& binding = *found;
         if (binding.path.empty()) return Value::of(Kind::external);
@@ -244,8 +329,7 @@ PreciseLinker::Value PreciseLinker::lookUp(const FileEntry& file, std::string_vi
         if (binding.name == "*") return Value{Kind::module, module, nullptr, nullptr};
         return moduleMember(*module, binding.name, budget);
     }
-    if (const auto* found = file.variable(name))
-        return evaluate(found->type, file, ClassRef{}, budget);
+    if (const auto* found = file.variable(name)) return evaluate(found->type, file, ClassRef{}, budget);
     for (const BindingRef& star : file.starImports) {
         const FileEntry* module = star.module;
         if (!module) continue;
@@ -261,12 +345,9 @@ PreciseLinker::Value PreciseLinker::lookUp(const FileEntry& file, std::string_vi
 
 PreciseLinker::Value PreciseLinker::moduleMember(const FileEntry& module, std::string_view name, int& budget) const {
     if (--budget < 0) return Value::of(Kind::unknown);
-    if (const auto* found = module.klass(name))
-        return Value::ofClass(Kind::klass, ClassRef{&module, found});
-    if (const auto* found = module.function(name))
-        return Value{Kind::function, &module, nullptr, found};
-    if (const auto* found = module.variable(name))
-        return evaluate(found->type, module, ClassRef{}, budget);
+    if (const auto* found = module.klass(name)) return Value::ofClass(Kind::klass, ClassRef{&module, found});
+    if (const auto* found = module.function(name)) return Value{Kind::function, &module, nullptr, found};
+    if (const auto* found = module.variable(name)) return evaluate(found->type, module, ClassRef{}, budget);
     if (const auto* found = module.exported(name)) {
         const BindingRef& exported = *found;
         const FileEntry* from = exported.module;
@@ -302,8 +383,7 @@ PreciseLinker::Value PreciseLinker::unwrapModule(const Value& value, int& budget
     if (value.kind != Kind::module) return value;
     const FileEntry& module = *value.file;
     for (std::string_view whole : {std::string_view("module.exports"), std::string_view("default")}) {
-        if (const auto* found = module.variable(whole))
-            return evaluate(found->type, module, ClassRef{}, budget);
+        if (const auto* found = module.variable(whole)) return evaluate(found->type, module, ClassRef{}, budget);
         if (module.exported(whole)) return moduleMember(module, whole, budget);
     }
     return value;
@@ -325,7 +405,7 @@ PreciseLinker::Value PreciseLinker::member(const Value& value, std::string_view 
             if (field.entry) {
                 Value held = evaluate(field.entry->type, *field.owner.file, field.owner, budget);
                 return held.kind == Kind::unknown && (method.external || field.external) ? Value::of(Kind::external)
-                                                                                          : held;
+                                                                                         : held;
             }
             // Inherited from a class outside the project, or set where no fact shows it.
             return Value::of(method.external ? Kind::external : Kind::unknown);
@@ -337,10 +417,8 @@ PreciseLinker::Value PreciseLinker::member(const Value& value, std::string_view 
 
 PreciseLinker::Value PreciseLinker::call(const Value& value, int& budget) const {
     switch (value.kind) {
-        case Kind::function:
-            return evaluate(value.entry->type, *value.file, ClassRef{}, budget);
-        case Kind::method:
-            return evaluate(value.entry->type, *value.file, value.classRef(), budget);
+        case Kind::function: return evaluate(value.entry->type, *value.file, ClassRef{}, budget);
+        case Kind::method: return evaluate(value.entry->type, *value.file, value.classRef(), budget);
         case Kind::klass: return Value::ofClass(Kind::instance, value.classRef());
         case Kind::module: {
             Value whole = unwrapModule(value, budget);
@@ -359,9 +437,9 @@ const NameCandidate* PreciseLinker::symbolIn(const FileEntry& file, std::string_
                                       [&](const NameCandidate& c) { return c.filePath() < file.path; });
     for (auto it = first; it != candidates.end() && it->filePath() == file.path; ++it) {
         const SymbolKind kind = it->symbol->kind;
-        if (klass ? kind == SymbolKind::classType
-                  : method ? kind == SymbolKind::method
-                           : (kind == SymbolKind::function || kind == SymbolKind::component))
+        if (klass    ? kind == SymbolKind::classType
+            : method ? kind == SymbolKind::method
+                     : (kind == SymbolKind::function || kind == SymbolKind::component))
             return &*it;
     }
     return nullptr;
@@ -429,7 +507,8 @@ const NameCandidate* PreciseLinker::resolve(const CallSite& site, const FileEntr
     const std::string_view name = callee.substr(dot + 1);
     const std::string_view receiverText = callee.substr(0, dot);
     Value receiver = evaluate(receiverText, *file, self, budget);
-    if (receiver.kind == Kind::opaque && receiverText.size() > 1 && receiverText.find_first_of(".(") == std::string_view::npos) {
+    if (receiver.kind == Kind::opaque && receiverText.size() > 1 &&
+        receiverText.find_first_of(".(") == std::string_view::npos) {
         // A local of unknown type named after a class (`subscriber` and `Subscriber`): that
         // class, when it is the only one so named and has the method.
         auto named = facts_.classesNamedLike(receiverText.substr(1), file->python);

@@ -116,9 +116,7 @@ const ClassInfo* FileEntry::klass(std::string_view name) const { return findSort
 const TypedRef* FileEntry::function(std::string_view name) const { return findSorted(functions, name, nameOf, false); }
 const TypedRef* FileEntry::variable(std::string_view name) const { return findSorted(variables, name, nameOf, false); }
 const BindingRef* FileEntry::import(std::string_view name) const { return findSorted(imports, name, localOf, true); }
-const BindingRef* FileEntry::exported(std::string_view name) const {
-    return findSorted(exports, name, localOf, false);
-}
+const BindingRef* FileEntry::exported(std::string_view name) const { return findSorted(exports, name, localOf, false); }
 
 void ProjectFacts::add(std::unique_ptr<FileEntry> file) { files_.push_back(std::move(file)); }
 
@@ -130,10 +128,12 @@ void ProjectFacts::finish() {
     for (const auto& owned : files_) {
         FileEntry& file = *owned;
         for (auto* list : {&file.imports, &file.exports, &file.starImports, &file.starExports})
-            for (BindingRef& binding : *list) binding.module = binding.path.empty() ? nullptr : this->file(binding.path);
+            for (BindingRef& binding : *list)
+                binding.module = binding.path.empty() ? nullptr : this->file(binding.path);
         for (const auto& klass : file.classes) {
             classesByName_[file.python].push_back(ClassRef{&file, &klass});
-            for (const auto& method : klass.methods) declarers_[file.python].push_back(Declarer{method.name, {&file, &klass}});
+            for (const auto& method : klass.methods)
+                declarers_[file.python].push_back(Declarer{method.name, {&file, &klass}});
         }
     }
     for (int python = 0; python < 2; ++python) {
@@ -177,8 +177,7 @@ std::span<const ClassRef> ProjectFacts::classesNamed(std::string_view name, bool
 std::span<const ClassRef> ProjectFacts::classesNamedLike(std::string_view name, bool python) const {
     const auto& list = classesByFoldedName_[python];
     auto [from, to] = std::equal_range(list.begin(), list.end(), name, [](const auto& a, const auto& b) {
-        if constexpr (std::is_same_v<std::decay_t<decltype(a)>, std::string_view>)
-            return foldedLess(a, b.facts->name);
+        if constexpr (std::is_same_v<std::decay_t<decltype(a)>, std::string_view>) return foldedLess(a, b.facts->name);
         else return foldedLess(a.facts->name, b);
     });
     return std::span<const ClassRef>(from, to);

@@ -12,14 +12,14 @@ namespace {
 // The grammar's numbers for the node types and fields the walk looks at.
 struct Names {
     TSSymbol functionDeclaration, generatorFunctionDeclaration, functionExpression, arrowFunction, methodDefinition,
-        classDeclaration, classExpression, abstractClassDeclaration, classHeritage, extendsClause,
-        callExpression, newExpression, memberExpression, identifier, propertyIdentifier,
-        thisNode, superNode, importNode, variableDeclarator, lexicalDeclaration, variableDeclaration,
-        assignmentExpression, publicFieldDefinition, returnStatement, statementBlock, parenthesizedExpression,
-        nonNullExpression, awaitExpression, asExpression, satisfiesExpression, typeAnnotation, typeIdentifier,
-        nestedTypeIdentifier, genericType, unionType, parenthesizedType, typeArguments, requiredParameter,
-        optionalParameter, assignmentPattern, restPattern, accessibilityModifier, importStatement, exportStatement,
-        string, nestedIdentifier, objectPattern, shorthandPropertyIdentifierPattern, pairPattern;
+        classDeclaration, classExpression, abstractClassDeclaration, classHeritage, extendsClause, callExpression,
+        newExpression, memberExpression, identifier, propertyIdentifier, thisNode, superNode, importNode,
+        variableDeclarator, lexicalDeclaration, variableDeclaration, assignmentExpression, publicFieldDefinition,
+        returnStatement, statementBlock, parenthesizedExpression, nonNullExpression, awaitExpression, asExpression,
+        satisfiesExpression, typeAnnotation, typeIdentifier, nestedTypeIdentifier, genericType, unionType,
+        parenthesizedType, typeArguments, requiredParameter, optionalParameter, assignmentPattern, restPattern,
+        accessibilityModifier, importStatement, exportStatement, string, nestedIdentifier, objectPattern,
+        shorthandPropertyIdentifierPattern, pairPattern;
     TSFieldId name, value, function, object, property, constructor, body, parameters, parameter, returnType, type,
         pattern, left, right, key, argumentsField;
 
@@ -100,13 +100,11 @@ struct Names {
     }
 };
 
-
 bool isNull(TSNode node) { return ts_node_is_null(node); }
 
 bool isClassNode(const Names& n, TSSymbol symbol) {
     return symbol == n.classDeclaration || symbol == n.classExpression || symbol == n.abstractClassDeclaration;
 }
-
 
 }  // namespace
 
@@ -221,7 +219,8 @@ void JSLinkFacts::declareParameters(TSNode function, bool isConstructor) {
             if (ts_node_symbol(pattern) == n.restPattern) pattern = firstNamedChild(pattern);
             if (isNull(pattern) || ts_node_symbol(pattern) != n.identifier) continue;
             std::string type;
-            if (TSNode annotation = fieldChild(parameter, n.type); !isNull(annotation)) type = typeExpression(annotation);
+            if (TSNode annotation = fieldChild(parameter, n.type); !isNull(annotation))
+                type = typeExpression(annotation);
             else if (TSNode value = fieldChild(parameter, n.value); !isNull(value)) type = expression(value);
             std::string name = text(pattern);
             // `constructor(private svc: Service)` declares a field as well.
@@ -247,7 +246,8 @@ void JSLinkFacts::enterClass(TSNode node) {
     ClassFacts facts;
     if (TSNode name = fieldChild(node, n.name); !isNull(name)) {
         facts.name = text(name);
-    } else if (TSNode declarator = scopes_.above(1); !isNull(declarator) && ts_node_symbol(declarator) == n.variableDeclarator) {
+    } else if (TSNode declarator = scopes_.above(1);
+               !isNull(declarator) && ts_node_symbol(declarator) == n.variableDeclarator) {
         if (TSNode name = fieldChild(declarator, n.name); !isNull(name) && ts_node_symbol(name) == n.identifier)
             facts.name = text(name);
     }
@@ -360,8 +360,8 @@ void JSLinkFacts::enterAssignment(TSNode assignment) {
     TSNode property = fieldChild(left, n.property);
     if (isNull(object) || isNull(property)) return;
     // CommonJS: `module.exports = X`, `module.exports.name = X`, `exports.name = X`.
-    if (std::string target = dotted(left); target == "module.exports" || target.starts_with("module.exports.") ||
-                                           target.starts_with("exports.")) {
+    if (std::string target = dotted(left);
+        target == "module.exports" || target.starts_with("module.exports.") || target.starts_with("exports.")) {
         std::string name = target == "module.exports" ? target : text(property);
         std::string value = expression(right);
         if (!value.empty()) facts.variables.push_back(TypedName{std::move(name), std::move(value)});
@@ -425,7 +425,8 @@ std::string JSLinkFacts::typeExpression(TSNode node, int depth) const {
     const Names& n = Names::get();
     if (isNull(node) || depth > LinkFactsScopes::kMaxDepth) return {};
     const TSSymbol symbol = ts_node_symbol(node);
-    if (symbol == n.typeAnnotation || symbol == n.parenthesizedType) return typeExpression(firstNamedChild(node), depth + 1);
+    if (symbol == n.typeAnnotation || symbol == n.parenthesizedType)
+        return typeExpression(firstNamedChild(node), depth + 1);
     if (symbol == n.typeIdentifier || symbol == n.nestedTypeIdentifier) {
         std::string name = dotted(node, depth + 1);
         return name.empty() ? std::string() : "new(" + name + ")";

@@ -10,9 +10,9 @@ namespace {
 
 struct Names {
     TSSymbol classDefinition, functionDefinition, decoratedDefinition, decorator, call, attribute, identifier,
-        assignment, returnStatement, typedParameter, defaultParameter, typedDefaultParameter, type,
-        subscript, binaryOperator, string, stringContent, parenthesizedExpression, await, keywordArgument,
-        listSplatPattern, dictionarySplatPattern;
+        assignment, returnStatement, typedParameter, defaultParameter, typedDefaultParameter, type, subscript,
+        binaryOperator, string, stringContent, parenthesizedExpression, await, keywordArgument, listSplatPattern,
+        dictionarySplatPattern;
     TSFieldId name, superclasses, function, object, attributeField, left, right, typeField, returnType, value,
         parametersField, subscriptField;
 
@@ -130,8 +130,8 @@ void PythonLinkFacts::enterFunction(TSNode node) {
             std::string what = text(decorator);
             isStatic = isStatic || what == "@staticmethod";
             isClassMethod = isClassMethod || what == "@classmethod";
-            isProperty = isProperty || what == "@property" || what.ends_with(".cached_property") ||
-                         what == "@cached_property";
+            isProperty =
+                isProperty || what == "@property" || what.ends_with(".cached_property") || what == "@cached_property";
         }
     }
     if (!isNull(name)) {
@@ -175,7 +175,8 @@ void PythonLinkFacts::enterFunction(TSNode node) {
             TSNode pname = fieldChild(parameter, n.name);
             if (isNull(pname) || ts_node_symbol(pname) != n.identifier) continue;
             local = text(pname);
-            if (TSNode annotation = fieldChild(parameter, n.typeField); !isNull(annotation)) type = typeExpression(annotation);
+            if (TSNode annotation = fieldChild(parameter, n.typeField); !isNull(annotation))
+                type = typeExpression(annotation);
             else type = expression(fieldChild(parameter, n.value));
         } else if (symbol == n.listSplatPattern || symbol == n.dictionarySplatPattern) {
             TSNode inner = firstNamedChild(parameter);
