@@ -73,6 +73,16 @@ std::string bindingPath(TSNode source, const AnalysisInput& input, ResolvedSourc
     return path;
 }
 
+// An import or export specifier's name and the name it binds (its alias, else the same).
+std::optional<std::pair<std::string, std::string>> specifierNames(TSNode specifier, const AnalysisInput& input) {
+    TSNode name = ts_node_child_by_field_name(specifier, "name", 4);
+    if (ts_node_is_null(name)) return std::nullopt;
+    TSNode alias = ts_node_child_by_field_name(specifier, "alias", 5);
+    std::string original = extractNodeText(name, input.source);
+    std::string bound = ts_node_is_null(alias) ? original : extractNodeText(alias, input.source);
+    return std::pair{std::move(original), std::move(bound)};
+}
+
 // Import, export and `require` statements become the bindings of the file's facts.
 void collectBindings(const JSLinkFacts& walk, const AnalysisInput& input, ResolvedSources& resolved, FileFacts& facts) {
     auto text = [&](TSNode node) { return extractNodeText(node, input.source); };
@@ -92,15 +102,9 @@ void collectBindings(const JSLinkFacts& walk, const AnalysisInput& input, Resolv
                     facts.imports.push_back(ImportBinding{text(name), path, "*"});
             } else if (type == "named_imports") {
                 const std::uint32_t specifiers = ts_node_named_child_count(part);
-                for (std::uint32_t s = 0; s < specifiers; ++s) {
-                    TSNode specifier = ts_node_named_child(part, s);
-                    TSNode name = ts_node_child_by_field_name(specifier, "name", 4);
-                    TSNode alias = ts_node_child_by_field_name(specifier, "alias", 5);
-                    if (ts_node_is_null(name)) continue;
-                    std::string original = text(name);
-                    facts.imports.push_back(
-                        ImportBinding{ts_node_is_null(alias) ? original : text(alias), path, original});
-                }
+                for (std::uint32_t s = 0; s < specifiers; ++s)
+                    if (auto named = specifierNames(ts_node_named_child(part, s), input))
+                        facts.imports.push_back(ImportBinding{named->second, path, named->first});
             }
         }
     }
@@ -113,12 +117,9 @@ void collectBindings(const JSLinkFacts& walk, const AnalysisInput& input, Resolv
         if (TSNode clause = childOfType(statement, "export_clause"); !ts_node_is_null(clause)) {
             const std::uint32_t count = ts_node_named_child_count(clause);
             for (std::uint32_t i = 0; i < count; ++i) {
-                TSNode specifier = ts_node_named_child(clause, i);
-                TSNode name = ts_node_child_by_field_name(specifier, "name", 4);
-                TSNode alias = ts_node_child_by_field_name(specifier, "alias", 5);
-                if (ts_node_is_null(name)) continue;
-                std::string original = text(name);
-                std::string exported = ts_node_is_null(alias) ? original : text(alias);
+                auto named = specifierNames(ts_node_named_child(clause, i), input);
+                if (!named) continue;
+                auto& [original, exported] = *named;
                 // A name exported as itself from this file needs no entry: it is found as defined.
                 if (ts_node_is_null(source) && exported == original) continue;
                 facts.exports.push_back(ImportBinding{std::move(exported), path, std::move(original)});
