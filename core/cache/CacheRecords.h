@@ -18,6 +18,9 @@ namespace vantrel {
 // The format of the records. A project whose meta record has another schema loses all its
 // records at the next scan; raise it with any change of what a record holds or means.
 inline constexpr std::int64_t kCacheSchema = 3;
+// The format of what only precise records hold (sites and facts), part of their cache key
+// so that a change voids only the precise records.
+inline constexpr std::int64_t kPreciseRecordFormat = 2;
 
 struct CachedFileResult {
     std::string fileHash;  // sha256Hex of the file's raw bytes
@@ -50,6 +53,7 @@ struct CacheKey {
     // files, through which imports of the project's own packages resolve.
     std::optional<std::string> linking{};
     std::optional<std::string> packagesHash{};
+    std::optional<std::int64_t> preciseFormat{};
 };
 
 // What a reader of a file record keeps: the scan's merge needs `fileHash`, `symbols`,

@@ -49,11 +49,12 @@ bool parseAndCache(const EnumeratedFile& file, const FileAnalysisContext& contex
     }
 
     std::string fileHash = sha256Hex(bytes);
-    // The link phase reads the record again for its calls and imports: here only what the
-    // merge takes is kept.
-    bool hit =
-        context.cache.loadFileInto(context.root, file.relPath, RecordFields::symbols, record, scratch.recordBytes) &&
-        record.fileHash == fileHash;
+    // The names mode's link phase reads the record again for its calls and imports: here only
+    // what the merge takes is kept. Precise linking carries its sites to the link phase in
+    // memory, compactly, instead.
+    const RecordFields fields = context.linking == LinkingMode::precise ? RecordFields::all : RecordFields::symbols;
+    bool hit = context.cache.loadFileInto(context.root, file.relPath, fields, record, scratch.recordBytes) &&
+               record.fileHash == fileHash;
     if (hit) {
         if (context.stats) ++context.stats->fromCache;
         return true;

@@ -60,6 +60,7 @@ void passCacheGate(const ProjectCache& cache, const std::string& root, const Van
     if (packages) {
         key.linking = std::string(rawValue(LinkingMode::precise));
         key.packagesHash = sha256Hex(packages->fingerprint());
+        key.preciseFormat = kPreciseRecordFormat;
     }
     std::string hash = keyHash(key);
     if (auto meta = cache.loadMeta(root); meta && (meta->schema != kCacheSchema || meta->keyHash != hash))

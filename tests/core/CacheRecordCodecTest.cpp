@@ -179,7 +179,9 @@ TEST(CacheRecordCodec, PreciseSitesAndFactsRoundTripAndAreCheckedStrictly) {
     record.fileHash = "h";
     record.sites = {{"a.ts:run:method", "this.store.add", "Runner", 4, 8, CallForm::chainMember},
                     {"a.ts:run:method", "Task", "Runner", 5, 2, CallForm::constructor},
-                    {"b.py:f:function", "super.__init__", "", 0, 0, CallForm::superMember}};
+                    {"b.py:f:function", "super.__init__", "", 0, 0, CallForm::superMember},
+                    // Text the packed form separates with must survive in a callee.
+                    {"b.py:f:function", "odd 12 3 \"x\"", "", 1234567, 89, CallForm::plain}};
     record.facts.classes = {
         {"Runner", {"Base", "mixins.Log"}, {{"run", "new(Task)"}, {"stop", ""}}, {{"store", "new(Store)"}}}};
     record.facts.functions = {{"make", "new(Runner)"}};
@@ -210,14 +212,26 @@ TEST(CacheRecordCodec, PreciseSitesAndFactsRoundTripAndAreCheckedStrictly) {
     EXPECT_TRUE(reused.sites.empty() && reused.facts.empty());
 
     const std::string head = R"({"calls":[],"diagnostics":[],"fileHash":"h","imports":{},)";
-    EXPECT_TRUE(decodeFileRecord(head + R"("sites":[["c","",[["f",1,2,0]]]],"symbols":[]})"));
-    for (const char* bad : {R"("sites":[["c","",[["f",1,2]]]],"symbols":[]})",      // a site too short
-                            R"("sites":[["c","",[["f",1,2,3,4]]]],"symbols":[]})",  // too long
-                            R"("sites":[["c","",[["f",-1,2,0]]]],"symbols":[]})",   // a negative line
-                            R"("sites":[["c","",[["f",1,2,99]]]],"symbols":[]})",   // no such form
-                            R"("sites":[["c","",[[7,1,2,0]]]],"symbols":[]})",      // a number for text
-                            R"("sites":[["c",[["f",1,2,0]]]],"symbols":[]})",       // a run without its class
-                            R"("sites":[["c","",[],"x"]],"symbols":[]})"})          // a run too long
+    // A run's sites: "line column form length callee", space-separated.
+    auto one = decodeFileRecord(head + R"("sites":[["c","K","3 4 1 6 this.f 10 0 4 1 g"]],"symbols":[]})",
+                                RecordFields::links);
+    ASSERT_TRUE(one);
+    const std::vector<CallSite> expected{{"c", "this.f", "K", 3, 4, CallForm::selfMember},
+                                         {"c", "g", "K", 10, 0, CallForm::constructor}};
+    EXPECT_EQ(one->sites, expected);
+    for (const char* bad : {R"("sites":[["c","","1 2 0"]],"symbols":[]})",               // a site too short
+                            R"("sites":[["c","","1 2 0 1 f 4"]],"symbols":[]})",         // a trailing number
+                            R"("sites":[["c","","1 2 0 1 f "]],"symbols":[]})",          // a trailing space
+                            R"("sites":[["c","","1 2 0 5 f"]],"symbols":[]})",           // a callee past the end
+                            R"("sites":[["c","","1 2 0 0 "]],"symbols":[]})",            // an empty callee
+                            R"("sites":[["c","","-1 2 0 1 f"]],"symbols":[]})",          // a negative line
+                            R"("sites":[["c","","1 2 99 1 f"]],"symbols":[]})",          // no such form
+                            R"("sites":[["c","","1  2 0 1 f"]],"symbols":[]})",          // two spaces
+                            R"("sites":[["c","","9999999999 2 0 1 f"]],"symbols":[]})",  // a line too big
+                            R"("sites":[["c","",""]],"symbols":[]})",                    // an empty run
+                            R"("sites":[["c","",[["f",1,2,0]]]],"symbols":[]})",         // the unpacked form
+                            R"("sites":[["c","1 2 0 1 f"]],"symbols":[]})",              // a run without its class
+                            R"("sites":[["c","","1 2 0 1 f","x"]],"symbols":[]})"})      // a run too long
         EXPECT_FALSE(decodeFileRecord(head + bad)) << bad;
     const std::string facts = R"({"calls":[],"diagnostics":[],"facts":{"classes":[],"exports":[],"functions":[)";
     EXPECT_FALSE(

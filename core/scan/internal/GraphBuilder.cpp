@@ -49,7 +49,7 @@ void GraphBuilder::finishIndex() {
     indexFinished_ = true;
 }
 
-GraphSymbol GraphBuilder::find(const std::string& id) {
+GraphSymbol GraphBuilder::find(std::string_view id) {
     assert(indexFinished_);
     if (const NameCandidate* found = index_.find(id)) return {found->symbol, found->id};
     if (idNameAndFileLength(id)) return {};  // a named id is in the index if anywhere

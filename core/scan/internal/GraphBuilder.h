@@ -57,7 +57,7 @@ public:
     // Every file's type facts (precise linking; empty otherwise).
     ProjectFacts& facts() { return facts_; }
     // The graph's symbol of `id`; none when the graph has no such symbol.
-    [[nodiscard]] GraphSymbol find(const std::string& id);
+    [[nodiscard]] GraphSymbol find(std::string_view id);
     // Adds the edge to both ends' reference sets, each under the lock of its stripe.
     void addEdge(const GraphSymbol& caller, Symbol& callee);
 

@@ -53,19 +53,21 @@ void LinkWalk::startWindow(Window& window) {
     // one replaces in the ring of scratch slots has finished.
     LaneScratch* scratch = &scratch_[nextScratch_ * scan_.lanes];
     nextScratch_ = (nextScratch_ + 1) % kWindowsAhead;
-    window.lanes.emplace(scan_.pool, window.files.size(), scan_.lanes,
-                         [this, &window, scratch](std::size_t i, std::size_t lane) {
-                             try {
-                                 LaneScratch& mine = scratch[lane];
-                                 if (scan_.cache.loadFileInto(scan_.root, window.files[i].relPath, RecordFields::links,
-                                                              mine.record, mine.bytes)) {
-                                     if (precise_) wireSites(mine.record, window.files[i].relPath);
-                                     else wireCalls(mine.record, window.files[i].relPath);
-                                 }
-                             } catch (...) {
-                                 window.errors[i] = std::current_exception();
-                             }
-                         });
+    window.lanes.emplace(
+        scan_.pool, window.files.size(), scan_.lanes, [this, &window, scratch](std::size_t i, std::size_t lane) {
+            try {
+                const std::string& relPath = window.files[i].relPath;
+                if (precise_) {
+                    wireSites(relPath);
+                    return;
+                }
+                LaneScratch& mine = scratch[lane];
+                if (scan_.cache.loadFileInto(scan_.root, relPath, RecordFields::links, mine.record, mine.bytes))
+                    wireCalls(mine.record, relPath);
+            } catch (...) {
+                window.errors[i] = std::current_exception();
+            }
+        });
 }
 
 // Reports the window's files in walk order once all of them are wired.
@@ -97,24 +99,27 @@ void LinkWalk::wireCalls(const CachedFileResult& record, const std::string& relP
     }
 }
 
-// The same for precise linking: each site's callee expression is evaluated to its symbol.
-void LinkWalk::wireSites(const CachedFileResult& record, const std::string& relPath) {
+// The same for precise linking, from the sites the parse walk kept: each site's callee
+// expression is evaluated to its symbol. The sites are freed as they are wired, so their
+// memory goes to the edges that the walk adds.
+void LinkWalk::wireSites(const std::string& relPath) {
     const FileEntry* file = precise_->file(relPath);
     if (!file) return;
+    const FileSites sites = graph_.facts().takeSites(relPath);
     GraphSymbol caller;
     ClassRef self;
-    const CallSite* runStart = nullptr;  // sites come in runs of one caller and class
-    for (const auto& site : record.sites) {
-        if (!runStart || runStart->callerId != site.callerId || runStart->enclosingClass != site.enclosingClass) {
-            if (!runStart || runStart->callerId != site.callerId) caller = graph_.find(site.callerId);
-            self = PreciseLinker::enclosingClass(*file, site.enclosingClass);
-            runStart = &site;
-        }
-        if (!caller.symbol) continue;
-        const NameCandidate* callee = precise_->resolve(site, *file, self);
-        if (!callee || callee->id == caller.id) continue;
-        graph_.addEdge(caller, *callee->symbol);
-    }
+    sites.forEach(
+        relPath,
+        [&](std::string_view callerId, std::string_view klass) {
+            if (caller.id != callerId) caller = graph_.find(callerId);
+            self = PreciseLinker::enclosingClass(*file, klass);
+        },
+        [&](CallForm form, std::string_view callee) {
+            if (!caller.symbol) return;
+            const NameCandidate* target = precise_->resolve(form, callee, *file, self);
+            if (!target || target->id == caller.id) return;
+            graph_.addEdge(caller, *target->symbol);
+        });
 }
 
 }  // namespace vantrel::detail

@@ -44,7 +44,7 @@ private:
     void startWindow(Window& window);
     void finishWindow(Window& window, std::int64_t& linked);
     void wireCalls(const CachedFileResult& record, const std::string& relPath);
-    void wireSites(const CachedFileResult& record, const std::string& relPath);
+    void wireSites(const std::string& relPath);
 
     static constexpr std::size_t kWindowFiles = 256;
     // Windows in flight, the one being reported included. The pool must not run dry while

@@ -14,7 +14,8 @@ ParseWalk::ParseWalk(const ScanContext& scan, GraphBuilder& graph, std::int64_t 
       batchSize_(std::max<std::int64_t>(1, batchSize)),
       tsconfig_(tsconfig),
       semaphore_(std::max<std::int64_t>(1, permits)),
-      scratch_(scan.lanes) {}
+      scratch_(scan.lanes),
+      sites_(scan.lanes) {}
 
 void ParseWalk::run(Enumerator& enumerator) {
     FileAnalysisContext context{scan_.root,  enumerator.pluginByExt, tsconfig_,     scan_.cache, scan_.isCancelled,
@@ -58,9 +59,11 @@ void ParseWalk::flush(const std::vector<EnumeratedFile>& files, const FileAnalys
                     if (parseAndCache(files[i], context, scratch)) {
                         outcome.hasResult = true;
                         outcome.symbols.take(scratch.record);
-                        // The record's facts keep their memory for the lane's next file.
+                        // The record's facts and sites keep their memory for the lane's next file.
                         if (scan_.linking == LinkingMode::precise)
-                            outcome.symbols.facts = FileEntry::make(files[i].relPath, scratch.record.facts);
+                            outcome.symbols.facts =
+                                FileEntry::make(files[i].relPath, scratch.record.facts, scratch.record.sites,
+                                                sites_[lane].scratch, sites_[lane].writer);
                     }
                     scratch.releaseLarge();
                 } catch (...) {

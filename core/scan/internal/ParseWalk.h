@@ -43,6 +43,12 @@ private:
     const TSConfigResolver* tsconfig_;
     AsyncSemaphore semaphore_;
     std::vector<FileScratch> scratch_;  // one per lane
+    // Precise linking: where each lane encodes a file's call sites and keeps them.
+    struct LaneSites {
+        std::string scratch;
+        SiteWriter writer;
+    };
+    std::vector<LaneSites> sites_;  // one per lane
     std::int64_t processed_ = 0;
     // Receiving a flush's outcomes (see `deliver`): the graph, `processed_` and the
     // reports are touched only while `receiveMutex_` is held.

@@ -370,7 +370,7 @@ PreciseLinker::Value PreciseLinker::moduleMember(const FileEntry& module, std::s
     }
     // A package's submodule.
     if (module.python && module.path.ends_with("__init__.py")) {
-        std::string folder = module.path.substr(0, module.path.size() - std::string_view("__init__.py").size());
+        std::string folder(module.path.substr(0, module.path.size() - std::string_view("__init__.py").size()));
         std::string named(name);
         for (const std::string& candidate : {folder + named + ".py", folder + named + "/__init__.py"})
             if (const FileEntry* submodule = facts_.file(candidate))
@@ -472,12 +472,13 @@ ClassRef PreciseLinker::enclosingClass(const FileEntry& file, std::string_view n
     return found ? ClassRef{&file, found} : ClassRef{};
 }
 
-const NameCandidate* PreciseLinker::resolve(const CallSite& site, const FileEntry& caller, ClassRef self) const {
+const NameCandidate* PreciseLinker::resolve(CallForm form, std::string_view callee, const FileEntry& caller,
+                                            ClassRef self) const {
     const FileEntry* file = &caller;
     const std::string_view path = caller.path;
     int budget = kSiteBudget;
 
-    switch (site.form) {
+    switch (form) {
         case CallForm::superCall: {
             if (!self) return nullptr;
             const auto& bases = ProjectFacts::basesOf(self);
@@ -485,13 +486,12 @@ const NameCandidate* PreciseLinker::resolve(const CallSite& site, const FileEntr
             return constructorOf(bases.front().klass, budget);
         }
         case CallForm::constructor: {
-            Value klass = unwrapModule(evaluate(site.callee, *file, self, budget), budget);
+            Value klass = unwrapModule(evaluate(callee, *file, self, budget), budget);
             return klass.kind == Kind::klass ? constructorOf(klass.classRef(), budget) : nullptr;
         }
         default: break;
     }
 
-    const std::string_view callee = site.callee;
     const std::size_t dot = lastStep(callee);
     if (dot == std::string_view::npos) {
         Value value = evaluate(callee, *file, self, budget);

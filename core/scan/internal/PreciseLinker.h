@@ -38,7 +38,8 @@ public:
     [[nodiscard]] static ClassRef enclosingClass(const FileEntry& file, std::string_view name);
     // The symbol the call reaches, or null; `file` is the caller's, `self` the call's
     // enclosing class there.
-    [[nodiscard]] const NameCandidate* resolve(const CallSite& site, const FileEntry& file, ClassRef self) const;
+    [[nodiscard]] const NameCandidate* resolve(CallForm form, std::string_view callee, const FileEntry& file,
+                                               ClassRef self) const;
 
     struct Value;
 
