@@ -4,6 +4,7 @@
 #include <cstring>
 #include <new>
 #include <tuple>
+#include <unordered_map>
 
 #if defined(__unix__)
 #include <sys/mman.h>
@@ -230,11 +231,18 @@ void ProjectFacts::add(std::unique_ptr<FileEntry> file) { files_.push_back(std::
 void ProjectFacts::finish() {
     // Path order, so that every list built below is in an order of its own.
     std::sort(files_.begin(), files_.end(), [](const auto& a, const auto& b) { return a->path < b->path; });
+    // The files by path for this pass only: bindings are many, and halving the files for
+    // each was the largest part of this pass.
+    std::unordered_map<std::string_view, FileEntry*> byPath;
+    byPath.reserve(files_.size());
+    for (const auto& file : files_) byPath.emplace(file->path, file.get());
     for (const auto& owned : files_) {
         FileEntry& file = *owned;
         for (auto* list : {&file.imports, &file.exports, &file.starImports, &file.starExports})
-            for (BindingRef& binding : *list)
-                binding.module = binding.path.empty() ? nullptr : this->file(binding.path);
+            for (BindingRef& binding : *list) {
+                auto found = binding.path.empty() ? byPath.end() : byPath.find(binding.path);
+                binding.module = found == byPath.end() ? nullptr : found->second;
+            }
         for (const auto& klass : file.classes) {
             classesByName_[file.python].push_back(ClassRef{&file, &klass});
             for (const auto& method : klass.methods)
