@@ -15,6 +15,7 @@
 #include "app/views/DeferredCall.h"
 #include "app/views/DropOverlayView.h"
 #include "app/views/FailurePanel.h"
+#include "app/views/ImpactPanel.h"
 #include "app/views/OnboardingView.h"
 #include "app/views/OverlayHost.h"
 #include "app/views/ProgressPanel.h"
@@ -25,6 +26,7 @@ namespace vantrel {
 namespace {
 
 constexpr int kSidebarWidth = 360;
+constexpr int kImpactPanelHeight = 290;
 
 bool holdsLocalFile(const QMimeData* data) {
     if (!data) return false;
@@ -45,7 +47,19 @@ MainWindow::MainWindow(ProjectStore& store, QWidget* parent) : QMainWindow(paren
     sidebar_->setMinimumWidth(240);
     split->addWidget(sidebar_);
     buildDetail();
-    split->addWidget(detail_);
+    // The panel spans the graph's width, where rows of name, kind and path read whole.
+    auto* detailSplit = new QSplitter(Qt::Vertical, split);
+    detailSplit->setChildrenCollapsible(false);
+    detailSplit->addWidget(detail_);
+    impactPanel_ = new ImpactPanel(store_, detailSplit);
+    impactPanel_->setObjectName(QStringLiteral("impactPanel"));
+    impactPanel_->setMinimumHeight(120);
+    detailSplit->addWidget(impactPanel_);
+    detailSplit->setStretchFactor(0, 1);
+    detailSplit->setStretchFactor(1, 0);
+    detailSplit->setSizes({height() - kImpactPanelHeight, kImpactPanelHeight});
+    connect(impactPanel_, &ImpactPanel::openCodeRequested, this, &MainWindow::codeRequested);
+    split->addWidget(detailSplit);
     split->setStretchFactor(0, 0);
     split->setStretchFactor(1, 1);
     split->setSizes({kSidebarWidth, width() - kSidebarWidth});
@@ -114,6 +128,7 @@ void MainWindow::refreshPanel() {
             break;
         case ScanState::Kind::ready: detail_->setOverlay(nullptr); break;
     }
+    impactPanel_->setVisible(state.kind == ScanState::Kind::ready);
 }
 
 void MainWindow::refreshTitle() {
