@@ -26,7 +26,6 @@ namespace vantrel {
 namespace {
 
 constexpr int kSidebarWidth = 360;
-constexpr int kImpactPanelHeight = 290;
 
 bool holdsLocalFile(const QMimeData* data) {
     if (!data) return false;
@@ -55,9 +54,10 @@ MainWindow::MainWindow(ProjectStore& store, QWidget* parent) : QMainWindow(paren
     impactPanel_->setObjectName(QStringLiteral("impactPanel"));
     impactPanel_->setMinimumHeight(120);
     detailSplit->addWidget(impactPanel_);
-    detailSplit->setStretchFactor(0, 1);
-    detailSplit->setStretchFactor(1, 0);
-    detailSplit->setSizes({height() - kImpactPanelHeight, kImpactPanelHeight});
+    // A third of the height, the graph the rest, as the window grows or shrinks.
+    detailSplit->setStretchFactor(0, 2);
+    detailSplit->setStretchFactor(1, 1);
+    detailSplit->setSizes({2 * height() / 3, height() / 3});
     connect(impactPanel_, &ImpactPanel::openCodeRequested, this, &MainWindow::codeRequested);
     split->addWidget(detailSplit);
     split->setStretchFactor(0, 0);
