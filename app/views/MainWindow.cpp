@@ -15,6 +15,7 @@
 #include "app/views/DeferredCall.h"
 #include "app/views/DropOverlayView.h"
 #include "app/views/FailurePanel.h"
+#include "app/views/ImpactPanel.h"
 #include "app/views/OnboardingView.h"
 #include "app/views/OverlayHost.h"
 #include "app/views/ProgressPanel.h"
@@ -45,7 +46,20 @@ MainWindow::MainWindow(ProjectStore& store, QWidget* parent) : QMainWindow(paren
     sidebar_->setMinimumWidth(240);
     split->addWidget(sidebar_);
     buildDetail();
-    split->addWidget(detail_);
+    // The panel spans the graph's width, where rows of name, kind and path read whole.
+    auto* detailSplit = new QSplitter(Qt::Vertical, split);
+    detailSplit->setChildrenCollapsible(false);
+    detailSplit->addWidget(detail_);
+    impactPanel_ = new ImpactPanel(store_, detailSplit);
+    impactPanel_->setObjectName(QStringLiteral("impactPanel"));
+    impactPanel_->setMinimumHeight(120);
+    detailSplit->addWidget(impactPanel_);
+    // A third of the height, the graph the rest, as the window grows or shrinks.
+    detailSplit->setStretchFactor(0, 2);
+    detailSplit->setStretchFactor(1, 1);
+    detailSplit->setSizes({2 * height() / 3, height() / 3});
+    connect(impactPanel_, &ImpactPanel::openCodeRequested, this, &MainWindow::codeRequested);
+    split->addWidget(detailSplit);
     split->setStretchFactor(0, 0);
     split->setStretchFactor(1, 1);
     split->setSizes({kSidebarWidth, width() - kSidebarWidth});
@@ -114,6 +128,7 @@ void MainWindow::refreshPanel() {
             break;
         case ScanState::Kind::ready: detail_->setOverlay(nullptr); break;
     }
+    impactPanel_->setVisible(state.kind == ScanState::Kind::ready);
 }
 
 void MainWindow::refreshTitle() {

@@ -1,5 +1,6 @@
-// The main window: the sidebar and the graph side by side in a splitter, over the graph
-// the panel that fits the scan state (the drop target, the progress or the failure),
+// The main window: the sidebar and the graph side by side in a splitter, below the graph
+// the impact panel while a graph is ready, over the graph the panel that fits the scan
+// state (the drop target, the progress or the failure),
 // and over everything the onboarding card while the store raises it. A folder dropped
 // anywhere on the window is scanned, in every state. The menus and the toolbar carry
 // the commands; an export or baseline failure shows as an alert.
@@ -15,6 +16,7 @@ namespace vantrel {
 
 class DropOverlayView;
 class FailurePanel;
+class ImpactPanel;
 class ImpactGraphView;
 class OnboardingView;
 class OverlayHost;
@@ -30,6 +32,7 @@ public:
 
     SidebarView* sidebar() const { return sidebar_; }
     ImpactGraphView* graphView() const { return graph_; }
+    ImpactPanel* impactPanel() const { return impactPanel_; }
     // The panel over the graph; nullptr while a graph is ready.
     QWidget* currentPanel() const;
     DropOverlayView* dropOverlay() const { return dropOverlay_; }
@@ -47,6 +50,9 @@ public slots:
 
 signals:
     void preferencesRequested();
+    // A symbol's code was asked for (a double click in the impact panel). Nothing shows
+    // code yet; the source panel will listen here.
+    void codeRequested(const QString& symbolId);
 
 protected:
     void dragEnterEvent(QDragEnterEvent* event) override;
@@ -76,6 +82,7 @@ private:
     SidebarView* sidebar_ = nullptr;
     ImpactGraphView* graph_ = nullptr;
     OverlayHost* detail_ = nullptr;
+    ImpactPanel* impactPanel_ = nullptr;
     DropOverlayView* dropOverlay_ = nullptr;
     ProgressPanel* progressPanel_ = nullptr;
     FailurePanel* failurePanel_ = nullptr;

@@ -43,6 +43,11 @@ QVariant SymbolListModel::data(const QModelIndex& index, int role) const {
             return QString::fromUtf8(rawValue(symbol->second.kind));
         }
         case ToneRole: return static_cast<int>(rowTone(store_, id));
+        case NameRole: {
+            const auto pieces = splitId(id);
+            return QString::fromUtf8(pieces.size() >= 2 ? pieces[1] : std::string_view(id));
+        }
+        case PathRole: return QString::fromUtf8(splitId(id).front());
         default: return {};
     }
 }

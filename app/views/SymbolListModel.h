@@ -1,6 +1,6 @@
 // The rows of the sidebar's symbol list: one id per row, in ascending order, with the
-// symbol's kind and its tone. The list view asks only for the rows it draws, so tens of
-// thousands of rows cost nothing until they are scrolled into view.
+// symbol's name, its file, its kind and its tone; the whole id is the tooltip. The list view asks only for the rows it
+// draws, so tens of thousands of rows cost nothing until they are scrolled into view.
 #pragma once
 
 #include <QAbstractListModel>
@@ -14,7 +14,7 @@ class SymbolListModel : public QAbstractListModel {
     Q_OBJECT
 
 public:
-    enum Role { KindTextRole = Qt::UserRole + 1, ToneRole };
+    enum Role { KindTextRole = Qt::UserRole + 1, ToneRole, NameRole, PathRole };
 
     explicit SymbolListModel(const ProjectStore& store, QObject* parent = nullptr);
 

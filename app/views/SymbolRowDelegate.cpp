@@ -43,14 +43,17 @@ void SymbolRowDelegate::paint(QPainter* painter, const QStyleOptionViewItem& opt
     painter->setBrush(color);
     painter->drawEllipse(QRectF(dotLeft, row.center().y() - kDot / 2.0 + 0.5, kDot, kDot));
 
-    QRect idRect(dotLeft + kDot + kSpacing, row.top(), 0, row.height());
-    idRect.setRight(row.right() - kInset);
-    painter->setFont(option.font);
-    painter->setPen(color);
-    const QString id =
-        painter->fontMetrics().elidedText(index.data(Qt::DisplayRole).toString(), Qt::ElideMiddle, idRect.width());
-    painter->drawText(idRect, Qt::AlignLeft | Qt::AlignVCenter, id);
+    paintNameFirst(*painter, layoutText(option, index), option.font, color, option.font,
+                   palette.color(QPalette::PlaceholderText));
     painter->restore();
+}
+
+NameFirstLine SymbolRowDelegate::layoutText(const QStyleOptionViewItem& option, const QModelIndex& index) {
+    const QRect row = option.rect;
+    const int textLeft = row.left() + kInset + kKindWidth + kSpacing * 2 + kDot;
+    const QRect bounds(textLeft, row.top(), row.right() - kInset - textLeft + 1, row.height());
+    return layoutNameFirst(option.fontMetrics, option.fontMetrics, index.data(SymbolListModel::NameRole).toString(),
+                           {index.data(SymbolListModel::PathRole).toString()}, bounds, Qt::ElideLeft);
 }
 
 QSize SymbolRowDelegate::sizeHint(const QStyleOptionViewItem& option, const QModelIndex&) const {

@@ -1,8 +1,11 @@
-// Draws one symbol row: the kind in a frame 78 wide, a dot of diameter 8 and the whole
-// id, both in the row's tone, 8 apart, the id truncated in the middle.
+// Draws one symbol row: the kind in a frame 78 wide, a dot of diameter 8 in the row's
+// tone, then the symbol's name in the row's tone and font, whole, and its file in the
+// secondary colour, elided from the front when the row is narrow (NameFirstLine.h).
 #pragma once
 
 #include <QStyledItemDelegate>
+
+#include "app/views/NameFirstLine.h"
 
 namespace vantrel {
 
@@ -14,6 +17,9 @@ public:
 
     void paint(QPainter* painter, const QStyleOptionViewItem& option, const QModelIndex& index) const override;
     QSize sizeHint(const QStyleOptionViewItem& option, const QModelIndex& index) const override;
+
+    // Where the name and the file go in a row of `option`'s rectangle and font.
+    static NameFirstLine layoutText(const QStyleOptionViewItem& option, const QModelIndex& index);
 };
 
 }  // namespace vantrel

@@ -122,15 +122,22 @@ std::string renderChangesJson(const ChangesReport& report) {
     return dumpJson(out, true) + "\n";
 }
 
+std::string renderSymbolTableMarkdown(const std::string& heading, const std::vector<ReportedSymbol>& symbols) {
+    std::string text = "#### " + heading + "\n\n| Symbol | File | Line |\n|---|---|---|\n";
+    for (std::size_t i = 0; i < symbols.size() && i < kMarkdownRowsPerLevel; ++i) text += markdownRow(symbols[i]);
+    if (symbols.size() > kMarkdownRowsPerLevel)
+        text += "\n… and " + std::to_string(symbols.size() - kMarkdownRowsPerLevel) + " more\n";
+    return text;
+}
+
+std::string markdownLevelHeading(int level, std::size_t count) {
+    return "Level " + std::to_string(level) + ": " + plural(count, "symbol");
+}
+
 std::string renderChangesMarkdown(const ChangesReport& report) {
     std::string text = markdownSummary(report);
-    for (const auto& [level, symbols] : report.reached) {
-        text += "\n#### Level " + std::to_string(level) + ": " + plural(symbols.size(), "symbol") + "\n\n";
-        text += "| Symbol | File | Line |\n|---|---|---|\n";
-        for (std::size_t i = 0; i < symbols.size() && i < kMarkdownRowsPerLevel; ++i) text += markdownRow(symbols[i]);
-        if (symbols.size() > kMarkdownRowsPerLevel)
-            text += "\n… and " + std::to_string(symbols.size() - kMarkdownRowsPerLevel) + " more\n";
-    }
+    for (const auto& [level, symbols] : report.reached)
+        text += "\n" + renderSymbolTableMarkdown(markdownLevelHeading(level, symbols.size()), symbols);
     return text;
 }
 

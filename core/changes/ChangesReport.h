@@ -40,6 +40,14 @@ struct ChangesReport {
 // Rows of one Markdown table; the rest of a level is counted below it.
 constexpr std::size_t kMarkdownRowsPerLevel = 50;
 
+// One section of the Markdown: a "#### heading" line, then a table (Symbol, File, Line)
+// of `symbols` in their order, up to kMarkdownRowsPerLevel rows and the rest counted.
+// Other reports of reach render their tables with it, so that every table reads alike.
+[[nodiscard]] std::string renderSymbolTableMarkdown(const std::string& heading,
+                                                    const std::vector<ReportedSymbol>& symbols);
+// The heading of a level's table: "Level 2: 1 symbol".
+[[nodiscard]] std::string markdownLevelHeading(int level, std::size_t count);
+
 [[nodiscard]] std::string renderChangesText(const ChangesReport& report);
 [[nodiscard]] std::string renderChangesJson(const ChangesReport& report);
 [[nodiscard]] std::string renderChangesMarkdown(const ChangesReport& report);

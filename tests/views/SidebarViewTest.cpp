@@ -16,6 +16,7 @@
 #include "app/views/SidebarView.h"
 #include "app/views/Stepper.h"
 #include "app/views/SymbolListModel.h"
+#include "app/views/SymbolRowDelegate.h"
 #include "core/model/IRJson.h"
 #include "tests/app/AppTestSupport.h"
 
@@ -195,6 +196,39 @@ private slots:
         QStringList deltas;
         for (QLabel* label : child<QWidget>("deltaRow")->findChildren<QLabel*>()) deltas.append(label->text());
         QCOMPARE(deltas, (QStringList{"L1: +0/-0", "L2: +0/-0", "L3: +0/-0"}));
+    }
+
+    void aLongPathGivesWayToTheName() {
+        const std::string folder = "web/packages/three/examples/jsm/curves/extras/core";
+        f_->dir.write("deep/" + folder + "/CatmullRomCurve3.ts", "export function catmullRomComponent() {}\n");
+        scan("deep");
+        const QModelIndex row = sidebar_->rows().index(0);
+        QCOMPARE(row.data(Qt::ToolTipRole).toString(),
+                 QString::fromStdString(folder + "/CatmullRomCurve3.ts:catmullRomComponent:function"));
+
+        QStyleOptionViewItem option;
+        option.initFrom(sidebar_->symbolList());
+        for (const int width : {900, 420, 330}) {
+            option.rect = QRect(0, 0, width, 24);
+            const NameFirstLine line = SymbolRowDelegate::layoutText(option, row);
+            QCOMPARE(line.name.text, QStringLiteral("catmullRomComponent"));
+            QCOMPARE(line.details.size(), std::size_t{1});
+            const PlacedText& path = line.details.front();
+            QVERIFY(path.rect.left() > line.name.rect.right());
+            QVERIFY(path.rect.right() <= option.rect.right());
+            // Cut from the front, so the end of the path (the file's name) stays in view.
+            const QString fullPath = QString::fromStdString(folder + "/CatmullRomCurve3.ts");
+            QCOMPARE(path.text.startsWith(QChar(0x2026)), width < 900);
+            QVERIFY2(fullPath.endsWith(path.text.mid(width < 900 ? 1 : 0)), qPrintable(path.text));
+            QVERIFY(path.text.size() > 4);
+        }
+        // Just wide enough for the name, the row shows the name alone.
+        const int textLeft = SymbolRowDelegate::layoutText(option, row).name.rect.left();
+        option.rect.setWidth(textLeft + option.fontMetrics.horizontalAdvance(QStringLiteral("catmullRomComponent")) +
+                             10);
+        const NameFirstLine tight = SymbolRowDelegate::layoutText(option, row);
+        QCOMPARE(tight.name.text, QStringLiteral("catmullRomComponent"));
+        QVERIFY(tight.details.empty());
     }
 
     void diagnosticEntriesShowTheSuggestionElseTheReason() {

@@ -1,0 +1,260 @@
+#include "app/views/ImpactPanel.h"
+
+#include <QAction>
+#include <QApplication>
+#include <QClipboard>
+#include <QHBoxLayout>
+#include <QHeaderView>
+#include <QKeyEvent>
+#include <QLabel>
+#include <QMouseEvent>
+#include <QPainter>
+#include <QPushButton>
+#include <QStyleHints>
+#include <QStyledItemDelegate>
+#include <QTreeView>
+#include <QVBoxLayout>
+
+#include "app/canvas/CanvasPalette.h"
+#include "app/views/Appearance.h"
+#include "app/views/DeferredCall.h"
+#include "app/views/Divider.h"
+#include "app/views/ElidedLabel.h"
+#include "app/views/ImpactReachModel.h"
+#include "app/views/NameFirstLine.h"
+#include "app/views/TextStyles.h"
+#include "core/changes/ReachReport.h"
+
+namespace vantrel {
+
+namespace {
+
+constexpr int kPadding = 12;
+constexpr int kRowInset = 6;
+constexpr int kDot = 8;
+
+// The graph's colours: its legend names levels 1 to 3 and the downstream.
+ColorRef groupColor(int level) {
+    switch (level) {
+        case 0: return named(NamedColor::blue);
+        case 1: return named(NamedColor::orange);
+        case 2: return named(NamedColor::yellow);
+        case 3: return named(NamedColor::green);
+        default: return named(NamedColor::gray);
+    }
+}
+
+// Group headers in the semibold caption on a faint band; rows as NameFirstLine, with
+// the kind and the place in the secondary colour.
+class ReachRowDelegate : public QStyledItemDelegate {
+public:
+    using QStyledItemDelegate::QStyledItemDelegate;
+
+    void paint(QPainter* painter, const QStyleOptionViewItem& option, const QModelIndex& index) const override {
+        QStyleOptionViewItem background(option);
+        initStyleOption(&background, index);
+        background.text.clear();
+        const QWidget* widget = option.widget;
+        QStyle* style = widget ? widget->style() : QApplication::style();
+        style->drawControl(QStyle::CE_ItemViewItem, &background, painter, widget);
+
+        painter->save();
+        const QPalette& palette = option.palette;
+        const bool selected = option.state & QStyle::State_Selected;
+        const QColor main = palette.color(selected ? QPalette::HighlightedText : QPalette::Text);
+        const QRect text = option.rect.adjusted(kRowInset, 0, -kRowInset, 0);
+        if (index.data(ImpactReachModel::IsGroupRole).toBool()) {
+            painter->setRenderHint(QPainter::Antialiasing);
+            painter->setPen(Qt::NoPen);
+            painter->setBrush(
+                CanvasPalette(palette).color(groupColor(index.data(ImpactReachModel::LevelRole).toInt())));
+            painter->drawEllipse(QRectF(text.left(), text.center().y() - kDot / 2.0 + 0.5, kDot, kDot));
+            painter->setFont(textStyleFont(TextStyle::caption, true));
+            painter->setPen(main);
+            painter->drawText(text.adjusted(kDot + kRowInset, 0, 0, 0), Qt::AlignLeft | Qt::AlignVCenter,
+                              index.data(Qt::DisplayRole).toString());
+        } else {
+            const QFont detailFont = textStyleFont(TextStyle::caption);
+            const NameFirstLine line =
+                layoutNameFirst(option.fontMetrics, QFontMetrics(detailFont), index.data(Qt::DisplayRole).toString(),
+                                {index.data(ImpactReachModel::KindTextRole).toString(),
+                                 index.data(ImpactReachModel::PlaceRole).toString()},
+                                text, Qt::ElideLeft);
+            const QColor detail = selected ? withOpacity(main, 0.75) : palette.color(QPalette::PlaceholderText);
+            paintNameFirst(*painter, line, option.font, main, detailFont, detail);
+        }
+        painter->restore();
+    }
+
+    QSize sizeHint(const QStyleOptionViewItem& option, const QModelIndex&) const override {
+        return {200, option.fontMetrics.height() + 8};
+    }
+};
+
+QPushButton* copyButton(const QString& text, const char* name, QWidget* parent) {
+    auto* button = new QPushButton(text, parent);
+    button->setObjectName(QString::fromLatin1(name));
+    applyTextStyle(button, TextStyle::caption);
+    return button;
+}
+
+}  // namespace
+
+ImpactPanel::ImpactPanel(ProjectStore& store, QWidget* parent) : QWidget(parent), store_(store) {
+    setWindowTitle(QStringLiteral("Impact"));
+    auto* layout = new QVBoxLayout(this);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->setSpacing(0);
+    layout->addWidget(buildHeader());
+    layout->addWidget(makeDivider(Qt::Horizontal, this));
+
+    model_ = new ImpactReachModel(this);
+    tree_ = new QTreeView(this);
+    tree_->setObjectName(QStringLiteral("impactTree"));
+    tree_->setModel(model_);
+    tree_->setItemDelegate(new ReachRowDelegate(tree_));
+    tree_->setHeaderHidden(true);
+    tree_->setUniformRowHeights(true);
+    tree_->setIndentation(14);
+    tree_->setFrameShape(QFrame::NoFrame);
+    tree_->setSelectionMode(QAbstractItemView::SingleSelection);
+    tree_->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    tree_->header()->setStretchLastSection(true);
+    tree_->viewport()->installEventFilter(this);
+    tree_->installEventFilter(this);
+    for (QPushButton* button : {copyMarkdown_, copyText_}) {
+        auto* action = new QAction(button->text(), tree_);
+        connect(action, &QAction::triggered, button, &QPushButton::click);
+        tree_->addAction(action);
+    }
+    tree_->setContextMenuPolicy(Qt::ActionsContextMenu);
+    layout->addWidget(tree_, 1);
+
+    for (auto changed : {&ProjectStore::irChanged, &ProjectStore::selectedSymbolIdChanged,
+                         &ProjectStore::impactLevelsChanged, &ProjectStore::configChanged})
+        connect(&store_, changed, this, &ImpactPanel::scheduleRefresh);
+    refresh();
+}
+
+QWidget* ImpactPanel::buildHeader() {
+    auto* header = new QWidget(this);
+    auto* row = new QHBoxLayout(header);
+    row->setContentsMargins(kPadding, 8, kPadding, 8);
+    row->setSpacing(10);
+    row->addWidget(makeLabel(QStringLiteral("Impact"), TextStyle::headline, false, header));
+    target_ = new ElidedLabel(Qt::ElideMiddle, header);
+    target_->setObjectName(QStringLiteral("impactTarget"));
+    applyTextStyle(target_, TextStyle::body, true);
+    target_->setSizePolicy(QSizePolicy::Preferred, QSizePolicy::Preferred);  // gives way only to the buttons
+    row->addWidget(target_, 0);
+    summary_ = makeLabel({}, TextStyle::callout, true, header);
+    summary_->setObjectName(QStringLiteral("impactSummary"));
+    row->addWidget(summary_);
+    row->addStretch(1);
+    copyMarkdown_ = copyButton(QStringLiteral("Copy as Markdown"), "copyMarkdownButton", header);
+    copyText_ = copyButton(QStringLiteral("Copy as text"), "copyTextButton", header);
+    row->addWidget(copyMarkdown_);
+    row->addWidget(copyText_);
+    connect(copyMarkdown_, &QPushButton::clicked, this, [this] { QApplication::clipboard()->setText(markdown()); });
+    connect(copyText_, &QPushButton::clicked, this, [this] { QApplication::clipboard()->setText(plainText()); });
+    return header;
+}
+
+QString ImpactPanel::summaryText() const { return summary_->text(); }
+
+QString ImpactPanel::markdown() const { return QString::fromStdString(renderReachMarkdown(model_->reach())); }
+
+QString ImpactPanel::plainText() const { return QString::fromStdString(renderReachText(model_->reach())); }
+
+// The store writes the selection, its levels and the depth one after another; the
+// rows are rebuilt once, after the last.
+void ImpactPanel::scheduleRefresh() {
+    if (refreshPending_) return;
+    refreshPending_ = true;
+    postToNextTurn(this, [this] { refresh(); });
+}
+
+void ImpactPanel::refresh() {
+    refreshPending_ = false;
+    const OptionalSymbolId& selected = store_.selectedSymbolId();
+    const bool shown = store_.ir() && selected;
+    model_->setReach(shown ? describeReach(*selected, *store_.ir(), store_.impactLevels(), store_.config().maxDepth)
+                           : ImpactReach{});
+    tree_->expandAll();
+    const ReachRow target = shown ? reachRow(*selected, *store_.ir()) : ReachRow{};
+    target_->setFullText(QString::fromStdString(target.name));
+    summary_->setText(shown ? QString::fromStdString(reachSummary(model_->reach()))
+                            : QStringLiteral("No symbol selected"));
+    copyMarkdown_->setEnabled(shown);
+    copyText_->setEnabled(shown);
+}
+
+void ImpactPanel::selectInStore(const std::string& id) {
+    postToNextTurn(this, [this, id] { store_.select(id); });
+}
+
+bool ImpactPanel::withinDoubleClick() const {
+    return sincePress_.isValid() && sincePress_.elapsed() < QApplication::styleHints()->mouseDoubleClickInterval();
+}
+
+std::string ImpactPanel::idAt(const QPoint& viewportPos) const {
+    const ReachRow* row = model_->rowAt(tree_->indexAt(viewportPos));
+    return row ? row->id : std::string();
+}
+
+bool ImpactPanel::eventFilter(QObject* watched, QEvent* event) {
+    if (watched == tree_->viewport()) return handleViewportMouse(event);
+    if (watched == tree_ && event->type() == QEvent::KeyPress) return handleTreeKey(event);
+    return QWidget::eventFilter(watched, event);
+}
+
+bool ImpactPanel::handleViewportMouse(QEvent* event) {
+    const QEvent::Type type = event->type();
+    if (type != QEvent::MouseButtonPress && type != QEvent::MouseButtonRelease && type != QEvent::MouseButtonDblClick)
+        return false;
+    auto* mouse = static_cast<QMouseEvent*>(event);
+    if (mouse->button() != Qt::LeftButton) return false;
+    const QPoint pos = mouse->position().toPoint();
+    switch (type) {
+        case QEvent::MouseButtonPress:
+            secondPress_ =
+                withinDoubleClick() && (pos - pressedAt_).manhattanLength() < QApplication::startDragDistance();
+            if (!secondPress_) {
+                pressedId_ = idAt(pos);
+                pressedAt_ = pos;
+                sincePress_.start();
+            }
+            return false;
+        case QEvent::MouseButtonRelease:
+            // The release of a double click's second press selects nothing: the rows may
+            // already show the first press's symbol's reach.
+            if (!secondPress_ && !pressedId_.empty() && idAt(pos) == pressedId_) selectInStore(pressedId_);
+            return false;
+        default: {
+            // Without a first press just before (a synthesised double click) the row under
+            // the pointer is meant.
+            const std::string id = withinDoubleClick() ? pressedId_ : idAt(pos);
+            if (id.empty()) return false;  // a group header: the view expands or collapses it
+            emit openCodeRequested(QString::fromStdString(id));
+            sincePress_.invalidate();
+            return true;
+        }
+    }
+}
+
+bool ImpactPanel::handleTreeKey(QEvent* event) {
+    const int key = static_cast<QKeyEvent*>(event)->key();
+    const ReachRow* row = model_->rowAt(tree_->currentIndex());
+    if (!row) return false;
+    if (key == Qt::Key_Space) {
+        selectInStore(row->id);
+        return true;
+    }
+    if (key == Qt::Key_Return || key == Qt::Key_Enter) {
+        emit openCodeRequested(QString::fromStdString(row->id));
+        return true;
+    }
+    return false;
+}
+
+}  // namespace vantrel

@@ -1,0 +1,77 @@
+// The impact panel: what a change to the selected symbol reaches, in numbers and rows.
+// A summary ("12 callers on 3 levels in 7 files"), then one group per level of callers up
+// to the depth and a group of the direct callees, each row the symbol's name, its kind
+// and file:line (ImpactReachModel). It describes the blast radius the store already
+// walked for the selection, so an update costs one pass over the reached rows.
+//
+// A click on a row (or Space) selects that symbol in the store, on the next turn of the
+// event loop; a double click (or Return) asks for its code through openCodeRequested,
+// for the symbol of the double click's first press even when the selection has already
+// redrawn the rows under the pointer. "Copy as Markdown" puts the tables of
+// `changes --format markdown` on the clipboard, "Copy as text" a plain list.
+#pragma once
+
+#include <QElapsedTimer>
+#include <QPoint>
+#include <QWidget>
+#include <string>
+
+#include "app/state/ProjectStore.h"
+
+class QLabel;
+class QPushButton;
+class QTreeView;
+
+namespace vantrel {
+
+class ElidedLabel;
+class ImpactReachModel;
+
+class ImpactPanel : public QWidget {
+    Q_OBJECT
+
+public:
+    explicit ImpactPanel(ProjectStore& store, QWidget* parent = nullptr);
+
+    QString summaryText() const;
+    QTreeView* tree() const { return tree_; }
+    const ImpactReachModel& rows() const { return *model_; }
+    // What the copy buttons put on the clipboard.
+    QString markdown() const;
+    QString plainText() const;
+
+signals:
+    void openCodeRequested(const QString& symbolId);
+
+protected:
+    bool eventFilter(QObject* watched, QEvent* event) override;
+
+private:
+    QWidget* buildHeader();
+    void scheduleRefresh();
+    void refresh();
+    void selectInStore(const std::string& id);
+    bool handleViewportMouse(QEvent* event);
+    bool handleTreeKey(QEvent* event);
+    std::string idAt(const QPoint& viewportPos) const;
+    bool withinDoubleClick() const;
+
+    ProjectStore& store_;
+    bool refreshPending_ = false;
+
+    ElidedLabel* target_;
+    QLabel* summary_;
+    QPushButton* copyMarkdown_;
+    QPushButton* copyText_;
+    QTreeView* tree_;
+    ImpactReachModel* model_;
+
+    // The row under the first press of a click; a second press close in time and place
+    // belongs to a double click and keeps it.
+    std::string pressedId_;
+    QPoint pressedAt_;
+    QElapsedTimer sincePress_;
+    bool secondPress_ = false;
+};
+
+}  // namespace vantrel
