@@ -1,35 +1,21 @@
-// The sidebar's disclosure group "Diagnostics (N)", closed at first. Opened, it lists
-// one card per diagnostic of the last scan, in the scan's order: the import that could
-// not be resolved, the suggestion (or the reason's raw name when there is none) and the
-// importing file. Cards are drawn by a delegate, so thousands of them cost no widgets.
+// The sidebar's disclosure group "Diagnostics (N)", closed at first. Opened, it has a
+// filter field and a tree of the last scan's diagnostics as `groupDiagnostics` orders
+// them: a heading per reason with its count, under it one row per import path with the
+// number of files that import it (its suggestion in the tooltip), and under each the
+// importing files. External packages stay collapsed: they are seldom what needs fixing.
 #pragma once
 
-#include <QAbstractListModel>
 #include <QWidget>
 #include <vector>
 
 #include "core/model/ProjectIR.h"
 
-class QListView;
+class QLineEdit;
+class QStandardItemModel;
 class QToolButton;
+class QTreeView;
 
 namespace vantrel {
-
-class DiagnosticListModel : public QAbstractListModel {
-    Q_OBJECT
-
-public:
-    enum Role { HeadlineRole = Qt::UserRole + 1, DetailRole, ImporterRole };
-
-    using QAbstractListModel::QAbstractListModel;
-    void setDiagnostics(std::vector<ResolutionDiagnostic> diagnostics);
-
-    int rowCount(const QModelIndex& parent = {}) const override;
-    QVariant data(const QModelIndex& index, int role) const override;
-
-private:
-    std::vector<ResolutionDiagnostic> diagnostics_;
-};
 
 class DiagnosticsGroup : public QWidget {
     Q_OBJECT
@@ -41,14 +27,20 @@ public:
     QString title() const;
     bool isOpen() const;
     void setOpen(bool open);
-    const DiagnosticListModel& model() const { return *model_; }
+    // The tree as shown: headings at the top level, import paths below, importers below those.
+    const QStandardItemModel& model() const { return *model_; }
+    QLineEdit* filterField() const { return filter_; }
+    QTreeView* tree() const { return tree_; }
 
 private:
-    void fitListHeight();
+    void rebuild();
+    void fitTreeHeight();
 
+    std::vector<ResolutionDiagnostic> diagnostics_;
     QToolButton* header_;
-    QListView* list_;
-    DiagnosticListModel* model_;
+    QLineEdit* filter_;
+    QTreeView* tree_;
+    QStandardItemModel* model_;
 };
 
 }  // namespace vantrel

@@ -75,7 +75,7 @@ OnboardingView::OnboardingView(std::function<void()> onGotIt, QWidget* parent)
 
 QStringList OnboardingView::tips() {
     return {QStringLiteral("Click any symbol to see its blast radius"),
-            QStringLiteral("Red = direct impact, Orange = 2nd level, Yellow = 3rd level"),
+            QStringLiteral("Red = selected, Orange = 1st level, Yellow = 2nd, Green = 3rd"),
             // The shortcuts as this platform writes them.
             QStringLiteral("Use Ctrl+F to search, Ctrl+O to open your project"),
             QStringLiteral("Check the Diagnostics panel for unresolved imports")};

@@ -7,7 +7,10 @@
 #include <QListView>
 #include <QPushButton>
 #include <QScrollBar>
+#include <QStandardItemModel>
 #include <QTest>
+#include <QToolButton>
+#include <QTreeView>
 #include <memory>
 
 #include "app/canvas/CanvasPalette.h"
@@ -174,11 +177,13 @@ private slots:
         QVERIFY(!group->isHidden());
         QCOMPARE(group->title(), QStringLiteral("Diagnostics (1)"));
         QVERIFY(!group->isOpen());
-        QVERIFY(group->findChild<QListView*>()->isHidden());
+        QVERIFY(group->tree()->isHidden());
         group->setOpen(true);
-        QVERIFY(!group->findChild<QListView*>()->isHidden());
-        QCOMPARE(group->model().data(group->model().index(0), DiagnosticListModel::HeadlineRole).toString(),
-                 QStringLiteral("Could not resolve `./missing`"));
+        QVERIFY(!group->tree()->isHidden());
+        QVERIFY(!group->filterField()->isHidden());
+        const QModelIndex section = group->model().index(0, 0);
+        QCOMPARE(section.data().toString(), QStringLiteral("Files not found · 1"));
+        QCOMPARE(group->model().index(0, 0, section).data().toString(), QStringLiteral("./missing · 1 file"));
 
         // The diff summary stands while there is a diff, whatever "Diff mode" says.
         auto* summary = child<QLabel>("diffSummary");
@@ -231,16 +236,41 @@ private slots:
         QVERIFY(tight.details.empty());
     }
 
-    void diagnosticEntriesShowTheSuggestionElseTheReason() {
-        DiagnosticListModel model;
-        model.setDiagnostics({{"src/app.ts", "./x", ResolutionDiagnostic::Reason::ambiguousMatch, std::nullopt},
+    void diagnosticsGroupByReasonAndImportAndFilterAsTyped() {
+        DiagnosticsGroup group;
+        group.setDiagnostics({{"src/app.ts", "./x", ResolutionDiagnostic::Reason::ambiguousMatch, std::nullopt},
                               {"src/app.ts", "react", ResolutionDiagnostic::Reason::externalModule,
-                               "Module 'react' is external (not scanned)"}});
-        auto line = [&](int row, int role) { return model.data(model.index(row), role).toString(); };
-        QCOMPARE(line(0, DiagnosticListModel::HeadlineRole), QStringLiteral("Could not resolve `./x`"));
-        QCOMPARE(line(0, DiagnosticListModel::DetailRole), QStringLiteral("ambiguousMatch"));
-        QCOMPARE(line(1, DiagnosticListModel::DetailRole), QStringLiteral("Module 'react' is external (not scanned)"));
-        QCOMPARE(line(1, DiagnosticListModel::ImporterRole), QStringLiteral("src/app.ts"));
+                               "Module 'react' is external (not scanned)"},
+                              {"src/ui/List.tsx", "react", ResolutionDiagnostic::Reason::externalModule,
+                               "Module 'react' is external (not scanned)"},
+                              {"src/ui/List.tsx", "./gone", ResolutionDiagnostic::Reason::fileNotFound, std::nullopt}});
+        group.resize(320, 500);
+        group.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&group));
+        QCOMPARE(group.title(), QStringLiteral("Diagnostics (4)"));
+        QTest::mouseClick(group.findChild<QToolButton*>(), Qt::LeftButton);
+        QVERIFY(group.isOpen());
+
+        const QStandardItemModel& model = group.model();
+        auto text = [&](const QModelIndex& index) { return index.data().toString(); };
+        QStringList headings;
+        for (int i = 0; i < model.rowCount(); ++i) headings.append(text(model.index(i, 0)));
+        QCOMPARE(headings, (QStringList{"Files not found · 1", "Ambiguous imports · 1", "External packages · 2"}));
+        const QModelIndex external = model.index(2, 0);
+        QVERIFY(group.tree()->isExpanded(model.index(0, 0)));
+        QVERIFY(!group.tree()->isExpanded(external));
+        const QModelIndex react = model.index(0, 0, external);
+        QCOMPARE(text(react), QStringLiteral("react · 2 files"));
+        QCOMPARE(react.data(Qt::ToolTipRole).toString(),
+                 QStringLiteral("react\nModule 'react' is external (not scanned)"));
+        QCOMPARE(text(model.index(1, 0, react)), QStringLiteral("src/ui/List.tsx"));
+
+        // Typing narrows the tree to what the text names, importers included.
+        QTest::keyClicks(group.filterField(), QStringLiteral("LIST"));
+        headings.clear();
+        for (int i = 0; i < model.rowCount(); ++i) headings.append(text(model.index(i, 0)));
+        QCOMPARE(headings, (QStringList{"Files not found · 1", "External packages · 1"}));
+        QCOMPARE(text(model.index(0, 0, model.index(1, 0))), QStringLiteral("react · 1 file"));
     }
 
 private:
