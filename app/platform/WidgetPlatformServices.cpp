@@ -29,6 +29,7 @@ void WidgetPlatformServices::showOpenPanel(const OpenPanelRequest& request, Path
     dialog->setFileMode(request.chooseFolders ? QFileDialog::Directory : QFileDialog::ExistingFile);
     if (request.chooseFolders) dialog->setOption(QFileDialog::ShowDirsOnly);
     if (!request.prompt.isEmpty()) dialog->setLabelText(QFileDialog::Accept, request.prompt);
+    if (!request.startFolder.isEmpty()) dialog->setDirectory(request.startFolder);
     openPanel(dialog, request.nameFilters, std::move(chosen));
 }
 
@@ -37,6 +38,7 @@ void WidgetPlatformServices::showSavePanel(const SavePanelRequest& request, Path
     dialog->setAcceptMode(QFileDialog::AcceptSave);
     dialog->setFileMode(QFileDialog::AnyFile);
     dialog->setOption(QFileDialog::ReadOnly, !request.canCreateFolders);
+    if (!request.startFolder.isEmpty()) dialog->setDirectory(request.startFolder);
     dialog->selectFile(request.proposedName);
     openPanel(dialog, request.nameFilters, std::move(chosen));
 }

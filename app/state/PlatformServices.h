@@ -14,6 +14,7 @@ struct OpenPanelRequest {
     QString prompt;              // the confirm button's text; empty for the toolkit's own
     bool chooseFolders = false;  // folders only, else files only; always one selection
     QStringList nameFilters;     // file filters such as "JSON (*.json)"; empty for all files
+    QString startFolder;         // where the panel opens; empty for the toolkit's choice
 };
 
 struct SavePanelRequest {
@@ -21,6 +22,7 @@ struct SavePanelRequest {
     QString proposedName;
     QStringList nameFilters;
     bool canCreateFolders = true;
+    QString startFolder;  // where the panel opens; empty for the toolkit's choice
 };
 
 struct AlertRequest {

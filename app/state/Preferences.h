@@ -29,6 +29,7 @@ inline constexpr char kEnabledLanguageIdsJSON[] = "enabledLanguageIdsJSON";     
 inline constexpr char kLinkingMode[] = "linkingMode";                              // "names" "precise"
 inline constexpr char kPreferencesSelectedTab[] = "preferencesSelectedTab";        // "general" "scanning" "appearance"
 inline constexpr char kRecentProjects[] = "recentProjects";                        // list of text, not registered
+inline constexpr char kLastPanelFolder[] = "lastPanelFolder";                      // text, not registered
 }  // namespace prefkeys
 
 // Compact JSON text of a list of strings, as the two data keys hold it.

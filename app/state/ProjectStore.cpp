@@ -93,6 +93,10 @@ void ProjectStore::scan(const QString& rootPath) {
     startScanJob(root);
 }
 
+void ProjectStore::rescan() {
+    if (!projectRoot_.isEmpty() && scanState_.kind != ScanState::Kind::idle) scan(projectRoot_);
+}
+
 void ProjectStore::cancelScan() {
     if (scanJob_) scanJob_->cancel();
 }
@@ -122,7 +126,19 @@ void ProjectStore::startScanJob(const std::string& root) {
 void ProjectStore::onCounted(std::uint64_t generation, std::int64_t fileCount) {
     // A count cut short by cancellation must not lead to a question or a scan.
     if (!scanJob_ || scanJob_->isCancelled()) {
-        applyScanFailure(ScanFailure{true, {}});
+        applyScanFailure(ScanFailure{true, {}, {}});
+        return;
+    }
+    if (fileCount == 0) {
+        // A folder of no sources is not a project: said so, and not kept among the recents.
+        RecentProjectsManager::removeRecent(projectRoot_);
+        refreshRecents();
+        forgetScanJob();
+        write(scanState_,
+              ScanState::failed(QStringLiteral("No JavaScript, TypeScript or Python files in %1.").arg(projectRoot_),
+                                QStringLiteral("Nothing to scan")),
+              &ProjectStore::scanStateChanged);
+        write(scanProgress_, std::nullopt, &ProjectStore::scanProgressChanged);
         return;
     }
     bool goOn = confirmLargeProjectScanIfNeeded(fileCount);
@@ -158,7 +174,8 @@ void ProjectStore::applyScanFailure(const ScanFailure& failure) {
         write(scanState_, ScanState::idle(), &ProjectStore::scanStateChanged);
         write(scanProgress_, std::nullopt, &ProjectStore::scanProgressChanged);
     } else {
-        write(scanState_, ScanState::failed(failure.message), &ProjectStore::scanStateChanged);
+        write(scanState_, ScanState::failed(failure.message, QStringLiteral("Scan failed"), failure.file),
+              &ProjectStore::scanStateChanged);
     }
 }
 

@@ -89,6 +89,8 @@ public:
     const OptionalProjectIR& ir() const { return ir_; }
     const OptionalScanProgress& scanProgress() const { return scanProgress_; }
     const OptionalText& lastExportError() const { return lastExportError_; }
+    // The heading of the alert for lastExportError: "Export failed" or "Could not load baseline".
+    const QString& lastExportErrorTitle() const { return lastExportErrorTitle_; }
     const OptionalProjectIR& baselineIR() const { return baselineIR_; }
     const OptionalDiffResult& diffResult() const { return diffResult_; }
     bool diffModeEnabled() const { return diffModeEnabled_; }
@@ -137,6 +139,11 @@ public:
 
     // Panels.
     void chooseProjectFolder();
+    // Scans the open project again; nothing without one.
+    void rescan();
+    // Adds the file (absolute, inside the open project) to the project's exclusions and
+    // scans again; a project file that cannot be changed goes to lastExportError.
+    void excludeFileAndRescan(const QString& file);
     // Loads a ProjectIR JSON file as the baseline; a failure goes to lastExportError and
     // keeps the earlier baseline.
     void chooseBaselineSnapshot();
@@ -184,6 +191,8 @@ signals:
     void collapsedNodesChanged();
     void allSymbolIdsSortedChanged();
     void projectRootChanged();
+    // An export was written to `path`.
+    void exported(const QString& path);
 
 private:
     template <typename T, typename V>
@@ -203,6 +212,7 @@ private:
     void applyClearSelection();
     void loadBaseline(const QString& path);
     void writeExport(GraphExportFormat format, const ProjectIR& ir, const QString& path);
+    void reportFileError(const QString& title, const QString& message);
 
     ProjectStoreEnvironment environment_;
     SymbolScanner scanner_;
@@ -211,6 +221,7 @@ private:
     OptionalProjectIR ir_;
     OptionalScanProgress scanProgress_;
     OptionalText lastExportError_;
+    QString lastExportErrorTitle_;
     OptionalProjectIR baselineIR_;
     OptionalDiffResult diffResult_;
     bool diffModeEnabled_ = false;

@@ -15,6 +15,12 @@ void RecentProjectsManager::addRecent(const QString& folder) {
     Preferences::setValue(prefkeys::kRecentProjects, list);
 }
 
+void RecentProjectsManager::removeRecent(const QString& folder) {
+    QStringList list = Preferences::textListValue(prefkeys::kRecentProjects);
+    if (list.removeAll(QString::fromStdString(standardizePath(folder.toStdString()))) == 0) return;
+    Preferences::setValue(prefkeys::kRecentProjects, list);
+}
+
 QStringList RecentProjectsManager::getRecents() { return Preferences::textListValue(prefkeys::kRecentProjects); }
 
 void RecentProjectsManager::clearRecents() { Preferences::remove(prefkeys::kRecentProjects); }

@@ -16,6 +16,9 @@ struct RecentProjectsManager {
     // the front, removing an equal entry and keeping ten. An empty path is ignored.
     static void addRecent(const QString& folder);
 
+    // Takes the folder (standardised as above) out of the list.
+    static void removeRecent(const QString& folder);
+
     // The stored entries in order; nothing tests whether they still exist.
     static QStringList getRecents();
 

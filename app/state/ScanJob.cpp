@@ -35,10 +35,11 @@ void ScanJob::runGuarded(const std::function<void()>& body) {
         body();
     } catch (const ScanError& error) {
         bool cancelled = error.kind() == ScanError::Kind::cancelled;
-        ScanFailure failure{cancelled, cancelled ? QString() : QString::fromUtf8(error.what())};
+        ScanFailure failure{cancelled, cancelled ? QString() : QString::fromUtf8(error.what()),
+                            QString::fromStdString(error.path())};
         post([self = shared_from_this(), failure] { self->handlers_.failed(failure); });
     } catch (const std::exception& error) {
-        ScanFailure failure{false, QString::fromUtf8(error.what())};
+        ScanFailure failure{false, QString::fromUtf8(error.what()), {}};
         post([self = shared_from_this(), failure] { self->handlers_.failed(failure); });
     }
 }

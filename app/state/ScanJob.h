@@ -27,6 +27,7 @@ using FileCounter =
 struct ScanFailure {
     bool cancelled = false;
     QString message;  // the error's text; empty when cancelled
+    QString file;     // the file the scan failed on (absolute), when one file is the cause
 };
 
 class ScanJob : public std::enable_shared_from_this<ScanJob> {

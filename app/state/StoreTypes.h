@@ -13,11 +13,15 @@ struct ScanState {
     enum class Kind { idle, indexing, ready, failed };
     Kind kind = Kind::idle;
     QString message;  // the text shown to the user; set for `failed` only
+    QString title;    // failed: the heading over the message
+    QString file;     // failed: the file the scan failed on, when one file is the cause
 
     static ScanState idle() { return {}; }
-    static ScanState indexing() { return {Kind::indexing, {}}; }
-    static ScanState ready() { return {Kind::ready, {}}; }
-    static ScanState failed(QString message) { return {Kind::failed, std::move(message)}; }
+    static ScanState indexing() { return {Kind::indexing, {}, {}, {}}; }
+    static ScanState ready() { return {Kind::ready, {}, {}, {}}; }
+    static ScanState failed(QString message, QString title = QStringLiteral("Scan failed"), QString file = {}) {
+        return {Kind::failed, std::move(message), std::move(title), std::move(file)};
+    }
     bool operator==(const ScanState&) const = default;
 };
 

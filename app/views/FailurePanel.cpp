@@ -1,5 +1,6 @@
 #include "app/views/FailurePanel.h"
 
+#include <QHBoxLayout>
 #include <QLabel>
 #include <QPushButton>
 #include <QVBoxLayout>
@@ -20,20 +21,38 @@ FailurePanel::FailurePanel(QWidget* parent) : MaterialFrame(Material::regular, 1
     auto* column = new QVBoxLayout(this);
     column->setContentsMargins(kPadding, kPadding, kPadding, kPadding);
     column->setSpacing(kSpacing);
-    column->addWidget(makeLabel(QStringLiteral("Scan failed"), TextStyle::headline, false, this), 0, Qt::AlignHCenter);
+    title_ = makeLabel(QStringLiteral("Scan failed"), TextStyle::headline, false, this);
+    column->addWidget(title_, 0, Qt::AlignHCenter);
     message_ = makeLabel({}, TextStyle::callout, true, this);
     message_->setWordWrap(true);
     message_->setAlignment(Qt::AlignHCenter);
     message_->setTextInteractionFlags(Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard);
     message_->setTextFormat(Qt::PlainText);
     column->addWidget(message_);
+    auto* buttons = new QHBoxLayout;
+    buttons->addStretch(1);
+    exclude_ = new QPushButton(QStringLiteral("Exclude This File and Rescan"), this);
+    exclude_->setObjectName(QStringLiteral("excludeFailedFile"));
+    exclude_->hide();
+    buttons->addWidget(exclude_);
     auto* reset = new QPushButton(QStringLiteral("Reset"), this);
-    column->addWidget(reset, 0, Qt::AlignHCenter);
+    reset->setObjectName(QStringLiteral("resetButton"));
+    buttons->addWidget(reset);
+    buttons->addStretch(1);
+    column->addLayout(buttons);
     connect(reset, &QPushButton::clicked, this, &FailurePanel::resetRequested);
+    connect(exclude_, &QPushButton::clicked, this, [this] { emit excludeFileRequested(file_); });
     setMaximumWidth(kMaxWidth);
 }
 
-void FailurePanel::setMessage(const QString& message) { message_->setText(message); }
+void FailurePanel::setFailure(const QString& title, const QString& message, const QString& file) {
+    title_->setText(title);
+    message_->setText(message);
+    file_ = file;
+    exclude_->setVisible(!file.isEmpty());
+}
+
+QString FailurePanel::title() const { return title_->text(); }
 
 QString FailurePanel::message() const { return message_->text(); }
 

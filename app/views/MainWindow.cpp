@@ -3,11 +3,13 @@
 #include <QAction>
 #include <QDir>
 #include <QDragEnterEvent>
+#include <QFileInfo>
 #include <QListView>
 #include <QMessageBox>
 #include <QMimeData>
 #include <QPushButton>
 #include <QSplitter>
+#include <QStatusBar>
 #include <QToolButton>
 
 #include "app/canvas/ImpactGraphView.h"
@@ -26,6 +28,7 @@ namespace vantrel {
 namespace {
 
 constexpr int kSidebarWidth = 360;
+constexpr int kConfirmationMs = 5000;  // how long a confirmation stays in the status bar
 
 bool holdsLocalFile(const QMimeData* data) {
     if (!data) return false;
@@ -91,12 +94,15 @@ void MainWindow::buildDetail() {
     connect(dropOverlay_, &DropOverlayView::recentChosen, this, [this](const QString& folder) { store_.scan(folder); });
     connect(progressPanel_, &ProgressPanel::cancelRequested, this, [this] { store_.cancelScan(); });
     connect(failurePanel_, &FailurePanel::resetRequested, this, [this] { store_.reset(); });
+    connect(failurePanel_, &FailurePanel::excludeFileRequested, this,
+            [this](const QString& file) { store_.excludeFileAndRescan(file); });
 }
 
 void MainWindow::connectStore() {
     connect(&store_, &ProjectStore::scanStateChanged, this, [this] {
         refreshPanel();
         refreshTitle();
+        refreshRescanEnabled();
     });
     connect(&store_, &ProjectStore::projectRootChanged, this, &MainWindow::refreshTitle);
     connect(&store_, &ProjectStore::scanProgressChanged, this,
@@ -108,6 +114,9 @@ void MainWindow::connectStore() {
     });
     connect(&store_, &ProjectStore::showOnboardingOverlayChanged, this, &MainWindow::refreshOnboarding);
     connect(&store_, &ProjectStore::lastExportErrorChanged, this, &MainWindow::scheduleExportAlert);
+    connect(&store_, &ProjectStore::exported, this, [this](const QString& path) {
+        statusBar()->showMessage(QStringLiteral("Exported to %1").arg(QDir::toNativeSeparators(path)), kConfirmationMs);
+    });
 }
 
 QWidget* MainWindow::currentPanel() const { return detail_->overlay(); }
@@ -123,7 +132,7 @@ void MainWindow::refreshPanel() {
             detail_->setOverlay(progressPanel_);
             break;
         case ScanState::Kind::failed:
-            failurePanel_->setMessage(state.message);
+            failurePanel_->setFailure(state.title, state.message, state.file);
             detail_->setOverlay(failurePanel_);
             break;
         case ScanState::Kind::ready: detail_->setOverlay(nullptr); break;
@@ -162,8 +171,8 @@ void MainWindow::showExportAlert() {
     auto* alert = new QMessageBox(this);
     alert->setAttribute(Qt::WA_DeleteOnClose);
     alert->setIcon(QMessageBox::Warning);
-    alert->setWindowTitle(QStringLiteral("Export failed"));
-    alert->setText(QStringLiteral("Export failed"));
+    alert->setWindowTitle(store_.lastExportErrorTitle());
+    alert->setText(store_.lastExportErrorTitle());
     alert->setInformativeText(store_.lastExportError().value_or(QStringLiteral("Unknown error")));
     alert->addButton(QStringLiteral("OK"), QMessageBox::RejectRole);
     alert->setWindowModality(Qt::WindowModal);
@@ -198,7 +207,11 @@ void MainWindow::dragLeaveEvent(QDragLeaveEvent* event) {
 void MainWindow::dropEvent(QDropEvent* event) {
     setDropTargeted(false);
     if (!event->mimeData()) return;
-    ProjectStore::extractFirstFileURL(*event->mimeData(), [this](const QString& path) { store_.scan(path); });
+    // A dropped file stands for the folder it is in.
+    ProjectStore::extractFirstFileURL(*event->mimeData(), [this](const QString& path) {
+        const QFileInfo dropped(path);
+        store_.scan(dropped.isDir() ? path : dropped.absolutePath());
+    });
     event->acceptProposedAction();
 }
 

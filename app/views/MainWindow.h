@@ -43,6 +43,7 @@ public:
     QMenu* exportMenu() const { return exportMenu_; }
     QMenu* recentMenu() const { return recentMenu_; }
     QAction* clearRecentsAction() const { return clearRecents_; }
+    QAction* rescanAction() const { return rescan_; }
 
 public slots:
     // A preference changed: the graph reads its appearance preferences anew.
@@ -70,6 +71,7 @@ private:
     void refreshPanel();
     void refreshTitle();
     void refreshExportEnabled();
+    void refreshRescanEnabled();
     void refreshOnboarding();
     void scheduleExportAlert();
     void showExportAlert();
@@ -94,6 +96,7 @@ private:
     QMenu* exportMenu_ = nullptr;
     QMenu* recentMenu_ = nullptr;
     QAction* clearRecents_ = nullptr;
+    QAction* rescan_ = nullptr;
 };
 
 }  // namespace vantrel

@@ -33,6 +33,10 @@ void MainWindow::buildCommands() {
     openProject_->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_O));
     connect(openProject_, &QAction::triggered, this, [this] { store_.chooseProjectFolder(); });
     recentMenu_ = file->addMenu(QStringLiteral("Open Recent"));
+    rescan_ = file->addAction(QStringLiteral("Rescan"));
+    rescan_->setShortcuts({QKeySequence(Qt::Key_F5), QKeySequence(Qt::CTRL | Qt::Key_R)});
+    rescan_->setEnabled(false);
+    connect(rescan_, &QAction::triggered, this, [this] { store_.rescan(); });
     clearRecents_ = new QAction(QStringLiteral("Clear Recent Projects"), this);
     connect(clearRecents_, &QAction::triggered, this, [this] { store_.clearRecents(); });
     file->addSeparator();
@@ -89,6 +93,10 @@ void MainWindow::rebuildRecentMenu() {
     recentMenu_->addSeparator();
     recentMenu_->addAction(clearRecents_);
     clearRecents_->setEnabled(!recents.isEmpty());
+}
+
+void MainWindow::refreshRescanEnabled() {
+    rescan_->setEnabled(!store_.projectRoot().isEmpty() && store_.scanState().kind != ScanState::Kind::idle);
 }
 
 void MainWindow::refreshExportEnabled() {

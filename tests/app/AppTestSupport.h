@@ -20,10 +20,14 @@ public:
     std::optional<QString> nextPath;
     int alertAnswer = 1;
     std::vector<SavePanelRequest> savePanels;
+    std::vector<OpenPanelRequest> openPanels;
     std::vector<AlertRequest> alerts;
     int settingsShown = 0;
 
-    void showOpenPanel(const OpenPanelRequest&, PathChosen chosen) override { answer(std::move(chosen)); }
+    void showOpenPanel(const OpenPanelRequest& request, PathChosen chosen) override {
+        openPanels.push_back(request);
+        answer(std::move(chosen));
+    }
     void showSavePanel(const SavePanelRequest& request, PathChosen chosen) override;
     int runModalAlert(const AlertRequest& request) override;
     void showSettingsWindow() override { ++settingsShown; }

@@ -69,12 +69,21 @@ private slots:
         QVERIFY(reports == expected);
 
         // A project without symbols ends ready with nothing selected.
-        f.dir.write("empty/notes.txt", "no sources");
-        f.store.scan(QString::fromStdString(f.dir / "empty"));
+        f.dir.write("quiet/notes.ts", "// nothing but a comment\n");
+        f.store.scan(QString::fromStdString(f.dir / "quiet"));
         QVERIFY(waitForScanState(f.store, Kind::ready));
         settle();
         QVERIFY(f.store.ir()->symbols.empty());
         QVERIFY(!f.store.selectedSymbolId());
+
+        // A folder without sources says so and leaves the recent list as it was.
+        f.dir.write("empty/notes.txt", "no sources");
+        f.store.scan(QString::fromStdString(f.dir / "empty"));
+        QVERIFY(waitForScanState(f.store, Kind::failed));
+        QCOMPARE(f.store.scanState().title, QStringLiteral("Nothing to scan"));
+        QCOMPARE(f.store.scanState().message, QStringLiteral("No JavaScript, TypeScript or Python files in ") +
+                                                  QString::fromStdString(f.dir / "empty") + u'.');
+        QCOMPARE(f.store.recentProjects(), (QStringList{QString::fromStdString(f.dir / "quiet"), root}));
     }
 
     void largeProjectsAskFirst_data() {

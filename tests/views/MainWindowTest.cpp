@@ -8,6 +8,8 @@
 #include <QMimeData>
 #include <QProgressBar>
 #include <QPushButton>
+#include <QSignalSpy>
+#include <QStatusBar>
 #include <QTest>
 #include <QUrl>
 #include <memory>
@@ -22,6 +24,7 @@
 #include "app/views/OnboardingView.h"
 #include "app/views/ProgressPanel.h"
 #include "app/views/SidebarView.h"
+#include "core/config/VantrelConfig.h"
 #include "tests/app/AppTestSupport.h"
 
 using namespace vantrel;
@@ -100,7 +103,9 @@ private slots:
         QVERIFY(window_->failurePanel()->message().contains("src/broken.ts"));
         QVERIFY(centredOverTheGraph(window_->failurePanel()));
         QVERIFY(window_->failurePanel()->width() <= 420);
-        window_->failurePanel()->findChild<QPushButton*>()->click();
+        QCOMPARE(window_->failurePanel()->title(), QStringLiteral("Scan failed"));
+        QVERIFY(window_->failurePanel()->excludeButton()->isVisible());
+        window_->failurePanel()->findChild<QPushButton*>(QStringLiteral("resetButton"))->click();
         QCOMPARE(window_->currentPanel(), static_cast<QWidget*>(window_->dropOverlay()));
 
         window_->clearRecentsAction()->trigger();
@@ -173,9 +178,20 @@ private slots:
         QMessageBox* alert = nullptr;
         QVERIFY(QTest::qWaitFor([&] { return (alert = window_->findChild<QMessageBox*>()) != nullptr; }, 2000));
         QCOMPARE(alert->text(), QStringLiteral("Export failed"));
-        QVERIFY(!alert->informativeText().isEmpty());
+        QVERIFY2(alert->informativeText().startsWith(QStringLiteral("Could not write ") + *f_->platform.nextPath),
+                 qPrintable(alert->informativeText()));
         alert->reject();
         QVERIFY(!f_->store.lastExportError());
+
+        // A written export is confirmed; the next panel opens where this one was confirmed.
+        f_->platform.nextPath = QString::fromStdString(f_->dir / "graph.json");
+        window_->exportMenu()->actions().first()->trigger();
+        QVERIFY(QTest::qWaitFor([&] { return !window_->statusBar()->currentMessage().isEmpty(); }, 2000));
+        QCOMPARE(window_->statusBar()->currentMessage(), QStringLiteral("Exported to ") + *f_->platform.nextPath);
+        f_->platform.nextPath.reset();
+        window_->exportMenu()->actions().first()->trigger();
+        QCOMPARE(f_->platform.savePanels.back().startFolder, QString::fromStdString(f_->dir.path()));
+        f_->platform.nextPath = QString::fromStdString(f_->dir / "missing-folder/graph.json");
 
         // An error gone before the alert draws leaves the alert its fallback text.
         window_->exportMenu()->actions().first()->trigger();
@@ -184,6 +200,48 @@ private slots:
         QVERIFY(QTest::qWaitFor([&] { return (alert = window_->findChild<QMessageBox*>()) != nullptr; }, 2000));
         QCOMPARE(alert->informativeText(), QStringLiteral("Unknown error"));
         alert->reject();
+    }
+
+    // What a failure offers, the baseline's own alert, a dropped file and the rescan keys.
+    void failuresSayWhatToDo() {
+        const QString root = copyScanProject(f_->dir, "shop");
+        f_->dir.write("shop/src/broken.ts/inside.txt", "a folder named like a source file cannot be read");
+        f_->store.scan(root);
+        QVERIFY(waitForScanState(f_->store, Kind::failed));
+        QPushButton* exclude = window_->failurePanel()->excludeButton();
+        QVERIFY(exclude->isVisible());
+        QTest::mouseClick(exclude, Qt::LeftButton);
+        QVERIFY(waitForScanState(f_->store, Kind::ready));
+        const auto project = VantrelConfig::loadIfPresent(root.toStdString());
+        QVERIFY(project);
+        QCOMPARE(project->exclude.back(), std::string("src/broken.ts"));
+        QVERIFY(project->exclude.size() > 1);  // the global patterns stay in force
+
+        // F5 and Ctrl+R scan the open project again.
+        QVERIFY(window_->rescanAction()->isEnabled());
+        QSignalSpy states(&f_->store, &ProjectStore::scanStateChanged);
+        QTest::keyClick(window_.get(), Qt::Key_F5);
+        QVERIFY(waitForScanState(f_->store, Kind::ready));
+        QVERIFY(states.count() >= 2);
+        states.clear();
+        QTest::keyClick(window_.get(), Qt::Key_R, Qt::ControlModifier);
+        QVERIFY(waitForScanState(f_->store, Kind::ready));
+        QVERIFY(states.count() >= 2);
+
+        f_->dir.write("broken.json", "{\"projectId\": ");
+        f_->platform.nextPath = QString::fromStdString(f_->dir / "broken.json");
+        f_->store.chooseBaselineSnapshot();
+        QMessageBox* alert = nullptr;
+        QVERIFY(QTest::qWaitFor([&] { return (alert = window_->findChild<QMessageBox*>()) != nullptr; }, 2000));
+        QCOMPARE(alert->text(), QStringLiteral("Could not load baseline"));
+        QVERIFY(alert->informativeText().contains(QStringLiteral("broken.json")));
+        alert->reject();
+
+        // A dropped file opens the folder it is in.
+        const QString other = copyScanProject(f_->dir, "other");
+        dropOn(window_.get(), *folderDrag(other + "/src/lib/math.ts"));
+        QCOMPARE(f_->store.projectRoot(), other + "/src/lib");
+        QVERIFY(waitForScanState(f_->store, Kind::ready));
     }
 
     void recentProjectsFillTheGridRowByRow() {
