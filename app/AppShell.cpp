@@ -1,10 +1,12 @@
 #include "app/AppShell.h"
 
 #include <QCoreApplication>
+#include <QDir>
 #include <functional>
 
 #include "app/platform/WidgetPlatformServices.h"
 #include "app/state/Preferences.h"
+#include "app/views/ScanningPreferencesTab.h"
 
 namespace vantrel {
 
@@ -36,6 +38,14 @@ AppShell::AppShell(Mode mode)
       window_(store_) {
     if (auto* widgets = dynamic_cast<WidgetPlatformServices*>(platform_.get())) widgets->setDialogParent(&window_);
     QObject::connect(&window_, &MainWindow::preferencesRequested, &preferences_, &PreferencesView::showWindow);
+    // The pattern preview counts the open project's files, listed when the window opens.
+    QObject::connect(&preferences_, &PreferencesView::shown, &preferences_, [this] {
+        preferences_.scanningTab()->setPreviewFiles({}, {});
+        const QString name = QDir(store_.projectRoot()).dirName();
+        store_.listSourceFiles([this, name](std::vector<std::string> files) {
+            preferences_.scanningTab()->setPreviewFiles(name, std::move(files));
+        });
+    });
     QObject::connect(&preferences_, &PreferencesView::preferenceChanged, &window_, [this](const QString& key) {
         if (key == QLatin1String(prefkeys::kColorScheme)) colorScheme_.apply();
         window_.preferencesChanged();

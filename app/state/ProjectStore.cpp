@@ -3,6 +3,7 @@
 #include "app/state/Preferences.h"
 #include "app/state/PreferencesManager.h"
 #include "app/state/RecentProjectsManager.h"
+#include "core/scan/Discovery.h"
 #include "core/util/Paths.h"
 
 namespace vantrel {
@@ -95,6 +96,15 @@ void ProjectStore::scan(const QString& rootPath) {
 
 void ProjectStore::rescan() {
     if (!projectRoot_.isEmpty() && scanState_.kind != ScanState::Kind::idle) scan(projectRoot_);
+}
+
+void ProjectStore::listSourceFiles(std::function<void(std::vector<std::string>)> done) {
+    if (projectRoot_.isEmpty()) return;
+    pool_.start([this, root = projectRoot_.toStdString(), config = config_, done = std::move(done)] {
+        auto files = vantrel::listSourceFiles(root, config, scanner_.plugins());
+        QMetaObject::invokeMethod(
+            this, [done, files = std::move(files)]() mutable { done(std::move(files)); }, Qt::QueuedConnection);
+    });
 }
 
 void ProjectStore::cancelScan() {

@@ -139,6 +139,10 @@ public:
 
     // Panels.
     void chooseProjectFolder();
+    // The open project's source files as a scan with its settings takes them (relative,
+    // sorted), listed off the main thread; `done` runs later on the main thread, and not
+    // at all without an open project.
+    void listSourceFiles(std::function<void(std::vector<std::string>)> done);
     // Scans the open project again; nothing without one.
     void rescan();
     // Adds the file (absolute, inside the open project) to the project's exclusions and

@@ -135,6 +135,7 @@ void PreferencesView::showWindow() {
     show();
     raise();
     activateWindow();
+    emit shown();
 }
 
 void PreferencesView::reload() {

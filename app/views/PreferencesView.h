@@ -39,6 +39,8 @@ public:
 
 signals:
     void preferenceChanged(const QString& key);
+    // The window was brought up (showWindow).
+    void shown();
 
 private:
     QWidget* buildGeneralTab();

@@ -7,6 +7,7 @@
 #include <QListWidget>
 #include <QPushButton>
 #include <QStyle>
+#include <QTimer>
 #include <QToolButton>
 #include <QVBoxLayout>
 #include <algorithm>
@@ -18,6 +19,7 @@
 #include "app/views/PreferenceLists.h"
 #include "app/views/SegmentedPicker.h"
 #include "app/views/TextStyles.h"
+#include "core/config/ExclusionPreview.h"
 
 namespace vantrel {
 
@@ -29,6 +31,7 @@ struct LanguageRow {
 };
 constexpr LanguageRow kJavaScript{"js-family", "JS/TS (TS/TSX/JS/JSX)"};
 constexpr LanguageRow kPython{"python", "Python (.py)"};
+constexpr int kConfirmationMs = 5000;
 
 }  // namespace
 
@@ -41,13 +44,26 @@ ScanningPreferencesTab::ScanningPreferencesTab(ProjectCache cache, QWidget* pare
     auto* addRow = new QHBoxLayout;
     addRow->setSpacing(10);
     newExclude_ = new QLineEdit(this);
-    newExclude_->setPlaceholderText(QStringLiteral("Add pattern (e.g. **/dist/**)"));
+    newExclude_->setPlaceholderText(QStringLiteral("Add pattern (e.g. dist/** or **/dist/**)"));
     add_ = new QPushButton(QStringLiteral("Add"), this);
     addRow->addWidget(newExclude_, 1);
     addRow->addWidget(add_);
     column->addLayout(addRow);
-    connect(newExclude_, &QLineEdit::textChanged, this,
-            [this](const QString& text) { add_->setEnabled(!text.trimmed().isEmpty()); });
+    auto* help = makeLabel(QStringLiteral("Patterns match paths from the project folder; * also crosses folders. "
+                                          "dist/** is the dist folder at the top level; **/dist/** needs a folder "
+                                          "in front, so it matches web/dist but not the top-level dist."),
+                           TextStyle::caption, true, this);
+    help->setObjectName(QStringLiteral("excludeHelp"));
+    help->setWordWrap(true);
+    column->addWidget(help);
+    preview_ = makeLabel({}, TextStyle::caption, false, this);
+    preview_->setObjectName(QStringLiteral("excludePreview"));
+    preview_->hide();
+    column->addWidget(preview_);
+    connect(newExclude_, &QLineEdit::textChanged, this, [this](const QString& text) {
+        add_->setEnabled(!text.trimmed().isEmpty());
+        refreshPreview();
+    });
     connect(newExclude_, &QLineEdit::returnPressed, this, &ScanningPreferencesTab::addExclude);
     connect(add_, &QPushButton::clicked, this, &ScanningPreferencesTab::addExclude);
     add_->setEnabled(false);
@@ -99,8 +115,17 @@ ScanningPreferencesTab::ScanningPreferencesTab(ProjectCache cache, QWidget* pare
     auto* clear = new QPushButton(QStringLiteral("Clear Cache"), this);
     cacheRow->addWidget(clear, 0, Qt::AlignVCenter);
     column->addLayout(cacheRow);
-    // No confirmation and no report: the next scan simply parses everything again.
-    connect(clear, &QPushButton::clicked, this, [this] { cache_.clearAll(); });
+    cacheCleared_ = makeLabel({}, TextStyle::caption, true, this);
+    cacheCleared_->setObjectName(QStringLiteral("cacheCleared"));
+    cacheText->addWidget(cacheCleared_);
+    cacheCleared_->hide();
+    // The next scan parses everything again; a line says the cache is empty now.
+    connect(clear, &QPushButton::clicked, this, [this] {
+        cache_.clearAll();
+        cacheCleared_->setText(QStringLiteral("Cache cleared: the next scan reads every file again."));
+        cacheCleared_->show();
+        QTimer::singleShot(kConfirmationMs, cacheCleared_, &QWidget::hide);
+    });
 
     reload();
 }
@@ -111,6 +136,26 @@ void ScanningPreferencesTab::reload() {
     linking_->setCurrentIndex(PreferencesManager::linkingMode() == LinkingMode::precise ? 1 : 0);
     std::optional<std::string> root = cache_.cacheRootURL();
     cacheLocation_->setText(root ? QString::fromStdString(*root) : QStringLiteral("Unavailable"));
+}
+
+void ScanningPreferencesTab::setPreviewFiles(const QString& projectName, std::vector<std::string> files) {
+    previewProject_ = projectName;
+    previewFiles_ = std::move(files);
+    refreshPreview();
+}
+
+void ScanningPreferencesTab::refreshPreview() {
+    const std::string pattern = newExclude_->text().trimmed().toStdString();
+    preview_->setVisible(!previewProject_.isEmpty() && !pattern.empty());
+    if (!preview_->isVisibleTo(this)) return;
+    const std::size_t excluded = countExcludedBy(previewFiles_, pattern);
+    const qulonglong total = previewFiles_.size();
+    preview_->setText(excluded == 0
+                          ? QStringLiteral("Matches none of the %1 files in %2").arg(total).arg(previewProject_)
+                          : QStringLiteral("Would exclude %1 of the %2 files in %3")
+                                .arg(static_cast<qulonglong>(excluded))
+                                .arg(total)
+                                .arg(previewProject_));
 }
 
 void ScanningPreferencesTab::addExclude() {

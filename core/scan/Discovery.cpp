@@ -46,6 +46,22 @@ std::optional<EnumeratedFile> shouldInclude(const std::string& path, const std::
     return EnumeratedFile{path, std::move(rel), std::move(ext)};
 }
 
+std::vector<std::string> listSourceFiles(const std::string& root, const VantrelConfig& config,
+                                         const PluginList& plugins, const CancelCheck& isCancelled) {
+    PluginList active = activePlugins(plugins, config.enabledLanguages);
+    PathGlobMatcher exclude(config.exclude);
+    Enumerator enumerator = makeEnumerator(root, active);
+    std::vector<std::string> files;
+    if (!enumerator.walker) return files;
+    while (auto path = enumerator.walker->next()) {
+        if (isCancelled && isCancelled()) break;
+        if (auto file = shouldInclude(*path, root, exclude, enumerator.pluginByExt, *enumerator.walker))
+            files.push_back(std::move(file->relPath));
+    }
+    std::sort(files.begin(), files.end());
+    return files;
+}
+
 std::int64_t countSourceFiles(const std::string& root, const VantrelConfig& config, const PluginList& plugins,
                               const CancelCheck& isCancelled) {
     PluginList active = activePlugins(plugins, config.enabledLanguages);

@@ -7,6 +7,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "core/config/PathGlobMatcher.h"
 #include "core/config/VantrelConfig.h"
@@ -64,6 +65,11 @@ std::optional<EnumeratedFile> shouldInclude(const std::string& path, const std::
 
 // Files a scan with this configuration would process; returns early (with the count so
 // far) once `isCancelled` answers true. Never fails.
+// The project-relative paths of the files a scan with `config` would process, sorted;
+// those found before a cancellation when `isCancelled` answers true.
+std::vector<std::string> listSourceFiles(const std::string& root, const VantrelConfig& config,
+                                         const PluginList& plugins, const CancelCheck& isCancelled = {});
+
 std::int64_t countSourceFiles(const std::string& root, const VantrelConfig& config, const PluginList& plugins,
                               const CancelCheck& isCancelled = {});
 

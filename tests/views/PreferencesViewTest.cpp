@@ -26,9 +26,10 @@ namespace {
 
 QByteArray storedData(const char* key) { return Preferences::dataValue(key).value_or(QByteArray("<none>")); }
 
-bool hasLabel(const QWidget* parent, const QString& text) {
+// A label whose text is `text`, or holds it with `part`.
+bool hasLabel(const QWidget* parent, const QString& text, bool part = false) {
     for (const QLabel* label : parent->findChildren<QLabel*>())
-        if (label->text() == text) return true;
+        if (part ? label->text().contains(text) : label->text() == text) return true;
     return false;
 }
 
@@ -155,9 +156,31 @@ private slots:
         for (QPushButton* button : view_->scanningTab()->findChildren<QPushButton*>())
             if (button->text() == QStringLiteral("Clear Cache")) button->click();
         QVERIFY(!QDir(root + "/somehash").exists());
+        QVERIFY(view_->scanningTab()->cacheClearedLabel()->isVisibleTo(view_->scanningTab()));
+        QVERIFY(view_->scanningTab()->cacheClearedLabel()->text().startsWith(QStringLiteral("Cache cleared")));
 
         PreferencesView unavailable{ProjectCache(std::nullopt)};
         QVERIFY(hasLabel(unavailable.scanningTab(), QStringLiteral("Unavailable")));
+    }
+
+    // While a pattern is typed, the tab says how much of the open project it would take.
+    void aTypedPatternCountsTheProjectFilesItWouldExclude() {
+        ScanningPreferencesTab* tab = view_->scanningTab();
+        view_->show();
+        QLabel* preview = tab->previewLabel();
+        QTest::keyClicks(tab->patternField(), QStringLiteral("dist/**"));
+        QVERIFY(!preview->isVisibleTo(tab));  // no project open
+
+        tab->setPreviewFiles(QStringLiteral("shop"), {"dist/a.js", "dist/b/c.js", "src/dist.ts", "web/dist/d.ts"});
+        QVERIFY(preview->isVisibleTo(tab));
+        QCOMPARE(preview->text(), QStringLiteral("Would exclude 2 of the 4 files in shop"));
+        tab->patternField()->clear();
+        QVERIFY(!preview->isVisibleTo(tab));
+        QTest::keyClicks(tab->patternField(), QStringLiteral("**/dist/**"));
+        QCOMPARE(preview->text(), QStringLiteral("Would exclude 1 of the 4 files in shop"));
+        QTest::keyClicks(tab->patternField(), QStringLiteral("x"));
+        QCOMPARE(preview->text(), QStringLiteral("Matches none of the 4 files in shop"));
+        QVERIFY(hasLabel(tab, QStringLiteral("**/dist/** needs a folder in front"), true));
     }
 
 private:
