@@ -107,6 +107,8 @@ public:
     // The standardised folder of the last scan() (the window's title names it); empty
     // after reset().
     const QString& projectRoot() const { return projectRoot_; }
+    // The windowing services the store was given; views that start programs use them too.
+    PlatformServices& platform() const { return *environment_.platform; }
 
     // Fields bound to view controls.
     void setDiffModeEnabled(bool enabled);
