@@ -136,9 +136,8 @@ QWidget* ImpactPanel::buildHeader() {
     QWidget* header = made.widget;
     QHBoxLayout* row = made.row;
     target_ = made.name;
-    summary_ = makeLabel({}, TextStyle::callout, true, header);
+    summary_ = made.detail;
     summary_->setObjectName(QStringLiteral("impactSummary"));
-    row->addWidget(summary_);
     row->addStretch(1);
     copyMarkdown_ = makeHeaderButton(QStringLiteral("Copy as Markdown"), "copyMarkdownButton", header);
     copyText_ = makeHeaderButton(QStringLiteral("Copy as text"), "copyTextButton", header);
@@ -149,7 +148,7 @@ QWidget* ImpactPanel::buildHeader() {
     return header;
 }
 
-QString ImpactPanel::summaryText() const { return summary_->text(); }
+QString ImpactPanel::summaryText() const { return summary_->fullText(); }
 
 QString ImpactPanel::markdown() const { return QString::fromStdString(renderReachMarkdown(model_->reach())); }
 
@@ -172,7 +171,7 @@ void ImpactPanel::refresh() {
     tree_->expandAll();
     const ReachRow target = shown ? reachRow(*selected, *store_.ir()) : ReachRow{};
     target_->setFullText(QString::fromStdString(target.name));
-    summary_->setText(shown ? QString::fromStdString(reachSummary(model_->reach()))
+    summary_->setFullText(shown ? QString::fromStdString(reachSummary(model_->reach()))
                             : QStringLiteral("No symbol selected"));
     copyMarkdown_->setEnabled(shown);
     copyText_->setEnabled(shown);

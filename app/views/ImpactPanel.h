@@ -75,7 +75,7 @@ private:
     bool refreshPending_ = false;
 
     ElidedLabel* target_;
-    QLabel* summary_;
+    ElidedLabel* summary_;
     QPushButton* copyMarkdown_;
     QPushButton* copyText_;
     QTreeView* tree_;

@@ -74,21 +74,21 @@ QWidget* SourcePanel::buildHeader() {
     QWidget* header = made.widget;
     QHBoxLayout* row = made.row;
     name_ = made.name;
-    place_ = makeLabel({}, TextStyle::callout, true, header);
-    place_->setObjectName(QStringLiteral("sourcePlace"));
-    row->addWidget(place_);
     row->addStretch(1);
-    status_ = makeLabel({}, TextStyle::caption, true, header);
-    status_->setObjectName(QStringLiteral("sourceStatus"));
-    row->addWidget(status_);
+    detail_ = made.detail;
+    detail_->setObjectName(QStringLiteral("sourceDetail"));
     open_ = makeHeaderButton(QStringLiteral("Open in Editor"), "openInEditorButton", header);
     open_->setToolTip(QStringLiteral("Open in Editor (Ctrl+Shift+O)"));
     row->addWidget(open_);
     return header;
 }
 
-QString SourcePanel::statusText() const { return status_->text(); }
-QString SourcePanel::placeText() const { return place_->text(); }
+// "file:line · what the highlights are", under the name.
+void SourcePanel::showDetail(const QString& place, const QString& status) {
+    place_ = place;
+    status_ = status;
+    detail_->setFullText(status.isEmpty() ? place : place + QStringLiteral(" \u00b7 ") + status);
+}
 
 std::int64_t SourcePanel::preferredLine() const {
     if (!loading_ && !code_->highlightedLines().empty()) return code_->highlightedLines().front();
@@ -122,7 +122,7 @@ void SourcePanel::display(const std::string& id, const IdSet& focus) {
     shownId_ = id;
     focus_ = focus;
     open_->setEnabled(false);
-    status_->clear();
+    showDetail({}, {});
     const Symbol* symbol = nullptr;
     if (store_.ir() && !id.empty()) {
         auto found = store_.ir()->symbols.find(id);
@@ -131,14 +131,13 @@ void SourcePanel::display(const std::string& id, const IdSet& focus) {
     if (!symbol) {
         loading_ = false;
         name_->setFullText({});
-        place_->clear();
         showMessage(id.empty() ? QStringLiteral("Select a symbol to see its code")
                                : QStringLiteral("No code for %1").arg(QString::fromStdString(id)));
         emit loaded();
         return;
     }
     name_->setFullText(QString::fromStdString(symbol->shortName()));
-    place_->setText(QString::fromStdString(symbol->fileRelPath()) + u':' + QString::number(symbol->range.startLine));
+    showDetail(QString::fromStdString(symbol->fileRelPath()) + u':' + QString::number(symbol->range.startLine), {});
     std::vector<std::string> callees;
     for (const std::string& callee : symbol->refsOut) callees.push_back(namePart(callee));
     loading_ = true;
@@ -185,7 +184,7 @@ void SourcePanel::apply(std::uint64_t generation, SymbolSource source) {
     }
     if (source.truncated)
         notes.append(QStringLiteral("first %1 lines").arg(static_cast<qlonglong>(source.text.lines.size())));
-    status_->setText(notes.join(QStringLiteral(" \u00b7 ")));
+    showDetail(place_, notes.join(QStringLiteral(" \u00b7 ")));
     code_->setSource(std::move(source));
     code_->setHighlightedLines(std::move(highlighted));
     body_->setCurrentWidget(code_);

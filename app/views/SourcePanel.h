@@ -42,8 +42,9 @@ public:
     // else the one where it starts; 0 when nothing is shown.
     std::int64_t preferredLine() const;
     SourceCodeView* codeView() const { return code_; }
-    QString statusText() const;
-    QString placeText() const;
+    // The header's second line: where the symbol is, and what the highlights are.
+    const QString& statusText() const { return status_; }
+    const QString& placeText() const { return place_; }
 
 signals:
     // The newest request has been read and is on screen (or its error is).
@@ -57,6 +58,7 @@ private:
     void followSelection();
     void display(const std::string& id, const IdSet& focus);
     void showMessage(const QString& message);
+    void showDetail(const QString& place, const QString& status);
     void apply(std::uint64_t generation, SymbolSource source);
 
     ProjectStore& store_;
@@ -67,9 +69,11 @@ private:
     std::uint64_t generation_ = 0;
     bool loading_ = false;
 
+    QString place_;
+    QString status_;
+
     ElidedLabel* name_;
-    QLabel* place_;
-    QLabel* status_;
+    ElidedLabel* detail_;
     QPushButton* open_;
     QStackedWidget* body_;
     QLabel* message_;
