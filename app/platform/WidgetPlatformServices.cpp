@@ -2,10 +2,10 @@
 
 #include <QDesktopServices>
 #include <QFileDialog>
-#include <QProcess>
-#include <QUrl>
 #include <QMessageBox>
+#include <QProcess>
 #include <QPushButton>
+#include <QUrl>
 
 namespace vantrel {
 

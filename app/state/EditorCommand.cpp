@@ -45,15 +45,16 @@ EditorCommand terminalCommand(const QString& file, std::int64_t line, const Edit
         return command;
     }
     for (const Terminal& terminal : kTerminals) {
-        const QString found = environment.findExecutable ? environment.findExecutable(QLatin1String(terminal.program))
-                                                         : QString();
+        const QString found =
+            environment.findExecutable ? environment.findExecutable(QLatin1String(terminal.program)) : QString();
         if (found.isEmpty()) continue;
         command.argv = QStringList{found, QLatin1String(terminal.runOption)} + *editor +
                        substitutePlaceholders({QStringLiteral("+{line}"), QStringLiteral("{file}")}, file, line);
         return command;
     }
-    command.error = QStringLiteral("No terminal emulator was found (x-terminal-emulator, gnome-terminal, konsole, "
-                                   "xfce4-terminal, alacritty or xterm)");
+    command.error = QStringLiteral(
+        "No terminal emulator was found (x-terminal-emulator, gnome-terminal, konsole, "
+        "xfce4-terminal, alacritty or xterm)");
     return command;
 }
 
@@ -141,8 +142,8 @@ EditorEnvironment EditorEnvironment::current() {
             [](const QString& program) { return QStandardPaths::findExecutable(program); }};
 }
 
-EditorCommand editorCommand(EditorPreset preset, const QString& customTemplate, const QString& file,
-                            std::int64_t line, const EditorEnvironment& environment) {
+EditorCommand editorCommand(EditorPreset preset, const QString& customTemplate, const QString& file, std::int64_t line,
+                            const EditorEnvironment& environment) {
     EditorCommand command;
     switch (preset) {
         case EditorPreset::desktop: command.desktopDefault = true; return command;
@@ -177,10 +178,11 @@ bool EditorLauncher::open(const QString& absolutePath, std::int64_t line) {
         }
     }
     if (error.isEmpty()) return true;
-    platform_.runModalAlert({QStringLiteral("Could Not Open the Editor"),
-                             error + QStringLiteral(".\n\nChoose the editor in Edit \u203a Preferences \u203a General."),
-                             {QStringLiteral("OK")},
-                             0});
+    platform_.runModalAlert(
+        {QStringLiteral("Could Not Open the Editor"),
+         error + QStringLiteral(".\n\nChoose the editor in Edit \u203a Preferences \u203a General."),
+         {QStringLiteral("OK")},
+         0});
     return false;
 }
 

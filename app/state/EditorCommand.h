@@ -49,8 +49,8 @@ struct EditorCommand {
     QString error;                // why there is no command; empty otherwise
 };
 
-EditorCommand editorCommand(EditorPreset preset, const QString& customTemplate, const QString& file,
-                            std::int64_t line, const EditorEnvironment& environment);
+EditorCommand editorCommand(EditorPreset preset, const QString& customTemplate, const QString& file, std::int64_t line,
+                            const EditorEnvironment& environment);
 
 // Opens files with the editor the preferences name, through the platform's runner.
 class EditorLauncher {

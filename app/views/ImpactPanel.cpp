@@ -172,7 +172,7 @@ void ImpactPanel::refresh() {
     const ReachRow target = shown ? reachRow(*selected, *store_.ir()) : ReachRow{};
     target_->setFullText(QString::fromStdString(target.name));
     summary_->setFullText(shown ? QString::fromStdString(reachSummary(model_->reach()))
-                            : QStringLiteral("No symbol selected"));
+                                : QStringLiteral("No symbol selected"));
     copyMarkdown_->setEnabled(shown);
     copyText_->setEnabled(shown);
     applyReveal();

@@ -125,8 +125,9 @@ QWidget* MainWindow::buildCodeArea(QWidget* parent) {
     const auto popup = [this](const QString& id, const QPoint& at) { symbolActions_->popupMenu(id, at); };
     connect(impactPanel_, &ImpactPanel::symbolMenuRequested, symbolActions_, popup);
     connect(sidebar_, &SidebarView::symbolMenuRequested, symbolActions_, popup);
-    connect(sourcePanel_, &SourcePanel::symbolMenuRequested, symbolActions_,
-            [this](const QString& id, std::int64_t line, const QPoint& at) { symbolActions_->popupMenu(id, at, line); });
+    connect(
+        sourcePanel_, &SourcePanel::symbolMenuRequested, symbolActions_,
+        [this](const QString& id, std::int64_t line, const QPoint& at) { symbolActions_->popupMenu(id, at, line); });
     return area;
 }
 

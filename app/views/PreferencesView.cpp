@@ -109,8 +109,9 @@ QWidget* PreferencesView::buildGeneralTab() {
     editorCommand_->setObjectName(QStringLiteral("editorCommand"));
     editorCommand_->setMinimumWidth(300);
     editorCommand_->setPlaceholderText(QStringLiteral("editor --line {line} {file}"));
-    editorCommand_->setToolTip(QStringLiteral("Words are split as a shell splits them; {file} and {line} are replaced "
-                                              "in each. No shell runs the command."));
+    editorCommand_->setToolTip(
+        QStringLiteral("Words are split as a shell splits them; {file} and {line} are replaced "
+                       "in each. No shell runs the command."));
     form->addRow(QStringLiteral("Command"), editorCommand_);
     connect(editor_, &QComboBox::activated, this, [this](int index) {
         store(prefkeys::kEditorPreset, QString::fromUtf8(kEditors.at(static_cast<std::size_t>(index)).value));

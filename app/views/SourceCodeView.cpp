@@ -125,7 +125,8 @@ void SourceCodeView::setHighlightedLines(std::vector<std::int64_t> lines) {
     highlighted_ = std::move(lines);
     refreshHighlights();
     if (!highlighted_.empty()) {
-        QTextCursor cursor(document()->findBlockByNumber(static_cast<int>(highlighted_.front() - source_.text.firstLine)));
+        QTextCursor cursor(
+            document()->findBlockByNumber(static_cast<int>(highlighted_.front() - source_.text.firstLine)));
         setTextCursor(cursor);
         centerCursor();
     } else {
@@ -238,8 +239,7 @@ void SourceCodeView::mouseDoubleClickEvent(QMouseEvent* event) {
 
 void SourceCodeView::contextMenuEvent(QContextMenuEvent* event) {
     if (source_.text.lines.empty()) return event->ignore();
-    const std::int64_t line =
-        event->reason() == QContextMenuEvent::Mouse ? lineAt(event->pos()) : cursorLine();
+    const std::int64_t line = event->reason() == QContextMenuEvent::Mouse ? lineAt(event->pos()) : cursorLine();
     emit lineMenuRequested(line, event->globalPos());
     event->accept();
 }

@@ -28,7 +28,8 @@ std::string namePart(const std::string& id) {
 QString lineList(const std::vector<std::int64_t>& lines) {
     QStringList numbers;
     for (std::int64_t line : lines) numbers.append(QString::number(line));
-    return (lines.size() == 1 ? QStringLiteral("line ") : QStringLiteral("lines ")) + numbers.join(QStringLiteral(", "));
+    return (lines.size() == 1 ? QStringLiteral("line ") : QStringLiteral("lines ")) +
+           numbers.join(QStringLiteral(", "));
 }
 
 }  // namespace
@@ -178,9 +179,10 @@ void SourcePanel::apply(std::uint64_t generation, SymbolSource source) {
         for (const std::string& name : focusNames) names.append(QString::fromStdString(name));
         names.removeDuplicates();
         names.sort();
-        notes.append(highlighted.empty()
-                         ? QStringLiteral("No call to %1 found in the text").arg(names.join(QStringLiteral(", ")))
-                         : QStringLiteral("Calls %1 on %2").arg(names.join(QStringLiteral(", ")), lineList(highlighted)));
+        notes.append(
+            highlighted.empty()
+                ? QStringLiteral("No call to %1 found in the text").arg(names.join(QStringLiteral(", ")))
+                : QStringLiteral("Calls %1 on %2").arg(names.join(QStringLiteral(", ")), lineList(highlighted)));
     }
     if (source.truncated)
         notes.append(QStringLiteral("first %1 lines").arg(static_cast<qlonglong>(source.text.lines.size())));

@@ -96,8 +96,9 @@ std::int64_t SymbolActions::lineFor(const std::string& symbolId, std::int64_t li
 
 bool SymbolActions::openInEditor(const std::string& symbolId, std::int64_t line) {
     if (!store_.ir() || !store_.ir()->symbols.contains(symbolId)) return false;
-    const QString file = QDir(store_.projectRoot())
-                             .filePath(QString::fromStdString(store_.ir()->symbols.find(symbolId)->second.fileRelPath()));
+    const QString file =
+        QDir(store_.projectRoot())
+            .filePath(QString::fromStdString(store_.ir()->symbols.find(symbolId)->second.fileRelPath()));
     return editor_.open(QDir::cleanPath(file), lineFor(symbolId, line));
 }
 
@@ -123,11 +124,12 @@ void SymbolActions::excludeFile(const std::string& symbolId) {
          {QStringLiteral("Exclude"), QStringLiteral("Cancel")},
          1});
     if (answer != 0) return;
-    const ConfigEdit edit =
-        addProjectExclusion(root.toStdString(), file, PreferencesManager::mergedConfig(root));
+    const ConfigEdit edit = addProjectExclusion(root.toStdString(), file, PreferencesManager::mergedConfig(root));
     if (!edit.error.empty()) {
         store_.platform().runModalAlert({QStringLiteral("Could Not Exclude %1").arg(name),
-                                         QString::fromStdString(edit.error), {QStringLiteral("OK")}, 0});
+                                         QString::fromStdString(edit.error),
+                                         {QStringLiteral("OK")},
+                                         0});
         return;
     }
     store_.scan(root);

@@ -94,8 +94,7 @@ VantrelConfig mergeConfig(const VantrelConfig& global, const std::optional<Vantr
     return merged;
 }
 
-ConfigEdit addProjectExclusion(std::string_view projectRoot, std::string_view pattern,
-                               const VantrelConfig& effective) {
+ConfigEdit addProjectExclusion(std::string_view projectRoot, std::string_view pattern, const VantrelConfig& effective) {
     ConfigEdit edit;
     json root;
     for (const char* candidate : {"vantrel.json", ".vantrel/config.json"}) {

@@ -11,28 +11,27 @@ namespace {
 
 // Sorted, for binary search.
 constexpr std::array<std::string_view, 57> kJavaScriptKeywords{
-    "abstract", "as",        "async",     "await",      "break",     "case",     "catch",  "class",
-    "const",    "continue",  "debugger",  "declare",    "default",   "delete",   "do",     "else",
-    "enum",     "export",    "extends",   "false",      "finally",   "for",      "from",   "function",
-    "if",       "implements", "import",   "in",         "instanceof", "interface", "keyof", "let",
-    "namespace", "new",      "null",      "of",         "private",   "protected", "public", "readonly",
-    "return",   "static",    "super",     "switch",     "this",      "throw",    "true",   "try",
-    "type",     "typeof",    "undefined", "var",        "void",      "while",    "with",   "yield",
-    "satisfies"};
+    "abstract", "as",         "async",     "await",    "break",  "case",      "catch", "class",      "const",
+    "continue", "debugger",   "declare",   "default",  "delete", "do",        "else",  "enum",       "export",
+    "extends",  "false",      "finally",   "for",      "from",   "function",  "if",    "implements", "import",
+    "in",       "instanceof", "interface", "keyof",    "let",    "namespace", "new",   "null",       "of",
+    "private",  "protected",  "public",    "readonly", "return", "static",    "super", "switch",     "this",
+    "throw",    "true",       "try",       "type",     "typeof", "undefined", "var",   "void",       "while",
+    "with",     "yield",      "satisfies"};
 constexpr std::array<std::string_view, 36> kPythonKeywords{
-    "False", "None",   "True",  "and",      "as",     "assert", "async",  "await",    "break",
-    "case",  "class",  "continue", "def",   "del",    "elif",   "else",   "except",   "finally",
-    "for",   "from",   "global", "if",      "import", "in",     "is",     "lambda",   "match",
-    "nonlocal", "not", "or",     "pass",    "raise",  "return", "try",    "while",    "with"};
+    "False",    "None",  "True",     "and",  "as",     "assert", "async", "await",  "break",
+    "case",     "class", "continue", "def",  "del",    "elif",   "else",  "except", "finally",
+    "for",      "from",  "global",   "if",   "import", "in",     "is",    "lambda", "match",
+    "nonlocal", "not",   "or",       "pass", "raise",  "return", "try",   "while",  "with"};
 
 // What sets one language's tokens apart from another's.
 struct LanguageRules {
     std::vector<std::string_view> keywords;  // sorted
     std::string_view lineComment;
-    bool blockComments = false;      // /* ... */
-    bool templateLiterals = false;   // `text ${code} text`
-    bool tripleQuotes = false;       // """ and '''
-    std::string_view stringPrefixes; // letters that may stand before a quote (r"", f'')
+    bool blockComments = false;       // /* ... */
+    bool templateLiterals = false;    // `text ${code} text`
+    bool tripleQuotes = false;        // """ and '''
+    std::string_view stringPrefixes;  // letters that may stand before a quote (r"", f'')
     bool dollarInNames = false;
 };
 
@@ -115,7 +114,8 @@ private:
 
     std::size_t tripleString(std::size_t start) {
         const std::string closing(3, quote_);
-        return stringText(start, [&](std::size_t i) -> std::size_t { return text_.compare(i, 3, closing) == 0 ? 3 : 0; });
+        return stringText(start,
+                          [&](std::size_t i) -> std::size_t { return text_.compare(i, 3, closing) == 0 ? 3 : 0; });
     }
 
     // Text of a template literal up to its end or to the next substitution, whose "${"

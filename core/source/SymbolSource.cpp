@@ -106,8 +106,8 @@ SymbolSource loadSymbolSource(std::string_view projectRoot, std::string_view fil
     const std::int64_t first = std::max<std::int64_t>(range.startLine, 1);
     const std::int64_t last = std::min<std::int64_t>(std::max(range.endLine, first), std::ssize(all));
     if (first > last) {
-        source.error = source.fileRelPath + " has changed since the scan: line " + std::to_string(first) +
-                       " is past its end";
+        source.error =
+            source.fileRelPath + " has changed since the scan: line " + std::to_string(first) + " is past its end";
         return source;
     }
     const std::int64_t shownLast = std::min(last, first + limits.maxLines - 1);

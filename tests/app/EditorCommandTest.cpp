@@ -85,7 +85,8 @@ private slots:
         platform.startFails = QStringLiteral("No such file or directory");
         QVERIFY(!launcher.open(QStringLiteral("/p/a.ts"), 1));
         QCOMPARE(platform.alerts.size(), std::size_t{1});
-        QVERIFY(platform.alerts[0].text.contains(QStringLiteral("\u201csubl\u201d could not be started: No such file")));
+        QVERIFY(
+            platform.alerts[0].text.contains(QStringLiteral("\u201csubl\u201d could not be started: No such file")));
         QVERIFY(platform.alerts[0].text.contains(QStringLiteral("Preferences")));
         Preferences::setValue(prefkeys::kEditorCommandTemplate, QStringLiteral("subl \"{file}"));
         QVERIFY(!launcher.open(QStringLiteral("/p/a.ts"), 1));

@@ -30,10 +30,10 @@ using Lines = std::vector<std::int64_t>;
 using Tokens = std::vector<std::string>;
 
 const std::vector<std::string> kHandler = {
-    "export async function handle(order: Order) {",        // 10
-    "  // validate(order) is done by the caller",            // 11
+    "export async function handle(order: Order) {",           // 10
+    "  // validate(order) is done by the caller",             // 11
     "  const note = \"validate(order)\" + 'it\\'s';",         // 12
-    "  const t = `checking ${order.id}: validate(x)",        // 13
+    "  const t = `checking ${order.id}: validate(x)",         // 13
     "    still ${`inner ${validate(order)}`} text`;",         // 14
     "  if (!validate(",                                       // 15
     "      order)) return 0x1F;",                             // 16
@@ -50,17 +50,17 @@ TEST(SourceTokens, JavaScriptKeepsStringsTemplatesAndCommentsApart) {
     EXPECT_EQ(described(text, 0), (Tokens{"kw:export", "kw:async", "kw:function", "id:handle", "p:(", "id:order",
                                           "p::", "id:Order", "p:)", "p:{"}));
     EXPECT_EQ(described(text, 1), (Tokens{"com:// validate(order) is done by the caller"}));
-    EXPECT_EQ(described(text, 2), (Tokens{"kw:const", "id:note", "p:=", "str:\"validate(order)\"", "p:+",
-                                          "str:'it\\'s'", "p:;"}));
+    EXPECT_EQ(described(text, 2),
+              (Tokens{"kw:const", "id:note", "p:=", "str:\"validate(order)\"", "p:+", "str:'it\\'s'", "p:;"}));
     // The template runs over two lines; its substitutions are code, a nested template in
     // one of them is a string again.
     EXPECT_EQ(described(text, 3), (Tokens{"kw:const", "id:t", "p:=", "str:`checking ${", "id:order", "p:.", "id:id",
                                           "str:}: validate(x)"}));
-    EXPECT_EQ(described(text, 4), (Tokens{"str:    still ${", "str:`inner ${", "id:validate", "p:(", "id:order",
-                                          "p:)", "str:}`", "str:} text`", "p:;"}));
+    EXPECT_EQ(described(text, 4), (Tokens{"str:    still ${", "str:`inner ${", "id:validate", "p:(", "id:order", "p:)",
+                                          "str:}`", "str:} text`", "p:;"}));
     EXPECT_EQ(described(text, 6), (Tokens{"id:order", "p:)", "p:)", "kw:return", "num:0x1F", "p:;"}));
-    EXPECT_EQ(described(text, 7), (Tokens{"kw:const", "id:v", "p:=", "kw:new", "id:Validator", "p:(", "id:order",
-                                          "p:,", "num:1.5e-3", "p:)", "p:;"}));
+    EXPECT_EQ(described(text, 7), (Tokens{"kw:const", "id:v", "p:=", "kw:new", "id:Validator", "p:(", "id:order", "p:,",
+                                          "num:1.5e-3", "p:)", "p:;"}));
     EXPECT_EQ(described(text, 8).back(), "com:/* validate(a)");
     EXPECT_EQ(described(text, 9).front(), "com:     still a comment */");
     EXPECT_EQ(described(text, 9)[1], "kw:const");
@@ -75,14 +75,12 @@ TEST(SourceTokens, PythonTripleQuotesPrefixesAndComments) {
                                                                "    return None if amount < 1_000 else send(",
                                                                "        self.endpoint)",
                                                            });
-    EXPECT_EQ(described(text, 0),
-              (Tokens{"kw:def", "id:charge", "p:(", "id:self", "p:,", "id:amount", "p:)", "p::"}));
+    EXPECT_EQ(described(text, 0), (Tokens{"kw:def", "id:charge", "p:(", "id:self", "p:,", "id:amount", "p:)", "p::"}));
     EXPECT_EQ(described(text, 1), (Tokens{"str:'''Calls send(amount) later."}));
     EXPECT_EQ(described(text, 2), (Tokens{"str:    send(x) here is prose.'''"}));
-    EXPECT_EQ(described(text, 3),
-              (Tokens{"id:note", "p:=", "str:rb\"send(\"", "str:f'{amount}'", "com:# send(it)"}));
-    EXPECT_EQ(described(text, 4), (Tokens{"kw:return", "kw:None", "kw:if", "id:amount", "p:<", "num:1_000", "kw:else",
-                                          "id:send", "p:("}));
+    EXPECT_EQ(described(text, 3), (Tokens{"id:note", "p:=", "str:rb\"send(\"", "str:f'{amount}'", "com:# send(it)"}));
+    EXPECT_EQ(described(text, 4),
+              (Tokens{"kw:return", "kw:None", "kw:if", "id:amount", "p:<", "num:1_000", "kw:else", "id:send", "p:("}));
     EXPECT_EQ(findCallLines(text, "send"), Lines{5});
     EXPECT_EQ(findCallLines(text, "charge"), Lines{});  // its own "def"
 }
@@ -115,10 +113,10 @@ TEST(SymbolSourceRead, ReadsTheRangeOfOneFileWithItsCalls) {
         loadSymbolSource(dir.path(), "src/a b/router.ts", range, {"registerRoutes", "logInfo", "missing"});
     ASSERT_EQ(source.error, "");
     EXPECT_EQ(source.text.firstLine, 3);
-    EXPECT_EQ(source.text.lines, (std::vector<std::string>{"export const createRouter = () => {",
-                                                           "  const routes = registerRoutes();",
-                                                           "  logInfo(`${routes.length} routes`); registerRoutes();",
-                                                           "  return routes;", "};"}));
+    EXPECT_EQ(source.text.lines,
+              (std::vector<std::string>{"export const createRouter = () => {", "  const routes = registerRoutes();",
+                                        "  logInfo(`${routes.length} routes`); registerRoutes();", "  return routes;",
+                                        "};"}));
     EXPECT_FALSE(source.truncated);
     using Calls = std::map<std::int64_t, std::vector<std::string>>;
     EXPECT_EQ(source.callsByLine, (Calls{{4, {"registerRoutes"}}, {5, {"logInfo", "registerRoutes"}}}));

@@ -86,8 +86,8 @@ TEST(VantrelConfig, AddsAFileToTheProjectExclusions) {
     const auto edited = vantrel::addProjectExclusion(second.path(), "lib/x.py", effective);
     EXPECT_EQ(edited.path, second / ".vantrel/config.json");
     EXPECT_EQ(VantrelConfig::loadIfPresent(second.path()),
-              (VantrelConfig{{"**/node_modules/**", "**/dist/**", "lib/x.py"}, 7, std::nullopt,
-                             vantrel::LinkingMode::precise}));
+              (VantrelConfig{
+                  {"**/node_modules/**", "**/dist/**", "lib/x.py"}, 7, std::nullopt, vantrel::LinkingMode::precise}));
     EXPECT_NE(vantrel::readWholeFile(second / ".vantrel/config.json")->find("\"note\": \"kept\""), std::string::npos);
 
     // Its own list is extended as it is.

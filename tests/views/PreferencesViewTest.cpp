@@ -68,7 +68,8 @@ private slots:
         QVERIFY(command->isEnabled());
         command->clear();
         QTest::keyClicks(command, "kate -l {line} {file}");
-        QCOMPARE(Preferences::value(prefkeys::kEditorCommandTemplate).toString(), QStringLiteral("kate -l {line} {file}"));
+        QCOMPARE(Preferences::value(prefkeys::kEditorCommandTemplate).toString(),
+                 QStringLiteral("kate -l {line} {file}"));
         QCOMPARE(changed.first().first().toString(), QStringLiteral("editorPreset"));
 
         view_->reload();

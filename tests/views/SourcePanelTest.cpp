@@ -61,8 +61,8 @@ private slots:
         SourceCodeView* code = panel->codeView();
         select(kLogInfo);
         QVERIFY(loaded(kLogInfo));
-        QCOMPARE(shownLines(*code), (QStringList{"export function logInfo(message: string) {",
-                                                 "  write('info', message);", "}"}));
+        QCOMPARE(shownLines(*code),
+                 (QStringList{"export function logInfo(message: string) {", "  write('info', message);", "}"}));
         QCOMPARE(panel->placeText(), QStringLiteral("src/util/log.ts:1"));
         QCOMPARE(markedLines(*code), (std::vector<std::int64_t>{2}));
         QCOMPARE(code->callsText(2), QStringLiteral("Calls write"));
@@ -137,7 +137,8 @@ private slots:
         QTest::mouseRelease(rows, Qt::LeftButton, {}, main);
         settle();
         QCOMPARE(started.size(), std::size_t{4});
-        QCOMPARE(started.back(), (QStringList{"myedit", "--goto", QString::fromStdString(w_->root) + "/src/main.ts:4"}));
+        QCOMPARE(started.back(),
+                 (QStringList{"myedit", "--goto", QString::fromStdString(w_->root) + "/src/main.ts:4"}));
 
         // A program that cannot start leaves an alert that says so.
         w_->f.platform.startFails = QStringLiteral("No such file or directory");

@@ -122,7 +122,8 @@ private slots:
         QVERIFY(waitForScanState(w_->f.store, ScanState::Kind::ready));
         settle();
         QVERIFY(w_->f.store.ir()->symbols.contains(kLogInfo));
-        for (const auto& [id, symbol] : w_->f.store.ir()->symbols) QVERIFY2(symbol.fileRelPath() != "src/server.ts", id.c_str());
+        for (const auto& [id, symbol] : w_->f.store.ir()->symbols)
+            QVERIFY2(symbol.fileRelPath() != "src/server.ts", id.c_str());
     }
 
     void canvasNodesAndSourceLinesOfferTheSameMenu() {
