@@ -12,6 +12,7 @@
 #include <functional>
 
 #include "app/AppShell.h"
+#include "app/views/SourcePanel.h"
 
 namespace vantrel {
 
@@ -82,6 +83,9 @@ int runScreenshot(AppShell& shell, const ScreenshotRequest& request, const std::
     // The scan's own first selection and ours both land on later turns of the loop.
     waitUntil([&] { return !store.ir() || store.ir()->symbols.empty() || store.selectedSymbolId(); }, 5000);
     if (request.select) waitUntil([&] { return store.selectedSymbolId() == request.select; }, 5000);
+    // The source panel reads the selection's file on a thread of its own.
+    const SourcePanel& source = *shell.window().sourcePanel();
+    waitUntil([&] { return !source.isLoading() && source.shownId() == store.selectedSymbolId().value_or(""); }, 5000);
     runEventLoop(kAnimationSettleMs);
 
     const QPixmap picture = shell.window().grab();

@@ -1,8 +1,11 @@
 #include "app/platform/WidgetPlatformServices.h"
 
+#include <QDesktopServices>
 #include <QFileDialog>
 #include <QMessageBox>
+#include <QProcess>
 #include <QPushButton>
+#include <QUrl>
 
 namespace vantrel {
 
@@ -59,6 +62,20 @@ int WidgetPlatformServices::runModalAlert(const AlertRequest& request) {
 
 void WidgetPlatformServices::showSettingsWindow() {
     if (showSettings_) showSettings_();
+}
+
+bool WidgetPlatformServices::startDetached(const QString& program, const QStringList& arguments, QString* error) {
+    QProcess process;
+    process.setProgram(program);
+    process.setArguments(arguments);
+    process.setStandardInputFile(QProcess::nullDevice());
+    if (process.startDetached()) return true;
+    if (error) *error = process.errorString();
+    return false;
+}
+
+bool WidgetPlatformServices::openWithDesktop(const QString& path) {
+    return QDesktopServices::openUrl(QUrl::fromLocalFile(path));
 }
 
 }  // namespace vantrel

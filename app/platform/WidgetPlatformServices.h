@@ -1,5 +1,6 @@
 // The store's platform services as Qt Widgets dialogs: QFileDialog panels opened
-// window-modal without blocking, and a QMessageBox alert.
+// window-modal without blocking, and a QMessageBox alert; programs started by QProcess,
+// files opened by QDesktopServices.
 #pragma once
 
 #include <QPointer>
@@ -22,6 +23,8 @@ public:
     void showSavePanel(const SavePanelRequest& request, PathChosen chosen) override;
     int runModalAlert(const AlertRequest& request) override;
     void showSettingsWindow() override;
+    bool startDetached(const QString& program, const QStringList& arguments, QString* error) override;
+    bool openWithDesktop(const QString& path) override;
 
 private:
     QPointer<QWidget> parent_;

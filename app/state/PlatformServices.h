@@ -1,6 +1,7 @@
-// What the store needs from the windowing layer: open and save panels, a modal alert
-// and the settings window. The application supplies dialogs; tests supply scripted
-// answers, so no test needs a display.
+// What the store needs from the windowing layer: open and save panels, a modal alert,
+// the settings window, and starting other programs (an editor, the desktop's default
+// application). The application supplies dialogs and processes; tests supply scripted
+// answers and record what would have run, so no test needs a display or starts a program.
 #pragma once
 
 #include <QString>
@@ -49,6 +50,20 @@ public:
 
     // Brings up the settings window on the tab stored under `preferencesSelectedTab`.
     virtual void showSettingsWindow() = 0;
+
+    // Starts `program` with `arguments` as a process of its own that outlives this one,
+    // with no shell in between. False, with `error` set, when it cannot start. Services
+    // without a user (benchmarks, the screenshot mode) start nothing.
+    virtual bool startDetached(const QString& program, const QStringList& arguments, QString* error) {
+        (void)program, (void)arguments;
+        if (error) *error = QStringLiteral("programs are not started here");
+        return false;
+    }
+    // Opens the file with the desktop's default application for its type.
+    virtual bool openWithDesktop(const QString& path) {
+        (void)path;
+        return false;
+    }
 };
 
 }  // namespace vantrel

@@ -27,6 +27,8 @@ const QVariantMap& defaultsTable() {
         {prefkeys::kEnabledLanguageIdsJSON, encodeJSON(defaultEnabledLanguageIds())},
         {prefkeys::kLinkingMode, QStringLiteral("names")},
         {prefkeys::kPreferencesSelectedTab, QStringLiteral("general")},
+        {prefkeys::kEditorPreset, QStringLiteral("system")},
+        {prefkeys::kEditorCommandTemplate, QStringLiteral("code -g {file}:{line}")},
     };
     return table;
 }

@@ -30,6 +30,8 @@ inline constexpr char kLinkingMode[] = "linkingMode";                           
 inline constexpr char kPreferencesSelectedTab[] = "preferencesSelectedTab";        // "general" "scanning" "appearance"
 inline constexpr char kRecentProjects[] = "recentProjects";                        // list of text, not registered
 inline constexpr char kLastPanelFolder[] = "lastPanelFolder";                      // text, not registered
+inline constexpr char kEditorPreset[] = "editorPreset";                            // "vscode" "terminal" "system" "custom"
+inline constexpr char kEditorCommandTemplate[] = "editorCommandTemplate";          // text with {file} and {line}
 }  // namespace prefkeys
 
 // Compact JSON text of a list of strings, as the two data keys hold it.

@@ -95,7 +95,8 @@ void ProjectStore::scan(const QString& rootPath) {
 }
 
 void ProjectStore::rescan() {
-    if (!projectRoot_.isEmpty() && scanState_.kind != ScanState::Kind::idle) scan(projectRoot_);
+    if (!projectRoot_.isEmpty() && scanState_.kind != ScanState::Kind::idle)
+        scan(QString(projectRoot_));  // a copy: scan() resets the root first
 }
 
 void ProjectStore::listSourceFiles(std::function<void(std::vector<std::string>)> done) {

@@ -109,6 +109,8 @@ public:
     // The standardised folder of the last scan() (the window's title names it); empty
     // after reset().
     const QString& projectRoot() const { return projectRoot_; }
+    // The windowing services the store was given; views that start programs use them too.
+    PlatformServices& platform() const { return *environment_.platform; }
 
     // Fields bound to view controls.
     void setDiffModeEnabled(bool enabled);
@@ -145,8 +147,9 @@ public:
     void listSourceFiles(std::function<void(std::vector<std::string>)> done);
     // Scans the open project again; nothing without one.
     void rescan();
-    // Adds the file (absolute, inside the open project) to the project's exclusions and
-    // scans again; a project file that cannot be changed goes to lastExportError.
+    // Adds the file (absolute, or relative to the open project) to the project's
+    // exclusions and scans again; a project file that cannot be changed goes to
+    // lastExportError, titled "Could not exclude the file".
     void excludeFileAndRescan(const QString& file);
     // Loads a ProjectIR JSON file as the baseline; a failure goes to lastExportError and
     // keeps the earlier baseline.

@@ -7,7 +7,7 @@
 
 #include "app/state/Preferences.h"
 #include "app/state/ProjectStore.h"
-#include "core/config/ProjectExclusions.h"
+#include "core/config/VantrelConfig.h"
 #include "core/model/IRJson.h"
 #include "core/util/FileIO.h"
 #include "imageexport/GraphExport.h"
@@ -38,15 +38,16 @@ void ProjectStore::chooseProjectFolder() {
 
 void ProjectStore::excludeFileAndRescan(const QString& file) {
     if (projectRoot_.isEmpty()) return;
-    const QString relative = QDir(projectRoot_).relativeFilePath(file);
+    const QDir root(projectRoot_);
+    const QString relative = root.relativeFilePath(root.absoluteFilePath(file));
     if (relative.startsWith(QStringLiteral(".."))) return;  // not a file of this project
-    const ExclusionResult result =
-        addProjectExclusion(projectRoot_.toStdString(), exclusionPatternForFile(relative.toStdString()), config_);
-    if (!result.ok) {
-        reportFileError(QStringLiteral("Could not exclude the file"), QString::fromStdString(result.error));
+    const ConfigEdit edit =
+        addProjectExclusion(projectRoot_.toStdString(), QDir::fromNativeSeparators(relative).toStdString(), config_);
+    if (!edit.error.empty()) {
+        reportFileError(QStringLiteral("Could not exclude the file"), QString::fromStdString(edit.error));
         return;
     }
-    scan(projectRoot_);
+    scan(QString(projectRoot_));  // a copy: scan() resets the root first
 }
 
 void ProjectStore::chooseBaselineSnapshot() {

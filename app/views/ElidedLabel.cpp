@@ -30,7 +30,8 @@ void ElidedLabel::changeEvent(QEvent* event) {
 
 void ElidedLabel::elide() {
     QString shown = fontMetrics().elidedText(fullText_, mode_, width());
-    setText(shown);
+    // A lone ellipsis tells nothing; the tooltip still has the text.
+    setText(shown == QStringLiteral("\u2026") ? QString() : shown);
     setToolTip(shown == fullText_ ? QString() : fullText_);
 }
 

@@ -1,5 +1,6 @@
 // A one-line label that truncates its text to the width it gets, in the middle or at
-// the end, and shows the whole text as its tooltip when truncated.
+// the end, and shows the whole text as its tooltip when truncated. Too narrow for a
+// single character and the ellipsis, it shows nothing.
 #pragma once
 
 #include <QLabel>

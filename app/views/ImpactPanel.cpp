@@ -7,6 +7,7 @@
 #include <QHeaderView>
 #include <QKeyEvent>
 #include <QLabel>
+#include <QMenu>
 #include <QMouseEvent>
 #include <QPainter>
 #include <QPushButton>
@@ -22,6 +23,7 @@
 #include "app/views/ElidedLabel.h"
 #include "app/views/ImpactReachModel.h"
 #include "app/views/NameFirstLine.h"
+#include "app/views/PanelHeader.h"
 #include "app/views/TextStyles.h"
 #include "core/changes/ReachReport.h"
 
@@ -29,7 +31,6 @@ namespace vantrel {
 
 namespace {
 
-constexpr int kPadding = 12;
 constexpr int kRowInset = 6;
 constexpr int kDot = 8;
 
@@ -91,13 +92,6 @@ public:
     }
 };
 
-QPushButton* copyButton(const QString& text, const char* name, QWidget* parent) {
-    auto* button = new QPushButton(text, parent);
-    button->setObjectName(QString::fromLatin1(name));
-    applyTextStyle(button, TextStyle::caption);
-    return button;
-}
-
 }  // namespace
 
 ImpactPanel::ImpactPanel(ProjectStore& store, QWidget* parent) : QWidget(parent), store_(store) {
@@ -127,7 +121,8 @@ ImpactPanel::ImpactPanel(ProjectStore& store, QWidget* parent) : QWidget(parent)
         connect(action, &QAction::triggered, button, &QPushButton::click);
         tree_->addAction(action);
     }
-    tree_->setContextMenuPolicy(Qt::ActionsContextMenu);
+    tree_->setContextMenuPolicy(Qt::CustomContextMenu);
+    connect(tree_, &QTreeView::customContextMenuRequested, this, &ImpactPanel::showContextMenu);
     layout->addWidget(tree_, 1);
 
     for (auto changed : {&ProjectStore::irChanged, &ProjectStore::selectedSymbolIdChanged,
@@ -137,22 +132,15 @@ ImpactPanel::ImpactPanel(ProjectStore& store, QWidget* parent) : QWidget(parent)
 }
 
 QWidget* ImpactPanel::buildHeader() {
-    auto* header = new QWidget(this);
-    auto* row = new QHBoxLayout(header);
-    row->setContentsMargins(kPadding, 8, kPadding, 8);
-    row->setSpacing(10);
-    row->addWidget(makeLabel(QStringLiteral("Impact"), TextStyle::headline, false, header));
-    target_ = new ElidedLabel(Qt::ElideMiddle, header);
-    target_->setObjectName(QStringLiteral("impactTarget"));
-    applyTextStyle(target_, TextStyle::body, true);
-    target_->setSizePolicy(QSizePolicy::Preferred, QSizePolicy::Preferred);  // gives way only to the buttons
-    row->addWidget(target_, 0);
-    summary_ = makeLabel({}, TextStyle::callout, true, header);
+    const PanelHeader made = makePanelHeader(QStringLiteral("Impact"), "impactTarget", this);
+    QWidget* header = made.widget;
+    QHBoxLayout* row = made.row;
+    target_ = made.name;
+    summary_ = made.detail;
     summary_->setObjectName(QStringLiteral("impactSummary"));
-    row->addWidget(summary_);
     row->addStretch(1);
-    copyMarkdown_ = copyButton(QStringLiteral("Copy as Markdown"), "copyMarkdownButton", header);
-    copyText_ = copyButton(QStringLiteral("Copy as text"), "copyTextButton", header);
+    copyMarkdown_ = makeHeaderButton(QStringLiteral("Copy as Markdown"), "copyMarkdownButton", header);
+    copyText_ = makeHeaderButton(QStringLiteral("Copy as text"), "copyTextButton", header);
     row->addWidget(copyMarkdown_);
     row->addWidget(copyText_);
     connect(copyMarkdown_, &QPushButton::clicked, this, [this] { QApplication::clipboard()->setText(markdown()); });
@@ -160,7 +148,7 @@ QWidget* ImpactPanel::buildHeader() {
     return header;
 }
 
-QString ImpactPanel::summaryText() const { return summary_->text(); }
+QString ImpactPanel::summaryText() const { return summary_->fullText(); }
 
 QString ImpactPanel::markdown() const { return QString::fromStdString(renderReachMarkdown(model_->reach())); }
 
@@ -183,10 +171,52 @@ void ImpactPanel::refresh() {
     tree_->expandAll();
     const ReachRow target = shown ? reachRow(*selected, *store_.ir()) : ReachRow{};
     target_->setFullText(QString::fromStdString(target.name));
-    summary_->setText(shown ? QString::fromStdString(reachSummary(model_->reach()))
-                            : QStringLiteral("No symbol selected"));
+    summary_->setFullText(shown ? QString::fromStdString(reachSummary(model_->reach()))
+                                : QStringLiteral("No symbol selected"));
     copyMarkdown_->setEnabled(shown);
     copyText_->setEnabled(shown);
+    applyReveal();
+}
+
+void ImpactPanel::reveal(const std::string& symbolId, Group group) {
+    revealId_ = symbolId;
+    revealGroup_ = group;
+    if (!refreshPending_) applyReveal();
+}
+
+void ImpactPanel::applyReveal() {
+    if (revealId_.empty() || model_->reach().targetId != revealId_) return;
+    revealId_.clear();
+    for (int group = 0; group < model_->groupCount(); ++group) {
+        const bool callees = model_->rowIndex(group).data(ImpactReachModel::LevelRole).toInt() == 0;
+        if (callees != (revealGroup_ == Group::callees)) continue;
+        tree_->setCurrentIndex(model_->rowIndex(group, 0));
+        tree_->scrollTo(model_->rowIndex(group), QAbstractItemView::PositionAtTop);
+        tree_->setFocus();
+        return;
+    }
+}
+
+void ImpactPanel::showContextMenu(const QPoint& viewportPos) {
+    const std::string id = idAt(viewportPos);
+    const QPoint global = tree_->viewport()->mapToGlobal(viewportPos);
+    if (!id.empty()) {
+        emit symbolMenuRequested(QString::fromStdString(id), global);
+        return;
+    }
+    auto* menu = new QMenu(tree_);
+    menu->setAttribute(Qt::WA_DeleteOnClose);
+    menu->addActions(tree_->actions());
+    menu->popup(global);
+}
+
+void ImpactPanel::choose(const std::string& id) {
+    QStringList toward;
+    if (store_.ir())
+        for (const std::string& closer : nextTowardTarget(model_->reach(), *store_.ir(), id))
+            toward.append(QString::fromStdString(closer));
+    emit rowChosen(QString::fromStdString(id), toward);
+    selectInStore(id);
 }
 
 void ImpactPanel::selectInStore(const std::string& id) {
@@ -228,7 +258,7 @@ bool ImpactPanel::handleViewportMouse(QEvent* event) {
         case QEvent::MouseButtonRelease:
             // The release of a double click's second press selects nothing: the rows may
             // already show the first press's symbol's reach.
-            if (!secondPress_ && !pressedId_.empty() && idAt(pos) == pressedId_) selectInStore(pressedId_);
+            if (!secondPress_ && !pressedId_.empty() && idAt(pos) == pressedId_) choose(pressedId_);
             return false;
         default: {
             // Without a first press just before (a synthesised double click) the row under
@@ -247,7 +277,7 @@ bool ImpactPanel::handleTreeKey(QEvent* event) {
     const ReachRow* row = model_->rowAt(tree_->currentIndex());
     if (!row) return false;
     if (key == Qt::Key_Space) {
-        selectInStore(row->id);
+        choose(row->id);
         return true;
     }
     if (key == Qt::Key_Return || key == Qt::Key_Enter) {

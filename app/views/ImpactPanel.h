@@ -7,8 +7,12 @@
 // A click on a row (or Space) selects that symbol in the store, on the next turn of the
 // event loop; a double click (or Return) asks for its code through openCodeRequested,
 // for the symbol of the double click's first press even when the selection has already
-// redrawn the rows under the pointer. "Copy as Markdown" puts the tables of
-// `changes --format markdown` on the clipboard, "Copy as text" a plain list.
+// redrawn the rows under the pointer. Choosing a row (click or Space) also tells, through
+// rowChosen, which symbols one level closer to the selection that row calls, for the
+// source panel to highlight. A right click on a row asks for the symbol's menu; elsewhere
+// it offers the copies. "Copy as Markdown" puts the tables of `changes --format
+// markdown` on the clipboard, "Copy as text" a plain list. reveal() brings a symbol's
+// callers or callees into view once its rows are shown.
 #pragma once
 
 #include <QElapsedTimer>
@@ -40,8 +44,16 @@ public:
     QString markdown() const;
     QString plainText() const;
 
+    enum class Group { callers, callees };
+    // When the rows next show `symbolId`'s reach (now, if they do), makes the first row of
+    // its first level of callers, or of its callees, current and scrolls it to the top.
+    void reveal(const std::string& symbolId, Group group);
+
 signals:
     void openCodeRequested(const QString& symbolId);
+    // `towardSelection`: the ids the chosen row calls one level closer to the selection.
+    void rowChosen(const QString& symbolId, const QStringList& towardSelection);
+    void symbolMenuRequested(const QString& symbolId, const QPoint& globalPos);
 
 protected:
     bool eventFilter(QObject* watched, QEvent* event) override;
@@ -51,6 +63,9 @@ private:
     void scheduleRefresh();
     void refresh();
     void selectInStore(const std::string& id);
+    void choose(const std::string& id);
+    void applyReveal();
+    void showContextMenu(const QPoint& viewportPos);
     bool handleViewportMouse(QEvent* event);
     bool handleTreeKey(QEvent* event);
     std::string idAt(const QPoint& viewportPos) const;
@@ -60,7 +75,7 @@ private:
     bool refreshPending_ = false;
 
     ElidedLabel* target_;
-    QLabel* summary_;
+    ElidedLabel* summary_;
     QPushButton* copyMarkdown_;
     QPushButton* copyText_;
     QTreeView* tree_;
@@ -72,6 +87,9 @@ private:
     QPoint pressedAt_;
     QElapsedTimer sincePress_;
     bool secondPress_ = false;
+
+    std::string revealId_;
+    Group revealGroup_ = Group::callers;
 };
 
 }  // namespace vantrel

@@ -22,6 +22,8 @@
 #include "app/views/OverlayHost.h"
 #include "app/views/ProgressPanel.h"
 #include "app/views/SidebarView.h"
+#include "app/views/SourcePanel.h"
+#include "app/views/SymbolActions.h"
 
 namespace vantrel {
 
@@ -49,19 +51,15 @@ MainWindow::MainWindow(ProjectStore& store, QWidget* parent) : QMainWindow(paren
     sidebar_->setMinimumWidth(240);
     split->addWidget(sidebar_);
     buildDetail();
-    // The panel spans the graph's width, where rows of name, kind and path read whole.
+    // The panels span the graph's width below it.
     auto* detailSplit = new QSplitter(Qt::Vertical, split);
     detailSplit->setChildrenCollapsible(false);
     detailSplit->addWidget(detail_);
-    impactPanel_ = new ImpactPanel(store_, detailSplit);
-    impactPanel_->setObjectName(QStringLiteral("impactPanel"));
-    impactPanel_->setMinimumHeight(120);
-    detailSplit->addWidget(impactPanel_);
-    // A third of the height, the graph the rest, as the window grows or shrinks.
-    detailSplit->setStretchFactor(0, 2);
-    detailSplit->setStretchFactor(1, 1);
-    detailSplit->setSizes({2 * height() / 3, height() / 3});
-    connect(impactPanel_, &ImpactPanel::openCodeRequested, this, &MainWindow::codeRequested);
+    detailSplit->addWidget(buildCodeArea(detailSplit));
+    // Two fifths of the height, the graph the rest, as the window grows or shrinks.
+    detailSplit->setStretchFactor(0, 3);
+    detailSplit->setStretchFactor(1, 2);
+    detailSplit->setSizes({3 * height() / 5, 2 * height() / 5});
     split->addWidget(detailSplit);
     split->setStretchFactor(0, 0);
     split->setStretchFactor(1, 1);
@@ -96,6 +94,46 @@ void MainWindow::buildDetail() {
     connect(failurePanel_, &FailurePanel::resetRequested, this, [this] { store_.reset(); });
     connect(failurePanel_, &FailurePanel::excludeFileRequested, this,
             [this](const QString& file) { store_.excludeFileAndRescan(file); });
+}
+
+// The impact rows on the left, the code of the selection or of the chosen caller on the
+// right; the menus and Open in Editor of both go through SymbolActions.
+QWidget* MainWindow::buildCodeArea(QWidget* parent) {
+    auto* area = new QSplitter(Qt::Horizontal, parent);
+    area->setChildrenCollapsible(false);
+    area->setMinimumHeight(120);
+    impactPanel_ = new ImpactPanel(store_, area);
+    impactPanel_->setObjectName(QStringLiteral("impactPanel"));
+    impactPanel_->setMinimumWidth(260);
+    sourcePanel_ = new SourcePanel(store_, area);
+    sourcePanel_->setObjectName(QStringLiteral("sourcePanel"));
+    sourcePanel_->setMinimumWidth(260);
+    area->addWidget(impactPanel_);
+    area->addWidget(sourcePanel_);
+    area->setStretchFactor(0, 1);
+    area->setStretchFactor(1, 1);
+    area->setSizes({width() / 2, width() / 2});  // halves, whatever the panels' own hints
+    codeArea_ = area;
+
+    symbolActions_ = new SymbolActions(store_, *impactPanel_, *sourcePanel_, *this);
+    symbolActions_->attachToCanvas(*graph_);
+    connect(impactPanel_, &ImpactPanel::rowChosen, sourcePanel_, [this](const QString& id, const QStringList& toward) {
+        IdSet callees;
+        for (const QString& callee : toward) callees.insert(callee.toStdString());
+        sourcePanel_->showCaller(id.toStdString(), callees);
+    });
+    // A row opens where its place says: the symbol's first line.
+    connect(impactPanel_, &ImpactPanel::openCodeRequested, symbolActions_,
+            [this](const QString& id) { symbolActions_->openInEditor(id.toStdString(), SymbolActions::kStartLine); });
+    connect(sourcePanel_, &SourcePanel::openRequested, symbolActions_,
+            [this](const QString& id, std::int64_t line) { symbolActions_->openInEditor(id.toStdString(), line); });
+    const auto popup = [this](const QString& id, const QPoint& at) { symbolActions_->popupMenu(id, at); };
+    connect(impactPanel_, &ImpactPanel::symbolMenuRequested, symbolActions_, popup);
+    connect(sidebar_, &SidebarView::symbolMenuRequested, symbolActions_, popup);
+    connect(
+        sourcePanel_, &SourcePanel::symbolMenuRequested, symbolActions_,
+        [this](const QString& id, std::int64_t line, const QPoint& at) { symbolActions_->popupMenu(id, at, line); });
+    return area;
 }
 
 void MainWindow::connectStore() {
@@ -137,7 +175,7 @@ void MainWindow::refreshPanel() {
             break;
         case ScanState::Kind::ready: detail_->setOverlay(nullptr); break;
     }
-    impactPanel_->setVisible(state.kind == ScanState::Kind::ready);
+    codeArea_->setVisible(state.kind == ScanState::Kind::ready);
 }
 
 void MainWindow::refreshTitle() {

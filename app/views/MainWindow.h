@@ -1,9 +1,10 @@
 // The main window: the sidebar and the graph side by side in a splitter, below the graph
-// the impact panel while a graph is ready, over the graph the panel that fits the scan
-// state (the drop target, the progress or the failure),
+// the impact panel and the source panel side by side while a graph is ready, over the
+// graph the panel that fits the scan state (the drop target, the progress or the failure),
 // and over everything the onboarding card while the store raises it. A folder dropped
 // anywhere on the window is scanned, in every state. The menus and the toolbar carry
-// the commands; an export or baseline failure shows as an alert.
+// the commands; an export or baseline failure shows as an alert. What is done to one
+// symbol (its context menu, Open in Editor) is SymbolActions'.
 #pragma once
 
 #include <QMainWindow>
@@ -23,6 +24,8 @@ class OverlayHost;
 class ProgressPanel;
 class ProjectStore;
 class SidebarView;
+class SourcePanel;
+class SymbolActions;
 
 class MainWindow : public QMainWindow {
     Q_OBJECT
@@ -33,6 +36,8 @@ public:
     SidebarView* sidebar() const { return sidebar_; }
     ImpactGraphView* graphView() const { return graph_; }
     ImpactPanel* impactPanel() const { return impactPanel_; }
+    SourcePanel* sourcePanel() const { return sourcePanel_; }
+    SymbolActions* symbolActions() const { return symbolActions_; }
     // The panel over the graph; nullptr while a graph is ready.
     QWidget* currentPanel() const;
     DropOverlayView* dropOverlay() const { return dropOverlay_; }
@@ -51,9 +56,6 @@ public slots:
 
 signals:
     void preferencesRequested();
-    // A symbol's code was asked for (a double click in the impact panel). Nothing shows
-    // code yet; the source panel will listen here.
-    void codeRequested(const QString& symbolId);
 
 protected:
     void dragEnterEvent(QDragEnterEvent* event) override;
@@ -64,6 +66,7 @@ protected:
 
 private:
     void buildDetail();
+    QWidget* buildCodeArea(QWidget* parent);
     void buildCommands();
     void buildToolbar();
     void connectStore();
@@ -85,6 +88,9 @@ private:
     ImpactGraphView* graph_ = nullptr;
     OverlayHost* detail_ = nullptr;
     ImpactPanel* impactPanel_ = nullptr;
+    SourcePanel* sourcePanel_ = nullptr;
+    QWidget* codeArea_ = nullptr;
+    SymbolActions* symbolActions_ = nullptr;
     DropOverlayView* dropOverlay_ = nullptr;
     ProgressPanel* progressPanel_ = nullptr;
     FailurePanel* failurePanel_ = nullptr;

@@ -4,12 +4,14 @@
 #include <QComboBox>
 #include <QFormLayout>
 #include <QLabel>
+#include <QLineEdit>
 #include <QSignalBlocker>
 #include <QSlider>
 #include <QTabWidget>
 #include <QVBoxLayout>
 #include <array>
 #include <cmath>
+#include <string_view>
 
 #include "app/state/Preferences.h"
 #include "app/views/ScanningPreferencesTab.h"
@@ -28,6 +30,10 @@ struct Choice {
 constexpr std::array<Choice, 3> kTabs{{{"General", "general"}, {"Scanning", "scanning"}, {"Appearance", "appearance"}}};
 constexpr std::array<Choice, 4> kExportFormats{{{"JSON", "json"}, {"DOT", "dot"}, {"SVG", "svg"}, {"PNG", "png"}}};
 constexpr std::array<Choice, 3> kNodeSizes{{{"Small", "small"}, {"Medium", "medium"}, {"Large", "large"}}};
+constexpr std::array<Choice, 4> kEditors{{{"VS Code", "vscode"},
+                                          {"Terminal editor ($VISUAL or $EDITOR)", "terminal"},
+                                          {"Default application", "system"},
+                                          {"Custom command", "custom"}}};
 constexpr std::array<Choice, 3> kColorSchemes{{{"System", "system"}, {"Light", "light"}, {"Dark", "dark"}}};
 
 // The slider works in thousandths.
@@ -94,6 +100,25 @@ QWidget* PreferencesView::buildGeneralTab() {
     form->addRow(showOnboarding_);
     connect(showOnboarding_, &QCheckBox::clicked, this,
             [this](bool on) { store(prefkeys::kShowOnboardingOnLaunch, on); });
+
+    editor_ = new QComboBox(tab);
+    editor_->setObjectName(QStringLiteral("editorPreset"));
+    editor_->addItems(titlesOf(kEditors));
+    form->addRow(QStringLiteral("Open in Editor with"), editor_);
+    editorCommand_ = new QLineEdit(tab);
+    editorCommand_->setObjectName(QStringLiteral("editorCommand"));
+    editorCommand_->setMinimumWidth(300);
+    editorCommand_->setPlaceholderText(QStringLiteral("editor --line {line} {file}"));
+    editorCommand_->setToolTip(
+        QStringLiteral("Words are split as a shell splits them; {file} and {line} are replaced "
+                       "in each. No shell runs the command."));
+    form->addRow(QStringLiteral("Command"), editorCommand_);
+    connect(editor_, &QComboBox::activated, this, [this](int index) {
+        store(prefkeys::kEditorPreset, QString::fromUtf8(kEditors.at(static_cast<std::size_t>(index)).value));
+        editorCommand_->setEnabled(kEditors.at(static_cast<std::size_t>(index)).value == std::string_view("custom"));
+    });
+    connect(editorCommand_, &QLineEdit::textEdited, this,
+            [this](const QString& text) { store(prefkeys::kEditorCommandTemplate, text); });
     return tab;
 }
 
@@ -146,6 +171,10 @@ void PreferencesView::reload() {
     exportFormat_->setCurrentIndex(indexOfStored(kExportFormats, prefkeys::kDefaultExportFormat));
     showOnboarding_->setChecked(
         Preferences::boolValue(QString::fromUtf8(prefkeys::kShowOnboardingOnLaunch)).value_or(true));
+    const int editor = indexOfStored(kEditors, prefkeys::kEditorPreset);
+    editor_->setCurrentIndex(editor);
+    editorCommand_->setText(Preferences::value(QString::fromUtf8(prefkeys::kEditorCommandTemplate)).toString());
+    editorCommand_->setEnabled(editor == static_cast<int>(kEditors.size()) - 1);
     scanning_->reload();
     nodeSize_->setCurrentIndex(indexOfStored(kNodeSizes, prefkeys::kGraphNodeSize));
     const double opacity = Preferences::value(QString::fromUtf8(prefkeys::kEdgeOpacity)).toDouble();

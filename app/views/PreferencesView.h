@@ -1,4 +1,5 @@
-// The preferences window, 560 by 420: the tabs "General", "Scanning" and "Appearance".
+// The preferences window, 560 by 420: the tabs "General" (with the editor that Open in
+// Editor uses), "Scanning" and "Appearance".
 // Every control is bound to its preference key and stores a change at once, with no
 // apply step; `preferenceChanged` then names the key, so that the window and the graph
 // take appearance changes at once. The selected tab is itself a preference, so the
@@ -12,6 +13,7 @@
 class QCheckBox;
 class QComboBox;
 class QLabel;
+class QLineEdit;
 class QSlider;
 class QTabWidget;
 
@@ -52,6 +54,8 @@ private:
     Stepper* defaultDepth_;
     QComboBox* exportFormat_;
     QCheckBox* showOnboarding_;
+    QComboBox* editor_;
+    QLineEdit* editorCommand_;
     ScanningPreferencesTab* scanning_;
     SegmentedPicker* nodeSize_;
     QLabel* edgeOpacityLabel_;

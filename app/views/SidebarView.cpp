@@ -60,6 +60,13 @@ SidebarView::SidebarView(ProjectStore& store, QWidget* parent) : QWidget(parent)
     list_->setFrameShape(QFrame::NoFrame);
     list_->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     list_->setTextElideMode(Qt::ElideMiddle);
+    list_->setContextMenuPolicy(Qt::CustomContextMenu);
+    connect(list_, &QListView::customContextMenuRequested, this, [this](const QPoint& pos) {
+        const QModelIndex index = list_->indexAt(pos);
+        if (index.isValid())
+            emit symbolMenuRequested(QString::fromStdString(model_->idAt(index.row())),
+                                     list_->viewport()->mapToGlobal(pos));
+    });
     layout->addWidget(list_, 1);
     layout->addWidget(makeDivider(Qt::Horizontal, this));
     layout->addWidget(buildFooter());

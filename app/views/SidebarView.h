@@ -1,6 +1,7 @@
 // The left column of the main window, titled "Symbols": the controls that narrow the
 // list and set how far impact reaches, the diff summary, the diagnostics of the last
-// scan, the symbol list that drives the selection, and "Select Project…".
+// scan, the symbol list that drives the selection, and "Select Project…". A row's
+// context menu is asked for through symbolMenuRequested.
 //
 // Its one state of its own is the switch "Filter: impacted only"; everything else is
 // read from the store and written back through store operations. The list's selection,
@@ -40,6 +41,10 @@ public:
 
     QListView* symbolList() const { return list_; }
     const SymbolListModel& rows() const { return *model_; }
+
+signals:
+    // A right click (or the menu key) on a row.
+    void symbolMenuRequested(const QString& symbolId, const QPoint& globalPos);
 
 private:
     QWidget* buildControls();

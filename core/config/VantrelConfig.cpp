@@ -1,7 +1,9 @@
 #include "core/config/VantrelConfig.h"
 
+#include <algorithm>
 #include <nlohmann/json.hpp>
 
+#include "core/json/JsonDocument.h"
 #include "core/model/IRJson.h"
 #include "core/util/FileIO.h"
 #include "core/util/Paths.h"
@@ -90,6 +92,33 @@ VantrelConfig mergeConfig(const VantrelConfig& global, const std::optional<Vantr
     merged.enabledLanguages = project->enabledLanguages ? project->enabledLanguages : global.enabledLanguages;
     merged.linking = project->linking ? project->linking : global.linking;
     return merged;
+}
+
+ConfigEdit addProjectExclusion(std::string_view projectRoot, std::string_view pattern, const VantrelConfig& effective) {
+    ConfigEdit edit;
+    json root;
+    for (const char* candidate : {"vantrel.json", ".vantrel/config.json"}) {
+        std::string path = appendPathComponent(projectRoot, candidate);
+        if (!pathExists(path)) continue;
+        edit.path = path;
+        std::string readError;
+        auto bytes = readWholeFile(path, &readError);
+        if (!bytes || !VantrelConfig::decode(*bytes)) {
+            edit.error = bytes ? path + " is not a usable project file" : path + ": " + readError;
+            return edit;
+        }
+        root = parseJsonOrThrow(*bytes);
+        break;
+    }
+    if (edit.path.empty()) {
+        edit.path = appendPathComponent(projectRoot, "vantrel.json");
+        root = json::object({{"exclude", json::array()}, {"maxDepth", effective.maxDepth}});
+    }
+    json& exclude = root["exclude"];
+    if (exclude.empty()) exclude = effective.exclude;
+    if (std::find(exclude.begin(), exclude.end(), json(pattern)) == exclude.end()) exclude.push_back(pattern);
+    if (!writeFileAtomically(edit.path, dumpJson(root, true) + "\n")) edit.error = "Cannot write " + edit.path;
+    return edit;
 }
 
 }  // namespace vantrel

@@ -41,4 +41,16 @@ struct VantrelConfig {
 // `enabledLanguages` and `linking` win when present. Without a project file, the global settings.
 [[nodiscard]] VantrelConfig mergeConfig(const VantrelConfig& global, const std::optional<VantrelConfig>& project);
 
+struct ConfigEdit {
+    std::string path;   // the file written
+    std::string error;  // empty on success
+};
+
+// Adds `pattern` to the exclusions in the project's file, the one loadIfPresent reads,
+// keeping every other field as it was. A file without exclusions of its own first gets
+// those of `effective` (the merged settings), since a project's non-empty list replaces
+// the global one; without a file, "vantrel.json" is written with `effective`'s
+// exclusions and depth. A file that is not usable is left alone: an error.
+ConfigEdit addProjectExclusion(std::string_view projectRoot, std::string_view pattern, const VantrelConfig& effective);
+
 }  // namespace vantrel

@@ -69,4 +69,23 @@ std::string reachSummary(const ImpactReach& reach) {
            counted(reach.callerFileCount, "file");
 }
 
+IdSet nextTowardTarget(const ImpactReach& reach, const ProjectIR& ir, std::string_view callerId) {
+    auto caller = ir.symbols.find(callerId);
+    if (caller == ir.symbols.end()) return {};
+    for (const auto& [level, rows] : reach.callers) {
+        if (std::none_of(rows.begin(), rows.end(), [&](const ReachRow& row) { return row.id == callerId; })) continue;
+        IdSet closer;
+        if (level == 1) {
+            closer.insert(reach.targetId);
+        } else if (auto previous = reach.callers.find(level - 1); previous != reach.callers.end()) {
+            for (const ReachRow& row : previous->second) closer.insert(row.id);
+        }
+        IdSet toward;
+        for (const std::string& callee : caller->second.refsOut)
+            if (closer.contains(callee)) toward.insert(callee);
+        return toward;
+    }
+    return {};
+}
+
 }  // namespace vantrel

@@ -50,6 +50,10 @@ struct ImpactReach {
 // Walks the blast radius to `depth`, then describes it.
 [[nodiscard]] ImpactReach impactReach(std::string_view targetId, const ProjectIR& ir, std::int64_t depth);
 
+// The symbols through which a caller on level L reaches the target: those it calls on
+// level L - 1, the target itself for level 1. Empty for an id that is no caller here.
+[[nodiscard]] IdSet nextTowardTarget(const ImpactReach& reach, const ProjectIR& ir, std::string_view callerId);
+
 // "12 callers on 3 levels in 7 files", in the singular where a count is 1; "No callers"
 // when there are none.
 [[nodiscard]] std::string reachSummary(const ImpactReach& reach);

@@ -20,6 +20,15 @@ int ScriptedPlatform::runModalAlert(const AlertRequest& request) {
     return alertAnswer;
 }
 
+bool ScriptedPlatform::startDetached(const QString& program, const QStringList& arguments, QString* error) {
+    if (startFails) {
+        if (error) *error = *startFails;
+        return false;
+    }
+    started.push_back(QStringList{program} + arguments);
+    return true;
+}
+
 StoreFixture::StoreFixture(FileCounter countFiles)
     : store(ProjectStoreEnvironment{
           &platform, ProjectCache(dir / "support"),

@@ -23,6 +23,11 @@ public:
     std::vector<OpenPanelRequest> openPanels;
     std::vector<AlertRequest> alerts;
     int settingsShown = 0;
+    // Programs that would have started (program first), files the desktop would have
+    // opened; `startFails` makes every start fail with that reason.
+    std::vector<QStringList> started;
+    QStringList openedWithDesktop;
+    std::optional<QString> startFails;
 
     void showOpenPanel(const OpenPanelRequest& request, PathChosen chosen) override {
         openPanels.push_back(request);
@@ -31,6 +36,11 @@ public:
     void showSavePanel(const SavePanelRequest& request, PathChosen chosen) override;
     int runModalAlert(const AlertRequest& request) override;
     void showSettingsWindow() override { ++settingsShown; }
+    bool startDetached(const QString& program, const QStringList& arguments, QString* error) override;
+    bool openWithDesktop(const QString& path) override {
+        openedWithDesktop.append(path);
+        return true;
+    }
 
 private:
     void answer(PathChosen chosen);

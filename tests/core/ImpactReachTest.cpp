@@ -145,5 +145,19 @@ TEST(ReachReport, MarkdownSharesTheTablesOfChangesAndTextListsEveryRow) {
               "callee\tquery\tfunction\tlib/db.ts:10\n");
 }
 
+// The calls a chosen caller makes one level closer to the selection, which the source
+// panel highlights: getUser calls query directly (and find, also on level 1, which does
+// not count: it is no closer); main reaches query through listUsers alone.
+TEST(ImpactReach, NextTowardTheTargetIsOneLevelCloser) {
+    const ProjectIR ir = dataLayer();
+    const ImpactReach reach = impactReach(kQuery, ir, 4);
+    EXPECT_EQ(nextTowardTarget(reach, ir, kGetUser), IdSet{kQuery});
+    EXPECT_EQ(nextTowardTarget(reach, ir, kAudit), IdSet{kSave});
+    EXPECT_EQ(nextTowardTarget(reach, ir, kMain), IdSet{kListUsers});
+    EXPECT_EQ(nextTowardTarget(reach, ir, kRun), IdSet{kMain});
+    EXPECT_EQ(nextTowardTarget(reach, ir, kPool), IdSet{});                       // a callee, not a caller
+    EXPECT_EQ(nextTowardTarget(reach, ir, kHook), IdSet{});                       // no symbol of its own
+    EXPECT_EQ(nextTowardTarget(impactReach(kQuery, ir, 1), ir, kMain), IdSet{});  // beyond the depth
+}
 }  // namespace
 }  // namespace vantrel

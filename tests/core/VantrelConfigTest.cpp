@@ -3,6 +3,7 @@
 #include <filesystem>
 
 #include "core/config/VantrelConfig.h"
+#include "core/util/FileIO.h"
 #include "tests/support/TempDir.h"
 
 using vantrel::mergeConfig;
@@ -61,4 +62,43 @@ TEST(VantrelConfig, MergeLaysTheProjectOverGlobalSettings) {
     // A list replaces rather than joins; present languages win even when empty.
     EXPECT_EQ(mergeConfig(global, VantrelConfig{{"a", "b", "c"}, -1, Strings{}}),
               (VantrelConfig{{"a", "b", "c"}, -1, Strings{}}));
+}
+
+// "Exclude This File…": the pattern joins the project's own list without dropping what
+// the merged settings excluded, and every other field of the file stays.
+TEST(VantrelConfig, AddsAFileToTheProjectExclusions) {
+    vantrel::testing::TempDir dir;
+    const VantrelConfig effective{{"**/node_modules/**", "**/dist/**"}, 4, std::nullopt};
+
+    // No file yet: one with the merged exclusions and depth, then the file.
+    const auto created = vantrel::addProjectExclusion(dir.path(), "src/old b.ts", effective);
+    EXPECT_EQ(created.error, "");
+    EXPECT_EQ(created.path, dir / "vantrel.json");
+    EXPECT_EQ(VantrelConfig::loadIfPresent(dir.path()),
+              (VantrelConfig{{"**/node_modules/**", "**/dist/**", "src/old b.ts"}, 4, std::nullopt}));
+    // Once only.
+    EXPECT_EQ(vantrel::addProjectExclusion(dir.path(), "src/old b.ts", effective).error, "");
+    EXPECT_EQ(VantrelConfig::loadIfPresent(dir.path())->exclude.size(), 3u);
+
+    // A file with no exclusions of its own keeps its other fields.
+    vantrel::testing::TempDir second;
+    second.write(".vantrel/config.json", R"({"exclude":[],"maxDepth":7,"linking":"precise","note":"kept"})");
+    const auto edited = vantrel::addProjectExclusion(second.path(), "lib/x.py", effective);
+    EXPECT_EQ(edited.path, second / ".vantrel/config.json");
+    EXPECT_EQ(VantrelConfig::loadIfPresent(second.path()),
+              (VantrelConfig{
+                  {"**/node_modules/**", "**/dist/**", "lib/x.py"}, 7, std::nullopt, vantrel::LinkingMode::precise}));
+    EXPECT_NE(vantrel::readWholeFile(second / ".vantrel/config.json")->find("\"note\": \"kept\""), std::string::npos);
+
+    // Its own list is extended as it is.
+    vantrel::testing::TempDir third;
+    third.write("vantrel.json", R"({"exclude":["gen/**"],"maxDepth":2})");
+    EXPECT_EQ(vantrel::addProjectExclusion(third.path(), "a.js", effective).error, "");
+    EXPECT_EQ(VantrelConfig::loadIfPresent(third.path())->exclude, (Strings{"gen/**", "a.js"}));
+
+    // An unusable file is not overwritten.
+    vantrel::testing::TempDir broken;
+    broken.write("vantrel.json", R"({"exclude":["a"],)");
+    EXPECT_NE(vantrel::addProjectExclusion(broken.path(), "a.js", effective).error, "");
+    EXPECT_EQ(*vantrel::readWholeFile(broken / "vantrel.json"), R"({"exclude":["a"],)");
 }

@@ -216,6 +216,9 @@ private slots:
         QVERIFY(project);
         QCOMPARE(project->exclude.back(), std::string("src/broken.ts"));
         QVERIFY(project->exclude.size() > 1);  // the global patterns stay in force
+        QCOMPARE(f_->store.projectRoot(), root);
+        const std::size_t symbols = f_->store.ir()->symbols.size();
+        QVERIFY(symbols > 0);
 
         // F5 and Ctrl+R scan the open project again.
         QVERIFY(window_->rescanAction()->isEnabled());
@@ -223,10 +226,13 @@ private slots:
         QTest::keyClick(window_.get(), Qt::Key_F5);
         QVERIFY(waitForScanState(f_->store, Kind::ready));
         QVERIFY(states.count() >= 2);
+        QCOMPARE(f_->store.projectRoot(), root);
+        QCOMPARE(f_->store.ir()->symbols.size(), symbols);
         states.clear();
         QTest::keyClick(window_.get(), Qt::Key_R, Qt::ControlModifier);
         QVERIFY(waitForScanState(f_->store, Kind::ready));
         QVERIFY(states.count() >= 2);
+        QCOMPARE(f_->store.projectRoot(), root);
 
         f_->dir.write("broken.json", "{\"projectId\": ");
         f_->platform.nextPath = QString::fromStdString(f_->dir / "broken.json");

@@ -1,6 +1,7 @@
 // The preferences window over settings and a cache in temporary folders: each control
 // stores its key at once, in the form the preferences layer reads back.
 #include <QCheckBox>
+#include <QComboBox>
 #include <QDir>
 #include <QLabel>
 #include <QLineEdit>
@@ -48,6 +49,33 @@ private slots:
     void cleanup() {
         view_.reset();
         dir_.reset();
+    }
+
+    // The editor of Open in Editor: the command field is for the custom preset only, and
+    // what is typed is stored as written.
+    void editorPresetAndCommandStoreAtOnce() {
+        auto* preset = view_->findChild<QComboBox*>(QStringLiteral("editorPreset"));
+        auto* command = view_->findChild<QLineEdit*>(QStringLiteral("editorCommand"));
+        QVERIFY(preset && command);
+        QCOMPARE(preset->currentText(), QStringLiteral("Default application"));
+        QVERIFY(!command->isEnabled());
+        QCOMPARE(command->text(), QStringLiteral("code -g {file}:{line}"));
+
+        QSignalSpy changed(view_.get(), &PreferencesView::preferenceChanged);
+        view_->show();
+        preset->setFocus();
+        QTest::keyClick(preset, Qt::Key_Down);  // to "Custom command", the last
+        QCOMPARE(Preferences::value(prefkeys::kEditorPreset).toString(), QStringLiteral("custom"));
+        QVERIFY(command->isEnabled());
+        command->clear();
+        QTest::keyClicks(command, "kate -l {line} {file}");
+        QCOMPARE(Preferences::value(prefkeys::kEditorCommandTemplate).toString(),
+                 QStringLiteral("kate -l {line} {file}"));
+        QCOMPARE(changed.first().first().toString(), QStringLiteral("editorPreset"));
+
+        view_->reload();
+        QCOMPARE(preset->currentText(), QStringLiteral("Custom command"));
+        QCOMPARE(command->text(), QStringLiteral("kate -l {line} {file}"));
     }
 
     void excludePatternsAreTrimmedSortedAndUnique() {
