@@ -1,6 +1,6 @@
 // The main window over a store with scripted panels: the panel per scan state, drops,
 // the recent list in the overlay and the menu, the export shortcut and failure alert,
-// the onboarding card, and the colour scheme.
+// the onboarding card, the graph's two views, and the colour scheme.
 #include <QAction>
 #include <QApplication>
 #include <QMenu>
@@ -9,6 +9,7 @@
 #include <QProgressBar>
 #include <QPushButton>
 #include <QTest>
+#include <QToolBar>
 #include <QUrl>
 #include <memory>
 
@@ -184,6 +185,24 @@ private slots:
         QVERIFY(QTest::qWaitFor([&] { return (alert = window_->findChild<QMessageBox*>()) != nullptr; }, 2000));
         QCOMPARE(alert->informativeText(), QStringLiteral("Unknown error"));
         alert->reject();
+    }
+
+    void theToolbarSwitchesTheGraphBetweenAllSymbolsAndImpact() {
+        f_->store.scan(copyScanProject(f_->dir));
+        QVERIFY(waitForScanState(f_->store, Kind::ready));
+        ImpactGraphView* graph = window_->graphView();
+        QCOMPARE(graph->mode(), CanvasMode::allSymbols);
+        auto* toolbar = window_->findChild<QToolBar*>(QStringLiteral("projectToolbar"));
+        QAction* impact = window_->findChild<QAction*>(QStringLiteral("impactView"));
+        QWidget* impactButton = toolbar->widgetForAction(impact);
+        QVERIFY(impactButton && impactButton->isVisible());
+        QTest::mouseClick(impactButton, Qt::LeftButton);
+        QCOMPARE(graph->mode(), CanvasMode::impact);
+        QVERIFY(impact->isChecked());
+        // Ctrl+I from anywhere in the window, the sidebar's list holding the keys.
+        QTest::keyClick(window_->sidebar(), Qt::Key_I, Qt::ControlModifier);
+        QCOMPARE(graph->mode(), CanvasMode::allSymbols);
+        QVERIFY(window_->findChild<QAction*>(QStringLiteral("allSymbolsView"))->isChecked());
     }
 
     void recentProjectsFillTheGridRowByRow() {
