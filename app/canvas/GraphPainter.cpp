@@ -55,6 +55,9 @@ void GraphPainter::invalidate() {
     captionLineHeight_ = QFontMetricsF(caption2_).height();
     namesBelow_.clear();
     namesBeside_.clear();
+    sceneNames_.clear();
+    sceneNamesFor_ = 0;
+    counts_.clear();
     edges_.forget();
 }
 
@@ -156,7 +159,10 @@ void GraphPainter::paintNode(QPainter& painter, const GraphFrame& frame, const C
     if (group) {
         painter.setFont(nodeLabel_);
         painter.setPen(palette.color(NamedColor::white));
-        painter.drawText(square, Qt::AlignCenter, QString::number(group->size));
+        auto [count, added] = counts_.try_emplace(group->size, QString::number(group->size));
+        if (added) count->second.prepare(QTransform(), nodeLabel_);
+        const QSizeF size = count->second.size();
+        painter.drawStaticText(QPointF(-size.width() / 2, -size.height() / 2), count->second);
     }
     if (box.labelInside) {
         painter.setFont(nodeLabel_);
@@ -205,6 +211,25 @@ QString GraphPainter::groupName(const GraphScene& scene, std::size_t symbol) con
     return file.mid(file.lastIndexOf(u'/') + 1) + QStringLiteral(" (%1)").arg(group->size);
 }
 
+// The selection's name in full and bold, a group's file and count, any other name cut to
+// kLabelMaxWidth; the first two kept for the scene.
+const QStaticText& GraphPainter::nameBeside(const GraphScene& scene, std::size_t symbol) {
+    const bool selected = scene.selectedPoint() == symbol;
+    if (!selected && !scene.groupAt(symbol))
+        return namesBeside_.get(scene.topology(), symbol, caption_, kLabelMaxWidth);
+    if (sceneNamesFor_ != scene.serial()) {
+        sceneNamesFor_ = scene.serial();
+        sceneNames_.clear();
+    }
+    auto [it, added] = sceneNames_.try_emplace(symbol);
+    if (added) {
+        it->second.setText(selected ? scene.topology().shortName(symbol) : groupName(scene, symbol));
+        it->second.setTextFormat(Qt::PlainText);
+        it->second.prepare(QTransform(), selected ? captionBold_ : caption_);
+    }
+    return it->second;
+}
+
 void GraphPainter::placeNames(const GraphFrame& frame) {
     const GraphScene& scene = *frame.scene;
     std::vector<LabelCandidate> candidates;
@@ -215,14 +240,7 @@ void GraphPainter::placeNames(const GraphFrame& frame) {
         if (!role.selected && !group && (node.box.labelInside || node.box.labelBelow)) continue;
         const auto priority = labelPriority({role.selected, role.level == 1, group}, onScreen_, scene.isFocused());
         if (!priority) continue;
-        QSizeF text;
-        if (role.selected || group) {
-            const QString name = group ? groupName(scene, node.symbol) : scene.topology().shortName(node.symbol);
-            const QFontMetricsF metrics(role.selected ? captionBold_ : caption_);
-            text = QSizeF(metrics.horizontalAdvance(name), metrics.height());
-        } else {
-            text = namesBeside_.get(scene.topology(), node.symbol, caption_, kLabelMaxWidth).size();
-        }
+        const QSizeF text = nameBeside(scene, node.symbol).size();
         candidates.push_back({node.symbol, node.box.square, text + QSizeF(2 * kNamePadX, 2 * kNamePadY), *priority});
     }
     placedLabels_ = placeLabels(std::move(candidates));
@@ -235,19 +253,12 @@ void GraphPainter::paintNames(QPainter& painter, const GraphFrame& frame, const 
     painter.save();
     painter.setRenderHint(QPainter::Antialiasing);
     for (const PlacedLabel& label : placedLabels_) {
-        painter.fillPath(continuousRoundedRect(label.rect, 5), backing);
-        const bool selected = label.priority == LabelPriority::selected;
+        painter.setPen(Qt::NoPen);
+        painter.setBrush(backing);
+        painter.drawRoundedRect(label.rect, 5, 5);
         painter.setPen(palette.text());
-        const QPointF at = label.rect.topLeft() + QPointF(kNamePadX, kNamePadY);
-        if (selected || scene.groupAt(label.symbol)) {
-            const QFont& font = selected ? captionBold_ : caption_;
-            painter.setFont(font);
-            const QString name = selected ? scene.topology().shortName(label.symbol) : groupName(scene, label.symbol);
-            painter.drawText(QPointF(at.x(), at.y() + QFontMetricsF(font).ascent()), name);
-        } else {
-            painter.setFont(caption_);
-            painter.drawStaticText(at, namesBeside_.get(scene.topology(), label.symbol, caption_, kLabelMaxWidth));
-        }
+        painter.setFont(label.priority == LabelPriority::selected ? captionBold_ : caption_);
+        painter.drawStaticText(label.rect.topLeft() + QPointF(kNamePadX, kNamePadY), nameBeside(scene, label.symbol));
     }
     painter.restore();
 }

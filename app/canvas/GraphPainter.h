@@ -16,6 +16,7 @@
 #include <QSizeF>
 #include <QStaticText>
 #include <optional>
+#include <unordered_map>
 #include <utility>
 #include <vector>
 
@@ -104,6 +105,7 @@ private:
     void placeNames(const GraphFrame& frame);
     void paintNames(QPainter& painter, const GraphFrame& frame, const CanvasPalette& palette);
     QString groupName(const GraphScene& scene, std::size_t symbol) const;
+    const QStaticText& nameBeside(const GraphScene& scene, std::size_t symbol);
 
     // Prepared names of one graph's symbols, elided to one width, made as first needed.
     class NameCache {
@@ -128,6 +130,10 @@ private:
     QFont caption_, captionBold_, caption2_, nodeLabel_;
     double captionLineHeight_ = 0;
     NameCache namesBelow_, namesBeside_;
+    // The selection's and the groups' names, for the scene of serial sceneNamesFor_.
+    std::uint64_t sceneNamesFor_ = 0;
+    std::unordered_map<std::size_t, QStaticText> sceneNames_;
+    std::unordered_map<std::size_t, QStaticText> counts_;  // inside group nodes, by count
     struct VisibleNode {
         std::size_t symbol;
         NodeBox box;

@@ -69,9 +69,11 @@ GraphScene::GraphScene(std::shared_ptr<const GraphTopology> topology, const Scen
     focused_ = in.focusedExpanded && in.selectedId && in.ir->symbols.count(*in.selectedId);
     if (focused_) {
         const IdSet& callees = in.ir->symbols.find(*in.selectedId)->second.refsOut;
-        for (const FocusedNode& node :
-             computeFocusedLayout({*in.selectedId, in.impactLevels, callees, *in.focusedExpanded})) {
-            auto point = placeAt(node.id, center + QPointF(node.at.x, node.at.y));
+        const std::vector<FocusedNode> nodes =
+            computeFocusedLayout({*in.selectedId, in.impactLevels, callees, *in.focusedExpanded});
+        const QPointF origin = center + QPointF(focusedShift(nodes, in.viewSize.width()), 0);
+        for (const FocusedNode& node : nodes) {
+            auto point = placeAt(node.id, origin + QPointF(node.at.x, node.at.y));
             if (point && node.isGroup())
                 groups_[*point] = {{node.level, std::string(fileOfSymbolId(node.id))}, node.members.size()};
         }

@@ -414,6 +414,14 @@ std::optional<std::size_t> ImpactGraphView::symbolAt(QPointF point) {
     return picker_.nodeAt(frame, point);
 }
 
+std::optional<QPointF> ImpactGraphView::placeOf(const std::string& id) {
+    ensureScene();
+    if (scene_.isEmpty()) return std::nullopt;
+    auto point = scene_.topology().indexOf(id);
+    if (!point || !scene_.hasPlace(*point)) return std::nullopt;
+    return scene_.place(*point);
+}
+
 std::optional<std::string> ImpactGraphView::nodeAt(QPointF point) {
     if (auto symbol = symbolAt(point)) return scene_.topology().id(*symbol);
     return std::nullopt;

@@ -60,6 +60,8 @@ public:
     QPointF pan() const { return pan_; }
     double zoom() const { return zoom_; }
     std::optional<std::string> hoveredId() const { return hoveredId_; }
+    // Where the node of `id` comes to rest, before pan and zoom; nothing if it is not drawn.
+    std::optional<QPointF> placeOf(const std::string& id);
     // The id of the topmost node whose square holds `point` (widget coordinates).
     std::optional<std::string> nodeAt(QPointF point);
 

@@ -157,6 +157,22 @@ private slots:
         QCOMPARE(tooltipCenter({10, 300}, 18, {200, 600}), QPointF(60, 238));
     }
 
+    void theFocusedLayoutIsCentredWhenItFitsElseKeepsTheSelectionAndItsCallersInSight() {
+        auto at = [](std::initializer_list<double> xs) {
+            std::vector<FocusedNode> nodes;
+            for (double x : xs) nodes.push_back({"id", 0, {x, 0}, {}});
+            return nodes;
+        };
+        // From -560 to 240 in 1000: centred.
+        QCOMPARE(focusedShift(at({0, -300, -540}), 1000), 160.0);
+        // Callees too, from -320 to 540.
+        QCOMPARE(focusedShift(at({0, -300, 300}), 1000), -110.0);
+        // From -1520 to 240: the right end 10 inside the view.
+        QCOMPARE(focusedShift(at({0, -300, -1500}), 1000), 250.0);
+        // Wide on both sides: the selection 330 from the left side.
+        QCOMPARE(focusedShift(at({0, -1500, 1500}), 1000), -170.0);
+    }
+
     void tooltipPathsKeepTheFileNameAndLineAndGiveWayAtTheFront() {
         QCOMPARE(tooltipPath("src/a.ts", 12), QString("src/a.ts:12"));
         const QString exactly44 = "src/" + QString(33, 'a') + ".ts";  // with ":123"

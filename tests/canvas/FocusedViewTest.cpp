@@ -1,8 +1,8 @@
 // The canvas's Impact view driven by real key and mouse events, over the sample project
 // and over a generated project of some 15,000 symbols with a fan of 125 direct callers in
-// five files. Where nodes stand is worked out here from the graph: the selection in the
-// middle, a level's members in ascending id order in columns of 48-point rows, the
-// nearest column 300 points to the left (callers) or right (callees).
+// five files. Where nodes stand is worked out here from the graph and the selection's
+// place: a level's members in ascending id order in columns of 48-point rows, the nearest
+// column 300 points to the left (callers) or right (callees).
 #include <QAction>
 #include <QLineEdit>
 #include <QMouseEvent>
@@ -57,7 +57,8 @@ class FocusedViewTest : public QObject {
     // nearest on the callers' side (-1) or the callees' (+1).
     QPointF cell(int side, int column, int row, int rows) {
         const QPointF center(view().width() / 2.0, view().height() / 2.0);
-        const QPointF place = center + QPointF(side * (kNearest + column * kColumn), (row - (rows - 1) / 2.0) * kRow);
+        const QPointF place = *view().placeOf(*store().selectedSymbolId()) +
+                              QPointF(side * (kNearest + column * kColumn), (row - (rows - 1) / 2.0) * kRow);
         return (place + view().pan() - center) * view().zoom() + center;
     }
 
@@ -90,8 +91,10 @@ private slots:
         QTest::keyClick(&view(), Qt::Key_I, Qt::ControlModifier);
         QCOMPARE(view().mode(), CanvasMode::impact);
         QVERIFY(view().modeActions()->choices().at(1)->isChecked());
+        // The selection on the view's middle row, shifted sideways to show most of the rest.
         const QPointF middle(view().width() / 2.0, view().height() / 2.0);
-        QTRY_COMPARE(view().nodeAt(middle), OptionalSymbolId(computeTax));
+        QCOMPARE(view().placeOf(computeTax)->y(), middle.y());
+        QTRY_COMPARE(view().nodeAt(*view().placeOf(computeTax)), OptionalSymbolId(computeTax));
         const int n = static_cast<int>(callers.size());
         for (int i = 0; i < n; ++i) QTRY_COMPARE(view().nodeAt(cell(-1, 0, i, n)), OptionalSymbolId(callers[i]));
         // Nothing else of the project is drawn where the whole view had it: the row above
@@ -110,9 +113,9 @@ private slots:
         QCOMPARE(view().pan(), QPointF(40, 30));
         click(cell(-1, 0, 0, n));
         QCOMPARE(store().selectedSymbolId(), OptionalSymbolId(callers[0]));
-        // The new selection is in the middle (moved by the pan), with computeTax among
-        // its callees on the right.
-        QTRY_COMPARE(view().nodeAt(middle + QPointF(40, 30) * view().zoom()), OptionalSymbolId(callers[0]));
+        // The new selection is found where it stands, moved by the pan and zoom.
+        const QPointF at = (*view().placeOf(callers[0]) + view().pan() - middle) * view().zoom() + middle;
+        QTRY_COMPARE(view().nodeAt(at), OptionalSymbolId(callers[0]));
 
         // Down to the first callee, the search, and back to the whole view.
         QTest::keyClick(&view(), Qt::Key_Down);
