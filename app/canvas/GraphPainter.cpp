@@ -130,8 +130,14 @@ void GraphPainter::paintNode(QPainter& painter, const GraphFrame& frame, const C
     const bool hovered = frame.hovered == symbol;
     const SymbolKind kind = scene.topology().kind(symbol);
     const SceneGroup* group = scene.groupAt(symbol);
-    const bool plain = !selected && !hovered && box.scale == 1.0 && !group;
-    if (plain) sprites_.draw(painter, kind, style, box.square, palette);
+    const bool resting = !selected && !hovered && box.scale == 1.0;
+    const bool plain = resting && !group;
+    // A group: its kind's shape in a faint halo of the same, its count inside; at rest both
+    // come from the sprite cache like a plain node.
+    NodeStyle halo = style;
+    halo.opacity *= 0.35;
+    if (resting && group) sprites_.draw(painter, kind, halo, box.square.adjusted(-5, -5, 5, 5), palette);
+    if (resting) sprites_.draw(painter, kind, style, box.square, palette);
     if (plain && !box.labelInside && !box.labelBelow) return;
 
     // In the node's own frame: the square's centre at the origin, before the hover scale,
@@ -140,7 +146,7 @@ void GraphPainter::paintNode(QPainter& painter, const GraphFrame& frame, const C
     painter.translate(box.square.center());
     painter.scale(box.scale, box.scale);
     const QRectF square(-box.size / 2, -box.size / 2, box.size, box.size);
-    if (!plain) {
+    if (!resting) {
         // The few nodes that glow, swell or grow are drawn in full.
         if (selected)
             drawNodeGlow(painter, kind, style, square, palette, palette.color(named(NamedColor::red, 0.35)),
@@ -148,12 +154,7 @@ void GraphPainter::paintNode(QPainter& painter, const GraphFrame& frame, const C
         if (hovered)
             drawNodeGlow(painter, kind, style, square, palette, palette.color(named(NamedColor::white, 0.18)),
                          kHoverGlowRadius);
-        // A group: its kind's shape in a faint halo of the same, its count inside.
-        if (group) {
-            NodeStyle halo = style;
-            halo.opacity *= 0.35;
-            drawNodeShape(painter, kind, halo, square.adjusted(-5, -5, 5, 5), palette);
-        }
+        if (group) drawNodeShape(painter, kind, halo, square.adjusted(-5, -5, 5, 5), palette);
         drawNodeShape(painter, kind, style, square, palette);
     }
     if (group) {
