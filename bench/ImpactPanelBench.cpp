@@ -15,7 +15,6 @@
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
 #include <string>
 #include <vector>
 
@@ -23,6 +22,7 @@
 #include "app/views/ImpactPanel.h"
 #include "app/views/ImpactReachModel.h"
 #include "bench/ContinuingPlatform.h"
+#include "bench/SyntheticGraph.h"
 #include "bench/SyntheticProject.h"
 
 using namespace vantrel;
@@ -40,57 +40,29 @@ double selectMs(ProjectStore& store, ImpactPanel& panel, const std::string& id) 
     return timer.nsecsElapsed() / 1e6;
 }
 
-// fan_0_0, called by five functions, each called by five more, five levels deep; fifty
-// functions to a file.
-std::string writeFan(const fs::path& root) {
-    constexpr int kLevels = 5, kBranch = 5, kPerFile = 50;
-    int width = 1;
-    for (int level = 0; level <= kLevels; ++level, width *= kBranch) {
-        for (int first = 0; first < width; first += kPerFile) {
-            fs::create_directories(root / "fan");
-            std::ofstream out(root / "fan" / ("level" + std::to_string(level) + "_" + std::to_string(first) + ".py"));
-            for (int i = first; i < std::min(width, first + kPerFile); ++i) {
-                out << "def fan_" << level << "_" << i << "():\n    return ";
-                if (level == 0) out << "0\n\n\n";
-                else out << "fan_" << level - 1 << "_" << i / kBranch << "()\n\n\n";
-            }
-        }
-    }
-    return "fan/level0_0.py:fan_0_0:function";
-}
-
 }  // namespace
 
 int main(int argc, char** argv) {
     setenv("QT_QPA_PLATFORM", "offscreen", 0);
     QApplication app(argc, argv);
-    qInstallMessageHandler([](QtMsgType, const QMessageLogContext&, const QString&) {});  // offscreen chatter
-    std::int64_t fileCount = 2350;
-    for (int i = 1; i + 1 < argc; i += 2)
-        if (std::string(argv[i]) == "--files") fileCount = std::atoll(argv[i + 1]);
+    bench::silenceToolkit();
+    const std::int64_t fileCount = bench::filesOption(argc, argv, 2350);
 
     fs::path work = fs::temp_directory_path() / ("vantrel-impact-bench-" + std::to_string(getpid()));
     std::string root = (work / "project").string();
     bench::generateSyntheticProject(root, fileCount, bench::Mix::mixed);
-    const std::string fanRoot = writeFan(root);
+    const std::string fanRoot = bench::writeCallerFan(root);
 
-    bench::ContinuingPlatform platform;
-    ProjectStore store(
-        ProjectStoreEnvironment{&platform, ProjectCache((work / "support").string()), AppLocations{}, {}});
+    bench::BenchStore harness(work);
+    ProjectStore& store = harness.store;
     ImpactPanel panel(store);
     panel.resize(1000, 300);
     panel.show();
-    store.scan(QString::fromStdString(root));
-    while (!store.selectedSymbolId()) QCoreApplication::processEvents(QEventLoop::AllEvents);
-    const ProjectIR& ir = *store.ir();
+    const ProjectIR& ir = harness.scan(root);
 
     // The symbols with the most direct callers and the fan's root first; then every 97th id.
     std::vector<std::string> ids = store.allSymbolIdsSorted();
-    std::vector<std::string> hubs = ids;
-    std::partial_sort(hubs.begin(), hubs.begin() + 5, hubs.end(), [&](const std::string& a, const std::string& b) {
-        return ir.symbols.at(a).refsIn.size() > ir.symbols.at(b).refsIn.size();
-    });
-    hubs.resize(5);
+    std::vector<std::string> hubs = bench::mostCalled(ir, 5);
     hubs.push_back(fanRoot);
     std::printf("%lld files, %zu symbols\n", static_cast<long long>(fileCount), ir.symbols.size());
 

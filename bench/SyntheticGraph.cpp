@@ -63,4 +63,17 @@ double medianMs(int runs, const std::function<void()>& work) {
     return times[times.size() / 2];
 }
 
+std::vector<std::string> mostCalled(const ProjectIR& ir, std::size_t n) {
+    std::vector<std::string> ids;
+    for (const auto& entry : ir.symbols) ids.push_back(entry.first);
+    n = std::min(n, ids.size());
+    std::partial_sort(ids.begin(), ids.begin() + static_cast<std::ptrdiff_t>(n), ids.end(),
+                      [&](const std::string& a, const std::string& b) {
+                          const std::size_t ca = ir.symbols.at(a).refsIn.size(), cb = ir.symbols.at(b).refsIn.size();
+                          return ca != cb ? ca > cb : a < b;
+                      });
+    ids.resize(n);
+    return ids;
+}
+
 }  // namespace vantrel::bench

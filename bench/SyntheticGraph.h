@@ -4,6 +4,8 @@
 #include <chrono>
 #include <cstddef>
 #include <functional>
+#include <string>
+#include <vector>
 
 #include "core/model/ProjectIR.h"
 
@@ -17,6 +19,9 @@ ProjectIR realisticProject(int count);
 
 // Calls recorded in `refsOut`, targets without a symbol included.
 std::size_t edgeCount(const ProjectIR& ir);
+
+// The `n` symbols with the most direct callers, most first, equals in ascending id order.
+std::vector<std::string> mostCalled(const ProjectIR& ir, std::size_t n);
 
 double milliseconds(std::chrono::steady_clock::duration d);
 

@@ -1,5 +1,6 @@
 #include "bench/SyntheticProject.h"
 
+#include <algorithm>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
@@ -159,6 +160,49 @@ GeneratedProject generateSyntheticProject(const std::string& root, std::int64_t 
         project.bytes += text.size();
     }
     return project;
+}
+
+std::string writeCallerFan(const std::string& root) {
+    namespace fs = std::filesystem;
+    constexpr int kLevels = 5, kBranch = 5, kPerFile = 50;
+    fs::create_directories(fs::path(root) / "fan");
+    int width = 1;
+    for (int level = 0; level <= kLevels; ++level, width *= kBranch) {
+        for (int first = 0; first < width; first += kPerFile) {
+            std::ofstream out(fs::path(root) / "fan" /
+                              ("level" + std::to_string(level) + "_" + std::to_string(first) + ".py"));
+            for (int i = first; i < std::min(width, first + kPerFile); ++i) {
+                out << "def fan_" << level << "_" << i << "():\n    return ";
+                if (level == 0) out << "0\n\n\n";
+                else out << "fan_" << level - 1 << "_" << i / kBranch << "()\n\n\n";
+            }
+        }
+    }
+    return "fan/level0_0.py:fan_0_0:function";
+}
+
+std::string writeWidelyCalledHelper(const std::string& root, int callers, int files) {
+    namespace fs = std::filesystem;
+    static const char* const kVerbs[] = {"validate", "sync", "load", "apply", "render", "export", "merge", "notify"};
+    static const char* const kAreas[] = {"billing", "orders", "accounts", "catalog", "shipping",
+                                         "reports", "search", "audit",    "pricing", "inventory"};
+    fs::create_directories(fs::path(root) / "hub");
+    std::ofstream(fs::path(root) / "hub" / "telemetry.py") << "def record_usage_event(name):\n    return name\n";
+    for (int file = 0; file < files; ++file) {
+        const std::string area = kAreas[file % 10], module = area + "_" + std::to_string(file / 10);
+        const fs::path folder = fs::path(root) / "features" / area;
+        fs::create_directories(folder);
+        std::ostringstream text, route;
+        route << "def route_" << module << "():\n    return [";
+        for (int i = file; i < callers; i += files) {
+            const std::string name = std::string(kVerbs[i % 8]) + "_" + module + "_" + std::to_string(i);
+            text << "def " << name << "():\n    return record_usage_event(\"" << name << "\")\n\n\n";
+            route << name << "(), ";
+        }
+        route << "]\n";
+        std::ofstream(folder / (module + ".py")) << text.str() << route.str();
+    }
+    return "hub/telemetry.py:record_usage_event:function";
 }
 
 }  // namespace vantrel::bench

@@ -57,4 +57,14 @@ NodePlaces layoutPositions(const ProjectIR& ir, const NodePositions& basePositio
     return places;
 }
 
+double focusedShift(const std::vector<FocusedNode>& nodes, double viewWidth) {
+    double left = -20, right = kFocusedColumnWidth;
+    for (const FocusedNode& node : nodes) {
+        left = std::min(left, node.at.x - 20);
+        right = std::max(right, node.at.x + kFocusedColumnWidth);
+    }
+    if (right - left <= viewWidth) return -(left + right) / 2;
+    return std::max(viewWidth / 2 - right - 10, 330 - viewWidth / 2);
+}
+
 }  // namespace vantrel

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "core/impact/BlastRadius.h"
+#include "core/layout/FocusedLayout.h"
 #include "core/layout/GraphLayout.h"
 #include "core/model/ProjectIR.h"
 
@@ -41,5 +42,13 @@ RingRadii ringRadii(double shorterSide);
 // it was given (the selection first, then the rings in that order).
 NodePlaces layoutPositions(const ProjectIR& ir, const NodePositions& basePositions, QPointF center, QSizeF size,
                            const std::optional<SelectionFocus>& focus);
+
+// How far right of the view's centre the focused layout's selection stands, so the view
+// shows most of it. The layout spans from its leftmost node (less a node's radius, 20) to
+// its rightmost one's name (plus a column, at least the selection's own): if that fits
+// the view's width it is centred; otherwise its right end is kept 10 points inside the
+// view, but never so far right that the selection stands less than 330 points from the
+// view's left side (its direct callers in sight).
+double focusedShift(const std::vector<FocusedNode>& nodes, double viewWidth);
 
 }  // namespace vantrel

@@ -45,6 +45,7 @@ QFont sized(int pixels, QFont::Weight weight = QFont::Normal) {
 CanvasPalette::CanvasPalette(const QPalette& palette)
     : dark_(palette.color(QPalette::Window).lightness() < 128),
       window_(palette.color(QPalette::Window)),
+      text_(palette.color(QPalette::WindowText)),
       accent_(palette.color(QPalette::Highlight)) {
     // Secondary text: the window's text colour at a little over half strength reads as
     // a mid-gray on either background, as placeholder text does.

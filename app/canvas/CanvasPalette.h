@@ -30,6 +30,8 @@ public:
     // The colour with its alpha multiplied once more (a style's opacity on top of it).
     QColor color(const ColorRef& ref, double opacity) const;
     QColor windowBackground() const { return window_; }
+    // The window's text colour, for names read on the canvas.
+    QColor text() const { return text_; }
     // The panel behind the legend: the window colour, translucent.
     QColor material() const;
     bool operator==(const CanvasPalette&) const = default;
@@ -37,6 +39,7 @@ public:
 private:
     bool dark_ = false;
     QColor window_;
+    QColor text_;
     QColor secondary_;
     QColor accent_;
 };

@@ -20,14 +20,19 @@ std::vector<qsizetype> characterBoundaries(const QString& text) {
 
 TooltipText tooltipText(const Symbol& symbol) {
     return {QString::fromStdString(symbol.shortName()), QString::fromUtf8(rawValue(symbol.kind)),
-            shortenedTooltipPath(QString::fromStdString(symbol.fileRelPath()))};
+            tooltipPath(QString::fromStdString(symbol.fileRelPath()), symbol.range.startLine)};
 }
 
-QString shortenedTooltipPath(const QString& path) {
-    const std::vector<qsizetype> bounds = characterBoundaries(path);
+QString tooltipPath(const QString& path, std::int64_t line) {
+    const QString full = path + u':' + QString::number(line);
+    const std::vector<qsizetype> bounds = characterBoundaries(full);
     const std::size_t characters = bounds.size() - 1;
-    if (characters <= 44) return path;
-    return path.left(bounds[22]) + QChar(0x2026) + path.mid(bounds[characters - 22]);
+    const qsizetype nameStart = path.lastIndexOf(u'/') + 1;
+    if (characters <= kTooltipPathLength || nameStart == 0) return full;
+    const qsizetype cut = bounds[characters - (kTooltipPathLength - 1)];  // one for the "…"
+    qsizetype from = full.indexOf(u'/', cut);
+    if (from < 0 || from >= nameStart) from = nameStart - 1;  // the file's own folder boundary
+    return QChar(0x2026) + full.mid(from);
 }
 
 QPointF tooltipCenter(QPointF node, double radius, QSizeF viewSize) {

@@ -4,6 +4,7 @@
 #include <QPointF>
 #include <QSizeF>
 #include <QString>
+#include <cstdint>
 
 #include "core/model/ProjectIR.h"
 
@@ -12,13 +13,17 @@ namespace vantrel {
 struct TooltipText {
     QString title;     // the short name
     QString kind;      // "function", "method", "component" or "class"
-    QString filePath;  // shortened to 45 characters at most
+    QString filePath;  // "path:line", cut from the front (see tooltipPath)
 };
 
 TooltipText tooltipText(const Symbol& symbol);
 
-// A path of more than 44 characters becomes its first 22, "…" and its last 22.
-QString shortenedTooltipPath(const QString& path);
+inline constexpr int kTooltipPathLength = 44;  // characters, as the reader sees them
+
+// "path:line". Longer than kTooltipPathLength, the front gives way: "…" and the rest
+// from the first folder boundary that leaves it short enough; the file's name and the
+// line always stay, even when they alone are longer.
+QString tooltipPath(const QString& path, std::int64_t line);
 
 // The tooltip's centre for a node at screen point `node` with radius `radius`: above the
 // node, kept 140 points from the sides (the right limit winning in a narrow view), 34

@@ -29,7 +29,8 @@ NodeBox nodeBox(const GraphFrame& frame, std::size_t symbol, double captionLineH
     const bool selected = scene.selectedPoint() == symbol;
     NodeBox box;
     box.size = 2 * nodeRadius(selected, frame.nodeSizeFactor) + (selected ? kPulseGrowth * frame.selectionPulse : 0);
-    box.labelInside = selected || box.size >= 54;
+    // The selection's name stands beside it, in full.
+    box.labelInside = !selected && box.size >= 54;
     box.labelBelow = !selected && box.size >= 38 && box.size < 54;
     box.scale = frame.scaleOf(symbol);
     const QPointF s = frame.transform.toScreen((*frame.nodePlaces)[symbol]);
@@ -52,8 +53,11 @@ void GraphPainter::invalidate() {
     caption2_ = CanvasFonts::caption2();
     nodeLabel_ = CanvasFonts::nodeLabel();
     captionLineHeight_ = QFontMetricsF(caption2_).height();
-    labelsFor_ = nullptr;
-    labels_.clear();
+    namesBelow_.clear();
+    namesBeside_.clear();
+    sceneNames_.clear();
+    sceneNamesFor_ = 0;
+    counts_.clear();
     edges_.forget();
 }
 
@@ -80,6 +84,8 @@ void GraphPainter::paint(QPainter& painter, const GraphFrame& frame, const Canva
                             const FullNode& node = fullNodes_[full];
                             paintNode(p, frame, palette, node.symbol, node.box, node.style);
                         });
+    placeNames(frame);
+    paintNames(painter, frame, palette);
     if (frame.tooltip) paintTooltip(painter, *frame.tooltip, frame.viewSize);
 }
 
@@ -89,6 +95,8 @@ void GraphPainter::collectNodes(const GraphFrame& frame, const CanvasPalette& pa
     const QRectF view(QPointF(0, 0), frame.viewSize);
     compositor_.clearNodes();
     fullNodes_.clear();
+    visible_.clear();
+    onScreen_ = 0;
     // Glows and names below reach past the square; a node further out is not seen.
     const double glowReach = kSelectedGlowRadius * 1.5 + 8;
     for (std::size_t symbol = 0; symbol < graph.symbolCount(); ++symbol) {
@@ -99,10 +107,12 @@ void GraphPainter::collectNodes(const GraphFrame& frame, const CanvasPalette& pa
         if (!box.square.adjusted(-glowReach - sideways, -glowReach, glowReach + sideways, glowReach + below)
                  .intersects(view))
             continue;
+        visible_.push_back({symbol, box});
+        onScreen_ += box.square.intersects(view);  // the glow alone does not count
         const bool hovered = frame.hovered == symbol;
         const bool hit = frame.searchHits && (*frame.searchHits)[symbol];
         const NodeStyle style = nodeStyle(scene.role(symbol), scene.hasSelection(), hit, hovered);
-        const bool plain = scene.selectedPoint() != symbol && !hovered && box.scale == 1.0;
+        const bool plain = scene.selectedPoint() != symbol && !hovered && box.scale == 1.0 && !scene.groupAt(symbol);
         if (!plain || box.labelInside || box.labelBelow) {
             compositor_.addFullNode();
             fullNodes_.push_back({symbol, box, style});
@@ -119,8 +129,15 @@ void GraphPainter::paintNode(QPainter& painter, const GraphFrame& frame, const C
     const bool selected = scene.selectedPoint() == symbol;
     const bool hovered = frame.hovered == symbol;
     const SymbolKind kind = scene.topology().kind(symbol);
-    const bool plain = !selected && !hovered && box.scale == 1.0;
-    if (plain) sprites_.draw(painter, kind, style, box.square, palette);
+    const SceneGroup* group = scene.groupAt(symbol);
+    const bool resting = !selected && !hovered && box.scale == 1.0;
+    const bool plain = resting && !group;
+    // A group: its kind's shape in a faint halo of the same, its count inside; at rest both
+    // come from the sprite cache like a plain node.
+    NodeStyle halo = style;
+    halo.opacity *= 0.35;
+    if (resting && group) sprites_.draw(painter, kind, halo, box.square.adjusted(-5, -5, 5, 5), palette);
+    if (resting) sprites_.draw(painter, kind, style, box.square, palette);
     if (plain && !box.labelInside && !box.labelBelow) return;
 
     // In the node's own frame: the square's centre at the origin, before the hover scale,
@@ -129,7 +146,7 @@ void GraphPainter::paintNode(QPainter& painter, const GraphFrame& frame, const C
     painter.translate(box.square.center());
     painter.scale(box.scale, box.scale);
     const QRectF square(-box.size / 2, -box.size / 2, box.size, box.size);
-    if (!plain) {
+    if (!resting) {
         // The few nodes that glow, swell or grow are drawn in full.
         if (selected)
             drawNodeGlow(painter, kind, style, square, palette, palette.color(named(NamedColor::red, 0.35)),
@@ -137,7 +154,16 @@ void GraphPainter::paintNode(QPainter& painter, const GraphFrame& frame, const C
         if (hovered)
             drawNodeGlow(painter, kind, style, square, palette, palette.color(named(NamedColor::white, 0.18)),
                          kHoverGlowRadius);
+        if (group) drawNodeShape(painter, kind, halo, square.adjusted(-5, -5, 5, 5), palette);
         drawNodeShape(painter, kind, style, square, palette);
+    }
+    if (group) {
+        painter.setFont(nodeLabel_);
+        painter.setPen(palette.color(NamedColor::white));
+        auto [count, added] = counts_.try_emplace(group->size, QString::number(group->size));
+        if (added) count->second.prepare(QTransform(), nodeLabel_);
+        const QSizeF size = count->second.size();
+        painter.drawStaticText(QPointF(-size.width() / 2, -size.height() / 2), count->second);
     }
     if (box.labelInside) {
         painter.setFont(nodeLabel_);
@@ -148,7 +174,7 @@ void GraphPainter::paintNode(QPainter& painter, const GraphFrame& frame, const C
         painter.drawText(QRectF(-width / 2, -box.size / 2, width, box.size), Qt::AlignCenter, text);
     }
     if (box.labelBelow) {
-        const QStaticText& label = labelBelow(scene, symbol, std::min(box.size * 3, 140.0));
+        const QStaticText& label = namesBelow_.get(scene.topology(), symbol, caption2_, std::min(box.size * 3, 140.0));
         painter.setFont(caption2_);
         painter.setPen(palette.color(NamedColor::secondary));
         painter.drawStaticText(QPointF(-label.size().width() / 2, box.size / 2 + 4), label);
@@ -156,20 +182,86 @@ void GraphPainter::paintNode(QPainter& painter, const GraphFrame& frame, const C
     painter.restore();
 }
 
-const QStaticText& GraphPainter::labelBelow(const GraphScene& scene, std::size_t symbol, double width) {
-    const GraphTopology* graph = &scene.topology();
-    if (labelsFor_ != graph || labelWidth_ != width) {
-        labelsFor_ = graph;
-        labelWidth_ = width;
-        labels_.assign(graph->symbolCount(), std::nullopt);
+const QStaticText& GraphPainter::NameCache::get(const GraphTopology& graph, std::size_t symbol, const QFont& font,
+                                                double width) {
+    if (graph_ != &graph || width_ != width) {
+        graph_ = &graph;
+        width_ = width;
+        names_.assign(graph.symbolCount(), std::nullopt);
     }
-    if (!labels_[symbol]) {
-        QStaticText text(QFontMetricsF(caption2_).elidedText(graph->shortName(symbol), Qt::ElideMiddle, width));
+    if (!names_[symbol]) {
+        QStaticText text(QFontMetricsF(font).elidedText(graph.shortName(symbol), Qt::ElideMiddle, width));
         text.setTextFormat(Qt::PlainText);
-        text.prepare(QTransform(), caption2_);
-        labels_[symbol] = std::move(text);
+        text.prepare(QTransform(), font);
+        names_[symbol] = std::move(text);
     }
-    return *labels_[symbol];
+    return *names_[symbol];
+}
+
+// ---- Names beside nodes ----
+
+namespace {
+
+constexpr double kNamePadX = 4, kNamePadY = 1;
+
+}  // namespace
+
+QString GraphPainter::groupName(const GraphScene& scene, std::size_t symbol) const {
+    const SceneGroup* group = scene.groupAt(symbol);
+    const QString file = QString::fromStdString(group->key.file);
+    return file.mid(file.lastIndexOf(u'/') + 1) + QStringLiteral(" (%1)").arg(group->size);
+}
+
+// The selection's name in full and bold, a group's file and count, any other name cut to
+// kLabelMaxWidth; the first two kept for the scene.
+const QStaticText& GraphPainter::nameBeside(const GraphScene& scene, std::size_t symbol) {
+    const bool selected = scene.selectedPoint() == symbol;
+    if (!selected && !scene.groupAt(symbol))
+        return namesBeside_.get(scene.topology(), symbol, caption_, kLabelMaxWidth);
+    if (sceneNamesFor_ != scene.serial()) {
+        sceneNamesFor_ = scene.serial();
+        sceneNames_.clear();
+    }
+    auto [it, added] = sceneNames_.try_emplace(symbol);
+    if (added) {
+        it->second.setText(selected ? scene.topology().shortName(symbol) : groupName(scene, symbol));
+        it->second.setTextFormat(Qt::PlainText);
+        it->second.prepare(QTransform(), selected ? captionBold_ : caption_);
+    }
+    return it->second;
+}
+
+void GraphPainter::placeNames(const GraphFrame& frame) {
+    const GraphScene& scene = *frame.scene;
+    std::vector<LabelCandidate> candidates;
+    for (const VisibleNode& node : visible_) {
+        const NodeRole role = scene.role(node.symbol);
+        const bool group = scene.groupAt(node.symbol) != nullptr;
+        // A name already inside or under its node needs no second one.
+        if (!role.selected && !group && (node.box.labelInside || node.box.labelBelow)) continue;
+        const auto priority = labelPriority({role.selected, role.level == 1, group}, onScreen_, scene.isFocused());
+        if (!priority) continue;
+        const QSizeF text = nameBeside(scene, node.symbol).size();
+        candidates.push_back({node.symbol, node.box.square, text + QSizeF(2 * kNamePadX, 2 * kNamePadY), *priority});
+    }
+    placedLabels_ = placeLabels(std::move(candidates));
+}
+
+void GraphPainter::paintNames(QPainter& painter, const GraphFrame& frame, const CanvasPalette& palette) {
+    const GraphScene& scene = *frame.scene;
+    QColor backing = palette.windowBackground();
+    backing.setAlphaF(0.82f);
+    painter.save();
+    painter.setRenderHint(QPainter::Antialiasing);
+    for (const PlacedLabel& label : placedLabels_) {
+        painter.setPen(Qt::NoPen);
+        painter.setBrush(backing);
+        painter.drawRoundedRect(label.rect, 5, 5);
+        painter.setPen(palette.text());
+        painter.setFont(label.priority == LabelPriority::selected ? captionBold_ : caption_);
+        painter.drawStaticText(label.rect.topLeft() + QPointF(kNamePadX, kNamePadY), nameBeside(scene, label.symbol));
+    }
+    painter.restore();
 }
 
 void GraphPainter::paintTooltip(QPainter& painter, const TooltipFrame& tooltip, QSizeF viewSize) const {

@@ -1,6 +1,6 @@
 // Paints one frame of the graph: edges with their arrow heads, then the nodes in
-// ascending id order, then the hover tooltip. Shapes wholly outside the view are
-// skipped; everything else is drawn in full.
+// ascending id order, then the names beside nodes (CanvasLabels), then the hover tooltip. Shapes wholly outside the
+// view are skipped; everything else is drawn in full.
 //
 // The view paints through this class alone. It decides which nodes a frame shows and
 // how (ready-drawn images from its sprite cache, or drawn in full with glow, hover scale
@@ -16,9 +16,11 @@
 #include <QSizeF>
 #include <QStaticText>
 #include <optional>
+#include <unordered_map>
 #include <utility>
 #include <vector>
 
+#include "app/canvas/CanvasLabels.h"
 #include "app/canvas/CanvasPalette.h"
 #include "app/canvas/CanvasTooltip.h"
 #include "app/canvas/EdgeLayer.h"
@@ -85,6 +87,8 @@ public:
     // Lays the edges anew at the next frame even if nothing they depend on changed.
     void forgetEdges() { edges_.forget(); }
     double captionLineHeight() const { return captionLineHeight_; }
+    // The names beside nodes in the last frame painted.
+    const std::vector<PlacedLabel>& labels() const { return placedLabels_; }
 
 private:
     // A node drawn in full by paintNode (glowing, scaled or named), on the caller's thread.
@@ -98,7 +102,25 @@ private:
     void paintNode(QPainter& painter, const GraphFrame& frame, const CanvasPalette& palette, std::size_t symbol,
                    const NodeBox& box, const NodeStyle& style);
     void paintTooltip(QPainter& painter, const TooltipFrame& tooltip, QSizeF viewSize) const;
-    const QStaticText& labelBelow(const GraphScene& scene, std::size_t symbol, double width);
+    void placeNames(const GraphFrame& frame);
+    void paintNames(QPainter& painter, const GraphFrame& frame, const CanvasPalette& palette);
+    QString groupName(const GraphScene& scene, std::size_t symbol) const;
+    const QStaticText& nameBeside(const GraphScene& scene, std::size_t symbol);
+
+    // Prepared names of one graph's symbols, elided to one width, made as first needed.
+    class NameCache {
+    public:
+        const QStaticText& get(const GraphTopology& graph, std::size_t symbol, const QFont& font, double width);
+        void clear() {
+            names_.clear();
+            graph_ = nullptr;
+        }
+
+    private:
+        const GraphTopology* graph_ = nullptr;
+        double width_ = 0;
+        std::vector<std::optional<QStaticText>> names_;
+    };
 
     NodeSpriteCache sprites_;
     std::optional<CanvasPalette> spritePalette_;  // the colours the sprites were drawn in
@@ -107,9 +129,18 @@ private:
     std::vector<FullNode> fullNodes_;  // in the compositor's order of full nodes
     QFont caption_, captionBold_, caption2_, nodeLabel_;
     double captionLineHeight_ = 0;
-    const GraphTopology* labelsFor_ = nullptr;
-    double labelWidth_ = 0;
-    std::vector<std::optional<QStaticText>> labels_;
+    NameCache namesBelow_, namesBeside_;
+    // The selection's and the groups' names, for the scene of serial sceneNamesFor_.
+    std::uint64_t sceneNamesFor_ = 0;
+    std::unordered_map<std::size_t, QStaticText> sceneNames_;
+    std::unordered_map<std::size_t, QStaticText> counts_;  // inside group nodes, by count
+    struct VisibleNode {
+        std::size_t symbol;
+        NodeBox box;
+    };
+    std::vector<VisibleNode> visible_;  // the nodes of the frame being painted
+    std::size_t onScreen_ = 0;          // of those, the ones whose square is in the view
+    std::vector<PlacedLabel> placedLabels_;
 };
 
 }  // namespace vantrel

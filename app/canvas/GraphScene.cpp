@@ -55,15 +55,31 @@ GraphScene::GraphScene(std::shared_ptr<const GraphTopology> topology, const Scen
     std::optional<SelectionFocus> focus;
     if (in.selectedId) focus.emplace(SelectionFocus{*in.selectedId, in.impactLevels, in.downstreamContext});
     const QPointF center(in.viewSize.width() / 2, in.viewSize.height() / 2);
-    const NodePlaces placed = layoutPositions(*in.ir, in.basePositions, center, in.viewSize, focus);
     places_.assign(points, QPointF());
     hasPlace_.assign(points, 0);
-    for (const auto& [id, at] : placed) {
-        if (auto point = graph.indexOf(id)) {
+    auto placeAt = [&](std::string_view id, QPointF at) -> std::optional<std::size_t> {
+        auto point = graph.indexOf(id);
+        if (point && !hasPlace_[*point]) {
             places_[*point] = at;
             hasPlace_[*point] = 1;
             ++placeCount_;
         }
+        return point;
+    };
+    focused_ = in.focusedExpanded && in.selectedId && in.ir->symbols.count(*in.selectedId);
+    if (focused_) {
+        const IdSet& callees = in.ir->symbols.find(*in.selectedId)->second.refsOut;
+        const std::vector<FocusedNode> nodes =
+            computeFocusedLayout({*in.selectedId, in.impactLevels, callees, *in.focusedExpanded});
+        const QPointF origin = center + QPointF(focusedShift(nodes, in.viewSize.width()), 0);
+        for (const FocusedNode& node : nodes) {
+            auto point = placeAt(node.id, origin + QPointF(node.at.x, node.at.y));
+            if (point && node.isGroup())
+                groups_[*point] = {{node.level, std::string(fileOfSymbolId(node.id))}, node.members.size()};
+        }
+    } else {
+        for (const auto& [id, at] : layoutPositions(*in.ir, in.basePositions, center, in.viewSize, focus))
+            placeAt(id, at);
     }
 
     levels_.assign(points, 0);
@@ -91,6 +107,11 @@ GraphScene::GraphScene(std::shared_ptr<const GraphTopology> topology, const Scen
         if (known == edgeStyles_.end()) known = edgeStyles_.insert(edgeStyles_.end(), style);
         edgeStyleIndex_[e] = static_cast<std::uint8_t>(known - edgeStyles_.begin());
     }
+}
+
+const SceneGroup* GraphScene::groupAt(std::size_t point) const {
+    auto it = groups_.find(point);
+    return it == groups_.end() ? nullptr : &it->second;
 }
 
 NodeRole GraphScene::role(std::size_t point) const {

@@ -7,8 +7,10 @@
 #include <QSizeF>
 #include <QString>
 #include <cstdint>
+#include <map>
 #include <memory>
 #include <optional>
+#include <set>
 #include <string>
 #include <string_view>
 #include <unordered_map>
@@ -17,6 +19,7 @@
 #include "app/canvas/CanvasStyles.h"
 #include "app/state/StoreTypes.h"
 #include "core/impact/BlastRadius.h"
+#include "core/layout/FocusedLayout.h"
 #include "core/layout/GraphLayout.h"
 #include "core/model/ProjectIR.h"
 
@@ -63,6 +66,16 @@ struct SceneInputs {
     const EdgeSet& diffAddedEdges;
     double edgeOpacity = 0.55;  // the preference, unclamped
     QSizeF viewSize;
+    // Set: the focused view (core/layout/FocusedLayout) around the selection, with these
+    // groups expanded; without a selection it shows what the whole view would.
+    const std::set<FocusedGroupKey>* focusedExpanded = nullptr;
+};
+
+// A group node of the focused view: the members of one file on one level, drawn at its
+// first member's point.
+struct SceneGroup {
+    FocusedGroupKey key;
+    std::size_t size = 0;
 };
 
 class GraphScene {
@@ -84,6 +97,12 @@ public:
     QPointF place(std::size_t point) const { return places_[point]; }
     const std::vector<QPointF>& places() const { return places_; }
 
+    // Laid out by the focused view (so every placed symbol is the selection, in its reach
+    // or one of its callees).
+    bool isFocused() const { return focused_; }
+    // The group drawn at a point of the focused view; nullptr for a single symbol.
+    const SceneGroup* groupAt(std::size_t point) const;
+
     bool hasSelection() const { return hasSelection_; }
     // The selected point, when the selection is an id of this graph.
     std::optional<std::size_t> selectedPoint() const { return selectedPoint_; }
@@ -100,6 +119,8 @@ private:
     std::size_t placeCount_ = 0;
     std::vector<QPointF> places_;
     std::vector<std::uint8_t> hasPlace_;
+    bool focused_ = false;
+    std::map<std::size_t, SceneGroup> groups_;
     bool hasSelection_ = false;
     std::optional<std::size_t> selectedPoint_;
     std::vector<std::int32_t> levels_;  // per point; 0 for none

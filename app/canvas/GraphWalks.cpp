@@ -23,14 +23,23 @@ std::optional<std::string> firstOf(const ProjectIR& ir, const std::optional<std:
 }  // namespace
 
 GraphKeyAction graphKeyAction(int key, Qt::KeyboardModifiers modifiers) {
-    if (modifiers & Qt::ControlModifier) return GraphKeyAction::none;
+    if (modifiers & Qt::ControlModifier) {
+        switch (key) {
+            case Qt::Key_Equal:
+            case Qt::Key_Plus: return GraphKeyAction::zoomIn;
+            case Qt::Key_Minus: return GraphKeyAction::zoomOut;
+            case Qt::Key_0: return GraphKeyAction::zoomActual;
+            default: return GraphKeyAction::none;
+        }
+    }
     switch (key) {
         case Qt::Key_Up: return GraphKeyAction::selectParent;
         case Qt::Key_Down: return GraphKeyAction::selectChild;
         case Qt::Key_Left: return GraphKeyAction::previousSibling;
         case Qt::Key_Right: return GraphKeyAction::nextSibling;
         case Qt::Key_Tab:
-        case Qt::Key_Backtab: return GraphKeyAction::cycleLevel;
+            return modifiers & Qt::ShiftModifier ? GraphKeyAction::previousLevel : GraphKeyAction::nextLevel;
+        case Qt::Key_Backtab: return GraphKeyAction::previousLevel;
         case Qt::Key_Space: return GraphKeyAction::toggleCollapsed;
         case Qt::Key_Return:
         case Qt::Key_Enter: return GraphKeyAction::resetView;
@@ -47,26 +56,41 @@ std::optional<std::string> childOf(const ProjectIR& ir, const std::optional<std:
     return firstOf(ir, selected, &Symbol::refsOut);
 }
 
-WalkStep nextBlastRadiusLevel(SiblingCursor cursor, std::int64_t maxDepth, const ImpactLevels& levels) {
-    const int limit = static_cast<int>(std::clamp<std::int64_t>(maxDepth, 1, 3));
-    WalkStep step;
-    step.cursor = {cursor.level + 1 > limit ? 1 : cursor.level + 1, 0};
-    if (const IdSet* members = membersOf(levels, step.cursor.level)) step.select = *members->begin();
-    return step;
+void LevelWalk::follow(const std::optional<std::string>& selected, const ImpactLevels& levels) {
+    if (selected && selected == at_) return;
+    at_ = selected;
+    levels_ = levels;
+    level_ = 0;
+    index_ = -1;
 }
 
-std::optional<WalkStep> siblingStep(SiblingCursor cursor, int delta, const std::optional<std::string>& selected,
-                                    std::optional<int> selectedLevel, const ImpactLevels& levels) {
-    const int level = selectedLevel.value_or(cursor.level);
-    const IdSet* members = membersOf(levels, level);
+std::optional<std::string> LevelWalk::land(int level, int index) {
+    level_ = level;
+    index_ = index;
+    at_ = *std::next(membersOf(levels_, level)->begin(), index);
+    return at_;
+}
+
+std::optional<std::string> LevelWalk::stepLevel(int delta, const std::optional<std::string>& selected,
+                                                const ImpactLevels& levels, std::int64_t maxDepth) {
+    follow(selected, levels);
+    const int limit = static_cast<int>(std::clamp<std::int64_t>(maxDepth, 1, 3));
+    for (int level = level_ + delta; level >= 1 && level <= limit; level += delta)
+        if (membersOf(levels_, level)) return land(level, 0);
+    at_.reset();  // off the canvas: coming back starts afresh
+    return std::nullopt;
+}
+
+std::optional<std::string> LevelWalk::stepMember(int delta, const std::optional<std::string>& selected,
+                                                 const ImpactLevels& levels) {
+    follow(selected, levels);
+    const int level = std::max(level_, 1);
+    const IdSet* members = membersOf(levels_, level);
     if (!members) return std::nullopt;
     const int n = static_cast<int>(members->size());
-    int index = cursor.index;
-    if (selected)
-        if (auto at = members->find(*selected); at != members->end())
-            index = static_cast<int>(std::distance(members->begin(), at));
-    index = ((index + delta) % n + n) % n;
-    return WalkStep{{level, index}, *std::next(members->begin(), index)};
+    const int from = level_ == level ? index_ : -1;
+    const int index = from < 0 ? (delta > 0 ? 0 : n - 1) : ((from + delta) % n + n) % n;
+    return land(level, index);
 }
 
 }  // namespace vantrel

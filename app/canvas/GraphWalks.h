@@ -18,38 +18,49 @@ enum class GraphKeyAction {
     selectChild,
     previousSibling,
     nextSibling,
-    cycleLevel,
+    nextLevel,
+    previousLevel,
     toggleCollapsed,
     resetView,
-    escape
+    escape,
+    zoomIn,
+    zoomOut,
+    zoomActual
 };
 
-// Arrows, Tab (Shift+Tab too), Space, Return/Enter and Escape; nothing with Ctrl held,
-// while Shift, Alt and Meta make no difference.
+// Arrows, Tab and Shift+Tab (Backtab), Space, Return/Enter and Escape with Shift, Alt and
+// Meta making no difference, but nothing with Ctrl held; and Ctrl with "=" (or "+"), "-"
+// and "0" for the zoom.
 GraphKeyAction graphKeyAction(int key, Qt::KeyboardModifiers modifiers);
 
 // The first caller (`parent`) or callee (`child`) of the selection in ascending order.
 std::optional<std::string> parentOf(const ProjectIR& ir, const std::optional<std::string>& selected);
 std::optional<std::string> childOf(const ProjectIR& ir, const std::optional<std::string>& selected);
 
-// Where the level and sibling walks stand.
-struct SiblingCursor {
-    int level = 1;
-    int index = 0;
-    bool operator==(const SiblingCursor&) const = default;
+// The walks of Tab and the side arrows. A walk runs over the levels of the symbol that
+// was selected when it began, wherever it moves the selection; a selection made any
+// other way (or none) begins a new one at that symbol.
+class LevelWalk {
+public:
+    // Tab (+1) and Shift+Tab (-1): the first member of the next or previous level of 1 to
+    // min(max(maxDepth, 1), 3) that has members. Nothing past the last such level or before
+    // the first: the keyboard leaves the canvas, and the next walk starts afresh.
+    std::optional<std::string> stepLevel(int delta, const std::optional<std::string>& selected,
+                                         const ImpactLevels& levels, std::int64_t maxDepth);
+    // Right (+1) and left (-1) along the walk's level (level 1 on a fresh walk), wrapping:
+    // fresh, right gives its first member and left its last. Nothing without members.
+    std::optional<std::string> stepMember(int delta, const std::optional<std::string>& selected,
+                                          const ImpactLevels& levels);
+    int level() const { return level_; }  // 0 on a fresh walk
+
+private:
+    void follow(const std::optional<std::string>& selected, const ImpactLevels& levels);
+    std::optional<std::string> land(int level, int index);
+
+    std::optional<std::string> at_;  // where the walk left the selection
+    ImpactLevels levels_;            // its anchor's
+    int level_ = 0;
+    int index_ = -1;
 };
-
-struct WalkStep {
-    SiblingCursor cursor;
-    std::optional<std::string> select;  // the symbol to select, if any
-};
-
-// Tab: the next level of 1 to min(max(maxDepth, 1), 3), wrapping, and its first member.
-WalkStep nextBlastRadiusLevel(SiblingCursor cursor, std::int64_t maxDepth, const ImpactLevels& levels);
-
-// Left (-1) and right (+1) within the selection's own level, else the cursor's level,
-// wrapping at both ends. Nothing when that level has no members.
-std::optional<WalkStep> siblingStep(SiblingCursor cursor, int delta, const std::optional<std::string>& selected,
-                                    std::optional<int> selectedLevel, const ImpactLevels& levels);
 
 }  // namespace vantrel

@@ -24,13 +24,18 @@ namespace {
 constexpr double kDragThreshold = 10;
 constexpr double kMinZoom = 0.3, kMaxZoom = 3.0;
 constexpr double kWheelZoomPerNotch = 1.1;  // Ctrl+wheel: one notch of 120 units
+constexpr double kKeyZoomStep = 1.25;       // Ctrl+= and Ctrl+-
 constexpr double kMinPinchChange = 0.01;
 constexpr double kLegendInset = 12;
 
 }  // namespace
 
 ImpactGraphView::ImpactGraphView(ProjectStore& store, QWidget* parent)
-    : QWidget(parent), store_(store), legend_(new LegendPanel(this)), findAction_(new QAction(tr("Find"), this)) {
+    : QWidget(parent),
+      store_(store),
+      legend_(new LegendPanel(this)),
+      findAction_(new QAction(tr("Find"), this)),
+      modes_(new CanvasModeActions(this)) {
     setFocusPolicy(Qt::StrongFocus);
     setMouseTracking(true);
     setAttribute(Qt::WA_OpaquePaintEvent);
@@ -39,6 +44,11 @@ ImpactGraphView::ImpactGraphView(ProjectStore& store, QWidget* parent)
     findAction_->setShortcutContext(Qt::WindowShortcut);
     addAction(findAction_);
     connect(findAction_, &QAction::triggered, this, &ImpactGraphView::openSearch);
+    addAction(modes_->toggle());
+    connect(modes_, &CanvasModeActions::chosen, this, [this](CanvasMode mode) {
+        modeChosen_ = true;
+        setMode(mode);
+    });
 
     legend_->move(static_cast<int>(kLegendInset), static_cast<int>(kLegendInset));
     connect(legend_, &LegendPanel::searchSubmitted, this, &ImpactGraphView::selectFirstMatch);
@@ -50,6 +60,7 @@ ImpactGraphView::ImpactGraphView(ProjectStore& store, QWidget* parent)
     connect(&frameTimer_, &QTimer::timeout, this, &ImpactGraphView::animate);
 
     connectStore();
+    projectChanged();
     refreshPreferences();
     legend_->setVisible(store_.scanState().kind == ScanState::Kind::ready);
     legend_->setSelectedId(store_.selectedSymbolId());
@@ -63,8 +74,11 @@ ImpactGraphView::~ImpactGraphView() = default;
 void ImpactGraphView::connectStore() {
     connect(&store_, &ProjectStore::irChanged, this, [this] {
         topologyDirty_ = true;
+        projectChanged();
         sceneChanged();
     });
+    // Another project: its size picks the view again until the user picks one.
+    connect(&store_, &ProjectStore::projectRootChanged, this, [this] { modeChosen_ = false; });
     for (auto changed : {&ProjectStore::nodePositionsChanged, &ProjectStore::impactLevelsChanged,
                          &ProjectStore::downstreamContextChanged, &ProjectStore::collapsedNodesChanged,
                          &ProjectStore::diffModeEnabledChanged, &ProjectStore::diffAddedEdgesChanged})
@@ -74,6 +88,15 @@ void ImpactGraphView::connectStore() {
         legend_->setVisible(store_.scanState().kind == ScanState::Kind::ready);
         update();
     });
+}
+
+void ImpactGraphView::projectChanged() {
+    if (!modeChosen_ && store_.ir()) setMode(defaultCanvasMode(store_.ir()->symbols.size()));
+}
+
+void ImpactGraphView::setMode(CanvasMode mode) {
+    modes_->show(mode);
+    sceneChanged();
 }
 
 void ImpactGraphView::sceneChanged() {
@@ -87,6 +110,7 @@ void ImpactGraphView::selectionChanged() {
     // The store reports every write; only a different selection swells the node.
     if (store_.selectedSymbolId() != shownSelection_) {
         shownSelection_ = store_.selectedSymbolId();
+        expandedGroups_.clear();  // groups belong to the reach they were opened in
         animation_.startPulse(now());
         frameTimer_.start();
     }
@@ -122,7 +146,8 @@ void ImpactGraphView::rebuildScene() {
                              store_.diffModeEnabled(),
                              store_.diffAddedEdges(),
                              edgeOpacity_,
-                             QSizeF(size())};
+                             QSizeF(size()),
+                             modes_->mode() == CanvasMode::impact ? &expandedGroups_ : nullptr};
     scene_ = GraphScene(topology_, inputs);
 
     if (animation_.glide(before, beforePlaces, beforeVelocity, scene_, t)) frameTimer_.start();
@@ -239,10 +264,12 @@ void ImpactGraphView::refreshPreferences() {
 bool ImpactGraphView::event(QEvent* event) {
     if (event->type() == QEvent::KeyPress) {
         auto* key = static_cast<QKeyEvent*>(event);
-        // Tab walks the levels here instead of moving the focus.
-        if ((key->key() == Qt::Key_Tab || key->key() == Qt::Key_Backtab) && !(key->modifiers() & Qt::ControlModifier)) {
-            handleKey(key);
-            return true;
+        // Tab walks the levels here, and moves the focus on only after the last of them.
+        const GraphKeyAction action = graphKeyAction(key->key(), key->modifiers());
+        if (action == GraphKeyAction::nextLevel || action == GraphKeyAction::previousLevel) {
+            if (legend_->searchField()->hasFocus() || stepLevel(action == GraphKeyAction::nextLevel ? 1 : -1))
+                return true;
+            return QWidget::event(event);
         }
     }
     if (event->type() == QEvent::NativeGesture && pinch(static_cast<QNativeGestureEvent*>(event))) return true;
@@ -287,9 +314,13 @@ void ImpactGraphView::handleKey(QKeyEvent* event) {
     switch (graphKeyAction(event->key(), event->modifiers())) {
         case GraphKeyAction::selectParent: selectParent(); break;
         case GraphKeyAction::selectChild: selectChild(); break;
-        case GraphKeyAction::previousSibling: cycleSibling(-1); break;
-        case GraphKeyAction::nextSibling: cycleSibling(1); break;
-        case GraphKeyAction::cycleLevel: cycleBlastRadiusLevel(); break;
+        case GraphKeyAction::previousSibling: stepMember(-1); break;
+        case GraphKeyAction::nextSibling: stepMember(1); break;
+        case GraphKeyAction::nextLevel:
+        case GraphKeyAction::previousLevel: break;  // in event(), before the focus moves
+        case GraphKeyAction::zoomIn: zoomTo(zoom_ * kKeyZoomStep); break;
+        case GraphKeyAction::zoomOut: zoomTo(zoom_ / kKeyZoomStep); break;
+        case GraphKeyAction::zoomActual: zoomTo(1.0); break;
         case GraphKeyAction::toggleCollapsed: store_.toggleCollapsedSelected(); break;
         case GraphKeyAction::resetView: resetView(); break;
         case GraphKeyAction::escape:
@@ -310,19 +341,21 @@ void ImpactGraphView::selectChild() {
     if (auto id = childOf(*store_.ir(), store_.selectedSymbolId())) store_.select(*id);
 }
 
-void ImpactGraphView::cycleSibling(int delta) {
-    const auto& selected = store_.selectedSymbolId();
-    const auto step = siblingStep(sibling_, delta, selected, store_.impactLevel(selected.value_or(std::string())),
-                                  store_.impactLevels());
-    if (!step) return;
-    sibling_ = step->cursor;
-    if (step->select) store_.select(*step->select);
+void ImpactGraphView::stepMember(int delta) {
+    if (auto id = walk_.stepMember(delta, store_.selectedSymbolId(), store_.impactLevels())) store_.select(*id);
 }
 
-void ImpactGraphView::cycleBlastRadiusLevel() {
-    const WalkStep step = nextBlastRadiusLevel(sibling_, store_.config().maxDepth, store_.impactLevels());
-    sibling_ = step.cursor;
-    if (step.select) store_.select(*step.select);
+bool ImpactGraphView::stepLevel(int delta) {
+    auto id = walk_.stepLevel(delta, store_.selectedSymbolId(), store_.impactLevels(), store_.config().maxDepth);
+    if (id) store_.select(*id);
+    return id.has_value();
+}
+
+void ImpactGraphView::zoomTo(double zoom) {
+    stopViewReset();
+    zoomAnchor_ = 1.0;
+    applyZoom(zoom);
+    zoomAnchor_ = zoom_;
 }
 
 void ImpactGraphView::resetView() {
@@ -381,6 +414,14 @@ std::optional<std::size_t> ImpactGraphView::symbolAt(QPointF point) {
     return picker_.nodeAt(frame, point);
 }
 
+std::optional<QPointF> ImpactGraphView::placeOf(const std::string& id) {
+    ensureScene();
+    if (scene_.isEmpty()) return std::nullopt;
+    auto point = scene_.topology().indexOf(id);
+    if (!point || !scene_.hasPlace(*point)) return std::nullopt;
+    return scene_.place(*point);
+}
+
 std::optional<std::string> ImpactGraphView::nodeAt(QPointF point) {
     if (auto symbol = symbolAt(point)) return scene_.topology().id(*symbol);
     return std::nullopt;
@@ -426,7 +467,13 @@ void ImpactGraphView::mouseReleaseEvent(QMouseEvent* event) {
         panAnchor_ = pan_;
         return;
     }
-    if (pressedNode_ && symbolAt(event->position()) == pressedNode_) store_.select(scene_.topology().id(*pressedNode_));
+    if (!pressedNode_ || symbolAt(event->position()) != pressedNode_) return;
+    if (const SceneGroup* group = scene_.groupAt(*pressedNode_)) {
+        expandedGroups_.insert(group->key);
+        sceneChanged();
+        return;
+    }
+    store_.select(scene_.topology().id(*pressedNode_));
 }
 
 void ImpactGraphView::leaveEvent(QEvent* event) {

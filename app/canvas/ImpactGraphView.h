@@ -3,11 +3,16 @@
 // outside). It reads everything from the store and changes the project only through
 // the store's operations; pan, zoom, hover and the search text are its own.
 //
-// Mouse: a drag of 10 points or more pans, a click on a node selects it, hovering shows
-// a tooltip; a touchpad pinch or Ctrl+wheel zooms (0.3 to 3.0, about the centre).
-// Keys: Up/Down to the first caller/callee, Left/Right through the selection's level,
-// Tab through levels 1 to 3, Space collapses the selection, Return resets pan and zoom,
-// Escape closes the search or clears the selection, Ctrl+F opens the search.
+// It shows one of two views (CanvasModes): all symbols, or only the selection's reach
+// and callees by level ("Impact", the default for a project of more than 400 symbols).
+//
+// Mouse: a drag of 10 points or more pans, a click on a node selects it (on a group of
+// the Impact view, shows its members), hovering shows a tooltip; a touchpad pinch,
+// Ctrl+wheel and Ctrl+= / Ctrl+- zoom (0.3 to 3.0, about the centre), Ctrl+0 returns to 1.
+// Keys: Up/Down to the first caller/callee, Right/Left through the members of a level
+// (GraphWalks' LevelWalk), Tab/Shift+Tab through levels 1 to 3 and then out of the
+// canvas, Space collapses the selection, Return resets pan and zoom, Escape closes the
+// search or clears the selection, Ctrl+F opens the search, Ctrl+I switches the view.
 #pragma once
 
 #include <QElapsedTimer>
@@ -17,10 +22,12 @@
 #include <map>
 #include <memory>
 #include <optional>
+#include <set>
 #include <string>
 #include <vector>
 
 #include "app/canvas/CanvasAnimation.h"
+#include "app/canvas/CanvasModes.h"
 #include "app/canvas/CanvasMotion.h"
 #include "app/canvas/GraphPainter.h"
 #include "app/canvas/GraphScene.h"
@@ -45,10 +52,16 @@ public:
     // Ctrl+F, active anywhere in the canvas's window: opens the search. The window may put
     // this action in a menu; it should not bind Ctrl+F to anything else.
     QAction* findAction() const { return findAction_; }
+    // "All symbols" and "Impact" for a toolbar, and Ctrl+I between them (active anywhere
+    // in the canvas's window).
+    CanvasModeActions* modeActions() const { return modes_; }
+    CanvasMode mode() const { return modes_->mode(); }
 
     QPointF pan() const { return pan_; }
     double zoom() const { return zoom_; }
     std::optional<std::string> hoveredId() const { return hoveredId_; }
+    // Where the node of `id` comes to rest, before pan and zoom; nothing if it is not drawn.
+    std::optional<QPointF> placeOf(const std::string& id);
     // The id of the topmost node whose square holds `point` (widget coordinates).
     std::optional<std::string> nodeAt(QPointF point);
 
@@ -60,6 +73,7 @@ public slots:
     // Reads the edge opacity and node size preferences again. Done whenever the canvas's
     // window is activated; a settings window that changes them live calls it too.
     void refreshPreferences();
+    void setMode(CanvasMode mode);
 
 protected:
     bool event(QEvent* event) override;
@@ -88,8 +102,10 @@ private:
     void handleKey(QKeyEvent* event);
     void selectParent();
     void selectChild();
-    void cycleSibling(int delta);
-    void cycleBlastRadiusLevel();
+    void stepMember(int delta);
+    bool stepLevel(int delta);
+    void zoomTo(double zoom);
+    void projectChanged();
     void selectFirstMatch();
     void closeSearch();
     void updateSearchHits();
@@ -119,7 +135,10 @@ private:
     QPointF pan_, panAnchor_;
     double zoom_ = 1.0, zoomAnchor_ = 1.0;
     std::optional<std::string> hoveredId_;
-    SiblingCursor sibling_;
+    LevelWalk walk_;
+    CanvasModeActions* modes_;
+    bool modeChosen_ = false;  // by the user, for this project
+    std::set<FocusedGroupKey> expandedGroups_;
     double edgeOpacity_ = 0.55;
     QString nodeSize_;
     std::vector<std::uint8_t> searchHits_;  // per symbol; empty while nothing is searched

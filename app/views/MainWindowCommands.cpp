@@ -8,6 +8,7 @@
 #include <QToolBar>
 #include <QToolButton>
 
+#include "app/canvas/ImpactGraphView.h"
 #include "app/state/ProjectStore.h"
 #include "app/views/MainWindow.h"
 #include "imageexport/GraphExportFormat.h"
@@ -81,6 +82,10 @@ void MainWindow::buildToolbar() {
     addAction(exportAction_);
     connect(exportAction_, &QAction::triggered, this,
             [this] { exportMenu_->popup(exportButton_->mapToGlobal(QPoint(0, exportButton_->height()))); });
+
+    // The canvas's two views; Ctrl+I, the canvas's own, switches them too.
+    toolbar->addSeparator();
+    toolbar->addActions(graph_->modeActions()->choices());
 }
 
 void MainWindow::rebuildRecentMenu() {

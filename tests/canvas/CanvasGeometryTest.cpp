@@ -157,16 +157,36 @@ private slots:
         QCOMPARE(tooltipCenter({10, 300}, 18, {200, 600}), QPointF(60, 238));
     }
 
-    void tooltipPathsAreShortenedPast44Characters() {
-        const QString exactly44 = QString(40, 'a') + ".tsx";
-        QCOMPARE(shortenedTooltipPath(exactly44), exactly44);
-        const QString path45 = "src/" + QString(36, 'b') + "c.tsx";
-        const QString shortened = shortenedTooltipPath(path45);
-        QCOMPARE(shortened.size(), 45);
-        QCOMPARE(shortened, path45.left(22) + QChar(0x2026) + path45.right(22));
+    void theFocusedLayoutIsCentredWhenItFitsElseKeepsTheSelectionAndItsCallersInSight() {
+        auto at = [](std::initializer_list<double> xs) {
+            std::vector<FocusedNode> nodes;
+            for (double x : xs) nodes.push_back({"id", 0, {x, 0}, {}});
+            return nodes;
+        };
+        // From -560 to 240 in 1000: centred.
+        QCOMPARE(focusedShift(at({0, -300, -540}), 1000), 160.0);
+        // Callees too, from -320 to 540.
+        QCOMPARE(focusedShift(at({0, -300, 300}), 1000), -110.0);
+        // From -1520 to 240: the right end 10 inside the view.
+        QCOMPARE(focusedShift(at({0, -300, -1500}), 1000), 250.0);
+        // Wide on both sides: the selection 330 from the left side.
+        QCOMPARE(focusedShift(at({0, -1500, 1500}), 1000), -170.0);
+    }
+
+    void tooltipPathsKeepTheFileNameAndLineAndGiveWayAtTheFront() {
+        QCOMPARE(tooltipPath("src/a.ts", 12), QString("src/a.ts:12"));
+        const QString exactly44 = "src/" + QString(33, 'a') + ".ts";  // with ":123"
+        QCOMPARE(tooltipPath(exactly44, 123), exactly44 + ":123");
+        // 65 characters: the longest tail from a folder boundary that fits 44 with the "…".
+        QCOMPARE(tooltipPath("packages/checkout/src/components/cart/summary/CartSummary.tsx", 120),
+                 QString("\u2026/cart/summary/CartSummary.tsx:120"));
+        // A file name longer than the limit is kept whole, with its folder cut away.
+        const QString longName = QString(50, 'x') + ".py";
+        QCOMPARE(tooltipPath("deep/folder/" + longName, 7), QString("\u2026/") + longName + ":7");
+        QCOMPARE(tooltipPath(longName, 7), longName + ":7");
         // Characters, not code units: a letter with a combining accent counts once.
-        const QString accented = QString(43, 'x') + QString("e\u0301");
-        QCOMPARE(shortenedTooltipPath(accented), accented);
+        const QString accented = "src/" + QString(33, 'x') + QString("e\u0301") + ".ts";
+        QCOMPARE(tooltipPath(accented, 12), accented + ":12");
     }
 };
 

@@ -1,6 +1,7 @@
 // Frames painted on several threads in bands of rows are the frames one thread paints
 // straight onto the image, pixel for pixel, on a graph dense enough that curves, arrow
-// heads and node images cross every band boundary.
+// heads and node images cross every band boundary. The names beside nodes: which nodes
+// carry one in a crowded and in a close view, and where they go.
 #include <QImage>
 #include <QPainter>
 #include <QTest>
@@ -8,7 +9,9 @@
 #include <cmath>
 #include <memory>
 #include <numbers>
+#include <set>
 
+#include "app/canvas/CanvasLabels.h"
 #include "app/canvas/CanvasTooltip.h"
 #include "app/canvas/GraphPainter.h"
 #include "app/canvas/GraphScene.h"
@@ -134,6 +137,95 @@ private slots:
         for (int y = 0; y < frame.height(); ++y)
             for (int x = 0; x < frame.width(); ++x) drawn += frame.pixel(x, y) != ground;
         QVERIFY(drawn > frame.width() * frame.height() / 2);
+    }
+
+    void theSelectionAndItsDirectCallersAreNamedAndAllNodesWhenFew() {
+        const DenseGraph graph;
+        const auto topology = std::make_shared<const GraphTopology>(graph.ir);
+        const std::optional<std::string> hub = "src/m1.ts:f7";
+        const ImpactLevels levels = calculateBlastRadius(*hub, graph.ir, 3);
+        const IdSet noIds, downstream = graph.ir.symbols.at(*hub).refsOut;
+        const EdgeSet noEdges;
+        const QSize view(900, 640);
+        const GraphScene scene(
+            topology, SceneInputs{&graph.ir, graph.places, hub, levels, downstream, noIds, false, noEdges, 0.55, view});
+        const QRectF viewRect(QPointF(0, 0), QSizeF(view));
+        auto screen = [&](std::size_t symbol, double zoom) {
+            return ViewTransform{QPointF(-20, 15), zoom, QPointF(view.width() / 2.0, view.height() / 2.0)}.toScreen(
+                scene.place(symbol));
+        };
+        GraphPainter painter(1);
+
+        // Crowded: the selection and exactly the direct callers on screen, nothing else.
+        paintFrame(painter, scene, graph.ir, view, 1.0, false);
+        std::set<std::size_t> named, expected{*topology->indexOf(*hub)}, allowed = expected;
+        for (const PlacedLabel& label : painter.labels()) named.insert(label.symbol);
+        std::size_t onScreen = 0;
+        for (std::size_t s = 0; s < topology->symbolCount(); ++s) onScreen += viewRect.contains(screen(s, 1.3));
+        QVERIFY(onScreen >= kAllNamesBelow);
+        for (const std::string& id : levels.at(1)) {
+            const std::size_t s = *topology->indexOf(id);
+            allowed.insert(s);  // one just off screen may keep its name
+            if (viewRect.contains(screen(s, 1.3))) expected.insert(s);
+        }
+        QVERIFY(expected.size() > 3);
+        for (std::size_t s : expected) QVERIFY2(named.count(s), qPrintable(QString::fromStdString(topology->id(s))));
+        for (std::size_t s : named) QVERIFY2(allowed.count(s), qPrintable(QString::fromStdString(topology->id(s))));
+
+        // Close up, few nodes on screen: each gets its name where it fits, and names
+        // other than the required ones never overlap another. The first zoom that leaves
+        // more than ten and fewer than kAllNamesBelow on screen:
+        std::set<std::size_t> visible;
+        for (double zoom : {2.0, 2.5, 3.0, 4.0, 5.0, 6.0}) {
+            visible.clear();
+            for (std::size_t s = 0; s < topology->symbolCount(); ++s)
+                if (scene.hasPlace(s) && viewRect.contains(screen(s, zoom))) visible.insert(s);
+            if (visible.size() > 10 && visible.size() < kAllNamesBelow - 30) {  // clear of squares at the edges
+                paintFrame(painter, scene, graph.ir, view, 1.0, false, zoom);
+                break;
+            }
+        }
+        QVERIFY(visible.size() > 10 && visible.size() < kAllNamesBelow - 30);
+        // Every node on screen is named (where they go: the next test).
+        const std::vector<PlacedLabel>& labels = painter.labels();
+        named.clear();
+        for (const PlacedLabel& label : labels) named.insert(label.symbol);
+        for (std::size_t s : visible) QVERIFY(named.count(s));
+    }
+
+    void namesFindTheFirstFreeSpotAroundTheirNode() {
+        // Three nodes of 20 in a row, names 60 wide: closer than their names.
+        auto node = [](std::size_t symbol, double x, LabelPriority priority) {
+            return LabelCandidate{symbol, QRectF(x, 0, 20, 20), QSizeF(60, 14), priority};
+        };
+        const std::vector<PlacedLabel> placed = placeLabels({node(2, 150, LabelPriority::optional),
+                                                             node(1, 100, LabelPriority::required),
+                                                             node(0, 200, LabelPriority::selected)});
+        QCOMPARE(placed.size(), 3u);
+        // The selection first, to the right (225 to 285). The caller's right (125 to 185)
+        // holds the third node (150 to 170), its left (35 to 95) is free. The third's right
+        // (175 to 235) holds the selection's node, its left (85 to 145) the caller's name:
+        // below.
+        QCOMPARE(placed[0].symbol, 0u);
+        QCOMPARE(placed[0].rect, QRectF(225, 3, 60, 14));
+        QCOMPARE(placed[1].rect, QRectF(35, 3, 60, 14));
+        QCOMPARE(placed[2].rect, QRectF(130, 25, 60, 14));
+        // Hemmed in on all sides: right, left, below and above, then the spot with the
+        // fewest names on it, the first of equals. The fifth finds one on each (right),
+        // the sixth two right and one left (left), the seventh, optional, below.
+        std::vector<LabelCandidate> crowd;
+        for (std::size_t i = 0; i < 6; ++i) crowd.push_back(node(10 + i, 0, LabelPriority::required));
+        crowd.push_back(node(99, 0, LabelPriority::optional));
+        const std::vector<PlacedLabel> crowded = placeLabels(crowd);
+        QCOMPARE(crowded.size(), 7u);
+        QCOMPARE(crowded[4].rect, crowded[0].rect);
+        QCOMPARE(crowded[5].rect, crowded[1].rect);
+        QCOMPARE(crowded[6].rect, crowded[2].rect);
+        QCOMPARE(crowded[6].symbol, 99u);
+        QCOMPARE(labelPriority({false, false, false}, kAllNamesBelow - 1, false), LabelPriority::optional);
+        QCOMPARE(labelPriority({false, false, false}, kAllNamesBelow, false), std::nullopt);
+        QCOMPARE(labelPriority({false, false, true}, 5000, true), LabelPriority::optional);
+        QCOMPARE(labelPriority({false, true, false}, 5000, false), LabelPriority::required);
     }
 };
 

@@ -1,5 +1,6 @@
 // The keyboard's walks over the graph: which key does what, up and down the calls,
-// through the levels with Tab and along one level with left and right.
+// through the levels with Tab and along one level with left and right, each walk over
+// the levels of the symbol it began at.
 #include <QTest>
 
 #include "app/canvas/GraphWalks.h"
@@ -24,11 +25,19 @@ private slots:
         QCOMPARE(graphKeyAction(Qt::Key_Up, Qt::NoModifier), GraphKeyAction::selectParent);
         QCOMPARE(graphKeyAction(Qt::Key_Left, Qt::ShiftModifier | Qt::AltModifier | Qt::MetaModifier),
                  GraphKeyAction::previousSibling);
-        QCOMPARE(graphKeyAction(Qt::Key_Backtab, Qt::ShiftModifier), GraphKeyAction::cycleLevel);
+        QCOMPARE(graphKeyAction(Qt::Key_Tab, Qt::NoModifier), GraphKeyAction::nextLevel);
+        QCOMPARE(graphKeyAction(Qt::Key_Backtab, Qt::ShiftModifier), GraphKeyAction::previousLevel);
+        QCOMPARE(graphKeyAction(Qt::Key_Tab, Qt::ShiftModifier), GraphKeyAction::previousLevel);
         QCOMPARE(graphKeyAction(Qt::Key_Enter, Qt::KeypadModifier), GraphKeyAction::resetView);
         for (int key : {Qt::Key_Up, Qt::Key_Tab, Qt::Key_Space, Qt::Key_Escape, Qt::Key_Return})
             QCOMPARE(graphKeyAction(key, Qt::ControlModifier), GraphKeyAction::none);
         QCOMPARE(graphKeyAction(Qt::Key_A, Qt::NoModifier), GraphKeyAction::none);
+        // The zoom keys, "+" as typed with Shift on most layouts too.
+        QCOMPARE(graphKeyAction(Qt::Key_Equal, Qt::ControlModifier), GraphKeyAction::zoomIn);
+        QCOMPARE(graphKeyAction(Qt::Key_Plus, Qt::ControlModifier | Qt::ShiftModifier), GraphKeyAction::zoomIn);
+        QCOMPARE(graphKeyAction(Qt::Key_Minus, Qt::ControlModifier), GraphKeyAction::zoomOut);
+        QCOMPARE(graphKeyAction(Qt::Key_0, Qt::ControlModifier), GraphKeyAction::zoomActual);
+        QCOMPARE(graphKeyAction(Qt::Key_0, Qt::NoModifier), GraphKeyAction::none);
     }
 
     void upAndDownGoToTheFirstCallerAndCalleeIfAny() {
@@ -49,37 +58,46 @@ private slots:
         QCOMPARE(parentOf(ir, std::nullopt), std::nullopt);
     }
 
-    void tabWalksLevelsOneToThreeWhateverTheDepth() {
-        // Depth 0 acts as 1: Tab stays on level 1 and selects its first member each time.
-        WalkStep step = nextBlastRadiusLevel({1, 2}, 0, kLevels);
-        QCOMPARE(step.cursor, (SiblingCursor{1, 0}));
-        QCOMPARE(step.select, std::optional<std::string>("a"));
-        QCOMPARE(nextBlastRadiusLevel({1, 0}, 1, kLevels).cursor, (SiblingCursor{1, 0}));
-        // Depth 7 still wraps after 3. Level 2 has no members: the cursor moves, nothing
-        // is selected.
-        step = nextBlastRadiusLevel({1, 1}, 7, kLevels);
-        QCOMPARE(step.cursor, (SiblingCursor{2, 0}));
-        QCOMPARE(step.select, std::nullopt);
-        QCOMPARE(nextBlastRadiusLevel(step.cursor, 7, kLevels).select, std::optional<std::string>("z"));
-        QCOMPARE(nextBlastRadiusLevel({3, 0}, 7, kLevels).cursor, (SiblingCursor{1, 0}));
+    void tabStopsAtEachLevelWithMembersThenLeaves() {
+        const std::optional<std::string> root("root");
+        LevelWalk walk;
+        // Depth 7 walks levels 1 to 3; level 2 has no members and is no stop.
+        QCOMPARE(walk.stepLevel(1, root, kLevels, 7), std::optional<std::string>("a"));
+        // The selection moved to "a", whose own levels are others: the walk keeps root's.
+        const ImpactLevels ofA{{1, {"q"}}};
+        QCOMPARE(walk.stepLevel(1, std::string("a"), ofA, 7), std::optional<std::string>("z"));
+        QCOMPARE(walk.stepLevel(1, std::string("z"), {}, 7), std::nullopt);  // past the last: out
+        // Back in, the walk starts afresh at the selection; Shift+Tab before level 1 leaves.
+        QCOMPARE(walk.stepLevel(-1, root, kLevels, 7), std::nullopt);
+        QCOMPARE(walk.stepLevel(1, root, kLevels, 7), std::optional<std::string>("a"));
+        QCOMPARE(walk.stepLevel(1, std::string("a"), ofA, 7), std::optional<std::string>("z"));
+        QCOMPARE(walk.stepLevel(-1, std::string("z"), {}, 7), std::optional<std::string>("a"));
+        // Depth 0 acts as 1: one stop.
+        LevelWalk shallow;
+        QCOMPARE(shallow.stepLevel(1, root, kLevels, 0), std::optional<std::string>("a"));
+        QCOMPARE(shallow.stepLevel(1, std::string("a"), ofA, 0), std::nullopt);
+        // Nothing calls the selection: Tab leaves at once.
+        QCOMPARE(LevelWalk().stepLevel(1, root, {}, 3), std::nullopt);
     }
 
-    void leftAndRightWrapAroundTheLevel() {
-        // The selection's own level decides, and its place in it.
-        auto step = siblingStep({3, 0}, -1, std::string("a"), 1, kLevels);
-        QCOMPARE(step->cursor, (SiblingCursor{1, 2}));
-        QCOMPARE(step->select, std::optional<std::string>("c"));
-        step = siblingStep({1, 0}, 1, std::string("c"), 1, kLevels);
-        QCOMPARE(step->select, std::optional<std::string>("a"));
-        // The selection itself has no level: the cursor's level and index go on.
-        step = siblingStep({1, 1}, 1, std::string("root"), std::nullopt, kLevels);
-        QCOMPARE(step->cursor, (SiblingCursor{1, 2}));
-        // A stale index from a longer level still lands inside this one.
-        step = siblingStep({3, 5}, 1, std::nullopt, std::nullopt, kLevels);
-        QCOMPARE(step->cursor, (SiblingCursor{3, 0}));
-        // Nothing to walk: no members on the level, or no levels at all.
-        QVERIFY(!siblingStep({2, 0}, 1, std::string("root"), std::nullopt, kLevels));
-        QVERIFY(!siblingStep({1, 0}, -1, std::nullopt, std::nullopt, {}));
+    void sideArrowsStepThroughTheLevelFromAFreshSelection() {
+        const std::optional<std::string> root("root");
+        LevelWalk walk;
+        QCOMPARE(walk.stepMember(1, root, kLevels), std::optional<std::string>("a"));  // the first
+        QCOMPARE(walk.stepMember(1, std::string("a"), {}), std::optional<std::string>("b"));
+        QCOMPARE(walk.stepMember(1, std::string("b"), {}), std::optional<std::string>("c"));
+        QCOMPARE(walk.stepMember(1, std::string("c"), {}), std::optional<std::string>("a"));  // wraps
+        QCOMPARE(walk.stepMember(-1, std::string("a"), {}), std::optional<std::string>("c"));
+        // A selection made elsewhere starts a new walk: left from fresh gives the last.
+        QCOMPARE(walk.stepMember(-1, root, kLevels), std::optional<std::string>("c"));
+        // Tab then the arrows: along the level Tab reached.
+        LevelWalk mixed;
+        QCOMPARE(mixed.stepLevel(1, root, kLevels, 3), std::optional<std::string>("a"));
+        QCOMPARE(mixed.stepLevel(1, std::string("a"), {}, 3), std::optional<std::string>("z"));
+        QCOMPARE(mixed.stepMember(1, std::string("z"), {}), std::optional<std::string>("z"));
+        // Nothing to walk.
+        QCOMPARE(LevelWalk().stepMember(1, root, {}), std::nullopt);
+        QCOMPARE(LevelWalk().stepMember(1, std::nullopt, {{2, {"x"}}}), std::nullopt);
     }
 };
 

@@ -8,6 +8,7 @@
 #include <QNativeGestureEvent>
 #include <QPointingDevice>
 #include <QTest>
+#include <QVBoxLayout>
 #include <QWheelEvent>
 
 #include "app/canvas/CanvasLayout.h"
@@ -188,13 +189,95 @@ private slots:
         QTest::keyClick(&view(), Qt::Key_Down, Qt::ShiftModifier);
         settle();
         QCOMPARE(store().selectedSymbolId(), OptionalSymbolId(kValues));
-        // Tab goes to level 2 of _values, whose first member is report.
+        // Tab goes to level 1 of _values, then to level 2, whose first member is report.
+        QTest::keyClick(&view(), Qt::Key_Tab);
+        settle();
+        QCOMPARE(store().selectedSymbolId(), OptionalSymbolId(kComputeTotal));
         QTest::keyClick(&view(), Qt::Key_Tab);
         settle();
         QCOMPARE(store().selectedSymbolId(), OptionalSymbolId("py/pkg/report.py:report:function"));
         QTest::keyClick(&view(), Qt::Key_Space);
         QCOMPARE(store().collapsedNodes(), IdSet{"py/pkg/report.py:report:function"});
         QVERIFY(view().hasFocus());  // Tab walked the levels instead of moving the focus
+    }
+
+    void ctrlPlusMinusAndZeroZoomAboutTheCentre() {
+        QTest::keyClick(&view(), Qt::Key_Equal, Qt::ControlModifier);
+        QCOMPARE(view().zoom(), 1.25);
+        QTest::keyClick(&view(), Qt::Key_Minus, Qt::ControlModifier);
+        QTest::keyClick(&view(), Qt::Key_Minus, Qt::ControlModifier);
+        QCOMPARE(view().zoom(), 1.0 / 1.25);
+        for (int i = 0; i < 12; ++i) QTest::keyClick(&view(), Qt::Key_Plus, Qt::ControlModifier | Qt::ShiftModifier);
+        QCOMPARE(view().zoom(), 3.0);
+        // A wheel step goes on from a key's zoom, and Ctrl+0 comes back to 1 at once.
+        wheel(view(), -1, Qt::ControlModifier);
+        QCOMPARE(view().zoom(), 3.0 / 1.1);
+        QTest::keyClick(&view(), Qt::Key_0, Qt::ControlModifier);
+        QCOMPARE(view().zoom(), 1.0);
+        QCOMPARE(view().pan(), QPointF(0, 0));
+    }
+
+    void sideArrowsStepThroughTheLevelAndTabLeavesAfterTheLastLevel() {
+        // compute_total's direct callers: report (py) and summarize (tsx), in id order.
+        const std::string report = "py/pkg/report.py:report:function";
+        const std::string summarize = "src/app/View.tsx:summarize:function";
+        QWidget host;
+        auto* before = new QLineEdit(&host);
+        auto* graph = new ImpactGraphView(store(), &host);
+        auto* after = new QLineEdit(&host);
+        auto* column = new QVBoxLayout(&host);
+        for (QWidget* w : std::initializer_list<QWidget*>{before, graph, after}) column->addWidget(w);
+        host.resize(700, 700);
+        host.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&host));
+        select(kComputeTotal);
+        graph->setFocus();
+
+        QTest::keyClick(graph, Qt::Key_Right);  // from a fresh selection: the first member
+        settle();
+        QCOMPARE(store().selectedSymbolId(), OptionalSymbolId(report));
+        QTest::keyClick(graph, Qt::Key_Right);  // still compute_total's level, not report's
+        settle();
+        QCOMPARE(store().selectedSymbolId(), OptionalSymbolId(summarize));
+        QTest::keyClick(graph, Qt::Key_Right);
+        settle();
+        QCOMPARE(store().selectedSymbolId(), OptionalSymbolId(report));
+        QTest::keyClick(graph, Qt::Key_Left);
+        settle();
+        QCOMPARE(store().selectedSymbolId(), OptionalSymbolId(summarize));
+
+        // Tab: the first member of each of compute_total's levels up to 3, by a
+        // breadth-first walk over the callers written here; then out of the canvas, and
+        // Shift+Tab from a fresh selection goes out backwards.
+        std::vector<std::string> firsts;
+        IdSet seen{kComputeTotal}, frontier{kComputeTotal};
+        for (int level = 1; level <= 3; ++level) {
+            IdSet next;
+            for (const std::string& id : frontier)
+                for (const std::string& caller : store().ir()->symbols.at(id).refsIn)
+                    if (seen.insert(caller).second) next.insert(caller);
+            if (next.empty()) break;
+            firsts.push_back(*next.begin());
+            frontier = next;
+        }
+        QCOMPARE(firsts.front(), report);
+        QVERIFY(firsts.size() >= 2);
+        select(kComputeTotal);
+        graph->setFocus();
+        for (const std::string& first : firsts) {
+            QTest::keyClick(graph, Qt::Key_Tab);
+            settle();
+            QCOMPARE(store().selectedSymbolId(), OptionalSymbolId(first));
+            QVERIFY(graph->hasFocus());
+        }
+        QTest::keyClick(graph, Qt::Key_Tab);
+        settle();
+        QVERIFY(after->hasFocus());
+        QCOMPARE(store().selectedSymbolId(), OptionalSymbolId(firsts.back()));
+        graph->setFocus();
+        select(kComputeTotal);
+        QTest::keyClick(graph, Qt::Key_Backtab, Qt::ShiftModifier);
+        QVERIFY(before->hasFocus());
     }
 
     void keysTypedIntoTheSearchFieldStayThereAndTwoEscapesCloseThenClear() {

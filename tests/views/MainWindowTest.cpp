@@ -1,6 +1,6 @@
 // The main window over a store with scripted panels: the panel per scan state, drops,
 // the recent list in the overlay and the menu, the export shortcut and failure alert,
-// the onboarding card, and the colour scheme.
+// the onboarding card, the graph's two views, and the colour scheme.
 #include <QAction>
 #include <QApplication>
 #include <QMenu>
@@ -11,6 +11,7 @@
 #include <QSignalSpy>
 #include <QStatusBar>
 #include <QTest>
+#include <QToolBar>
 #include <QUrl>
 #include <memory>
 
@@ -248,6 +249,24 @@ private slots:
         dropOn(window_.get(), *folderDrag(other + "/src/lib/math.ts"));
         QCOMPARE(f_->store.projectRoot(), other + "/src/lib");
         QVERIFY(waitForScanState(f_->store, Kind::ready));
+    }
+
+    void theToolbarSwitchesTheGraphBetweenAllSymbolsAndImpact() {
+        f_->store.scan(copyScanProject(f_->dir));
+        QVERIFY(waitForScanState(f_->store, Kind::ready));
+        ImpactGraphView* graph = window_->graphView();
+        QCOMPARE(graph->mode(), CanvasMode::allSymbols);
+        auto* toolbar = window_->findChild<QToolBar*>(QStringLiteral("projectToolbar"));
+        QAction* impact = window_->findChild<QAction*>(QStringLiteral("impactView"));
+        QWidget* impactButton = toolbar->widgetForAction(impact);
+        QVERIFY(impactButton && impactButton->isVisible());
+        QTest::mouseClick(impactButton, Qt::LeftButton);
+        QCOMPARE(graph->mode(), CanvasMode::impact);
+        QVERIFY(impact->isChecked());
+        // Ctrl+I from anywhere in the window, the sidebar's list holding the keys.
+        QTest::keyClick(window_->sidebar(), Qt::Key_I, Qt::ControlModifier);
+        QCOMPARE(graph->mode(), CanvasMode::allSymbols);
+        QVERIFY(window_->findChild<QAction*>(QStringLiteral("allSymbolsView"))->isChecked());
     }
 
     void recentProjectsFillTheGridRowByRow() {
