@@ -7,6 +7,7 @@
 #include "app/platform/WidgetPlatformServices.h"
 #include "app/state/Preferences.h"
 #include "app/views/ScanningPreferencesTab.h"
+#include "app/views/WindowMemory.h"
 
 namespace vantrel {
 
@@ -29,7 +30,8 @@ std::unique_ptr<PlatformServices> makePlatform(AppShell::Mode mode, std::functio
 
 AppShell::AppShell(Mode mode)
     // The preferences window is built after the platform; the platform calls it later.
-    : platform_(makePlatform(mode, [this] { preferences_.showWindow(); })),
+    : mode_(mode),
+      platform_(makePlatform(mode, [this] { preferences_.showWindow(); })),
       store_(ProjectStoreEnvironment{platform_.get(),
                                      ProjectCache(),
                                      AppLocations::forApplicationDir(QCoreApplication::applicationDirPath()),
@@ -50,15 +52,22 @@ AppShell::AppShell(Mode mode)
         if (key == QLatin1String(prefkeys::kColorScheme)) colorScheme_.apply();
         window_.preferencesChanged();
     });
+    // A picture drawn unattended is reproducible: it neither reads nor writes the session.
+    if (mode_ == Mode::interactive)
+        QObject::connect(&window_, &MainWindow::closing, &window_,
+                         [this] { saveWindowMemory(window_, store_.projectRoot()); });
     colorScheme_.apply();
 }
 
 void AppShell::start(const std::optional<QString>& projectDir) {
+    const bool interactive = mode_ == Mode::interactive;
+    if (interactive) restoreWindowMemory(window_);
     window_.show();
     window_.activateWindow();
-    // A folder named on the command line is what the user asked for; the sample
-    // project and the welcome card wait for a launch without one.
+    // A folder named on the command line is what the user asked for; then the project
+    // last open; the sample project and the welcome card wait for a launch without either.
     if (projectDir) store_.scan(*projectDir);
+    else if (auto last = interactive ? projectToReopen() : std::nullopt) store_.scan(*last);
     else store_.performFirstLaunchIfNeeded();
 }
 

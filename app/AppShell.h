@@ -24,7 +24,8 @@ public:
 
     explicit AppShell(Mode mode);
 
-    // Shows the main window; then scans `projectDir`, or else runs the first-launch step.
+    // Shows the main window (interactive: where it was left, see WindowMemory); then scans
+    // `projectDir`, else (interactive) the project last open, else runs the first-launch step.
     void start(const std::optional<QString>& projectDir);
 
     ProjectStore& store() { return store_; }
@@ -33,6 +34,7 @@ public:
     ColorSchemeController& colorScheme() { return colorScheme_; }
 
 private:
+    Mode mode_;
     std::unique_ptr<PlatformServices> platform_;
     ProjectStore store_;
     PreferencesView preferences_;

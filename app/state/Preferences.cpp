@@ -18,6 +18,7 @@ constexpr char kApplication[] = "Vantrel";
 const QVariantMap& defaultsTable() {
     static const QVariantMap table{
         {prefkeys::kShowOnboardingOnLaunch, true},
+        {prefkeys::kRestoreLastSession, true},
         {prefkeys::kDefaultMaxDepth, static_cast<qlonglong>(kDefaultMaxDepth)},
         {prefkeys::kDefaultExportFormat, QStringLiteral("json")},
         {prefkeys::kEdgeOpacity, 0.55},

@@ -30,6 +30,10 @@ inline constexpr char kLinkingMode[] = "linkingMode";                           
 inline constexpr char kPreferencesSelectedTab[] = "preferencesSelectedTab";        // "general" "scanning" "appearance"
 inline constexpr char kRecentProjects[] = "recentProjects";                        // list of text, not registered
 inline constexpr char kLastPanelFolder[] = "lastPanelFolder";                      // text, not registered
+inline constexpr char kRestoreLastSession[] = "restoreLastSession";                // Boolean, true
+inline constexpr char kWindowGeometry[] = "windowGeometry";                        // bytes, not registered
+inline constexpr char kSidebarWidth[] = "sidebarWidth";                            // integer, not registered
+inline constexpr char kLastProject[] = "lastProject";                              // text, not registered
 inline constexpr char kEditorPreset[] = "editorPreset";                            // "vscode" "terminal" "system" "custom"
 inline constexpr char kEditorCommandTemplate[] = "editorCommandTemplate";          // text with {file} and {line}
 }  // namespace prefkeys

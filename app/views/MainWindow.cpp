@@ -46,6 +46,7 @@ MainWindow::MainWindow(ProjectStore& store, QWidget* parent) : QMainWindow(paren
     resize(1200, 760);
 
     auto* split = new QSplitter(Qt::Horizontal, this);
+    split_ = split;
     split->setChildrenCollapsible(false);
     sidebar_ = new SidebarView(store_, split);
     sidebar_->setMinimumWidth(240);
@@ -158,6 +159,18 @@ void MainWindow::connectStore() {
 }
 
 QWidget* MainWindow::currentPanel() const { return detail_->overlay(); }
+
+int MainWindow::sidebarWidth() const { return split_->sizes().value(0); }
+
+void MainWindow::setSidebarWidth(int width) {
+    const int total = split_->width() > 0 ? split_->width() : this->width();
+    split_->setSizes({width, std::max(0, total - width)});
+}
+
+void MainWindow::closeEvent(QCloseEvent* event) {
+    emit closing();
+    QMainWindow::closeEvent(event);
+}
 
 void MainWindow::preferencesChanged() { graph_->refreshPreferences(); }
 

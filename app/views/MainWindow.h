@@ -10,6 +10,7 @@
 #include <QMainWindow>
 
 class QAction;
+class QSplitter;
 class QMenu;
 class QToolButton;
 
@@ -49,6 +50,9 @@ public:
     QMenu* recentMenu() const { return recentMenu_; }
     QAction* clearRecentsAction() const { return clearRecents_; }
     QAction* rescanAction() const { return rescan_; }
+    // The sidebar's share of the window's width, as the user left it.
+    int sidebarWidth() const;
+    void setSidebarWidth(int width);
 
 public slots:
     // A preference changed: the graph reads its appearance preferences anew.
@@ -56,6 +60,8 @@ public slots:
 
 signals:
     void preferencesRequested();
+    // The window is about to close: the time to remember its state.
+    void closing();
 
 protected:
     void dragEnterEvent(QDragEnterEvent* event) override;
@@ -63,6 +69,7 @@ protected:
     void dragLeaveEvent(QDragLeaveEvent* event) override;
     void dropEvent(QDropEvent* event) override;
     void resizeEvent(QResizeEvent* event) override;
+    void closeEvent(QCloseEvent* event) override;
 
 private:
     void buildDetail();
@@ -103,6 +110,7 @@ private:
     QMenu* recentMenu_ = nullptr;
     QAction* clearRecents_ = nullptr;
     QAction* rescan_ = nullptr;
+    QSplitter* split_ = nullptr;
 };
 
 }  // namespace vantrel

@@ -101,6 +101,11 @@ QWidget* PreferencesView::buildGeneralTab() {
     connect(showOnboarding_, &QCheckBox::clicked, this,
             [this](bool on) { store(prefkeys::kShowOnboardingOnLaunch, on); });
 
+    restoreSession_ = new QCheckBox(QStringLiteral("Reopen the last project and window layout at start"), tab);
+    restoreSession_->setObjectName(QStringLiteral("restoreSession"));
+    form->addRow(restoreSession_);
+    connect(restoreSession_, &QCheckBox::clicked, this, [this](bool on) { store(prefkeys::kRestoreLastSession, on); });
+
     editor_ = new QComboBox(tab);
     editor_->setObjectName(QStringLiteral("editorPreset"));
     editor_->addItems(titlesOf(kEditors));
@@ -171,6 +176,8 @@ void PreferencesView::reload() {
     exportFormat_->setCurrentIndex(indexOfStored(kExportFormats, prefkeys::kDefaultExportFormat));
     showOnboarding_->setChecked(
         Preferences::boolValue(QString::fromUtf8(prefkeys::kShowOnboardingOnLaunch)).value_or(true));
+    restoreSession_->setChecked(
+        Preferences::boolValue(QString::fromUtf8(prefkeys::kRestoreLastSession)).value_or(true));
     const int editor = indexOfStored(kEditors, prefkeys::kEditorPreset);
     editor_->setCurrentIndex(editor);
     editorCommand_->setText(Preferences::value(QString::fromUtf8(prefkeys::kEditorCommandTemplate)).toString());

@@ -54,6 +54,7 @@ private:
     Stepper* defaultDepth_;
     QComboBox* exportFormat_;
     QCheckBox* showOnboarding_;
+    QCheckBox* restoreSession_;
     QComboBox* editor_;
     QLineEdit* editorCommand_;
     ScanningPreferencesTab* scanning_;
