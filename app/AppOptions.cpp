@@ -26,7 +26,7 @@ std::optional<QSize> parseSize(const QString& text) {
 
 AppOptions parseAppOptions(const QStringList& arguments) {
     AppOptions options;
-    std::optional<QString> screenshot, select, size, scheme;
+    std::optional<QString> screenshot, select, size, scheme, open;
     for (int i = 0; i < arguments.size(); ++i) {
         QString argument = arguments[i];
         if (argument == QLatin1String("--help") || argument == QLatin1String("-h")) {
@@ -53,6 +53,7 @@ AppOptions parseAppOptions(const QStringList& arguments) {
                                          : argument == QLatin1String("--select")   ? &select
                                          : argument == QLatin1String("--size")     ? &size
                                          : argument == QLatin1String("--scheme")   ? &scheme
+                                         : argument == QLatin1String("--open")     ? &open
                                                                                    : nullptr;
         if (!target) return usageError(QStringLiteral("unknown option '%1'").arg(argument));
         if (equals <= 0) {
@@ -62,12 +63,16 @@ AppOptions parseAppOptions(const QStringList& arguments) {
         *target = value;
     }
     if (!screenshot) {
-        if (select || size || scheme)
-            return usageError(QStringLiteral("--select, --size and --scheme need --screenshot"));
+        if (select || size || scheme || open)
+            return usageError(QStringLiteral("--select, --size, --scheme and --open need --screenshot"));
         return options;
     }
     ScreenshotRequest request;
     request.output = *screenshot;
+    if (open) {
+        if (*open != QLatin1String("diagnostics")) return usageError(QStringLiteral("--open takes diagnostics"));
+        request.openDiagnostics = true;
+    }
     if (request.output.isEmpty()) return usageError(QStringLiteral("--screenshot needs a file name"));
     if (select) request.select = select->toStdString();
     if (size) {
@@ -85,10 +90,12 @@ AppOptions parseAppOptions(const QStringList& arguments) {
 
 QString appUsage() {
     return QStringLiteral(
-        "usage: vantrel [DIR] [--screenshot FILE.png [--select ID] [--size WxH] [--scheme light|dark]]\n"
+        "usage: vantrel [DIR] [--screenshot FILE.png [--select ID] [--size WxH] [--scheme light|dark] [--open "
+        "diagnostics]]\n"
         "\n"
-        "Opens the Vantrel window. With DIR, scans DIR at start; without it, the first launch\n"
-        "scans the bundled sample project and shows the welcome card.\n"
+        "Opens the Vantrel window. With DIR, scans DIR at start; without it, the project last\n"
+        "open (unless turned off in the preferences), or on the first launch the bundled\n"
+        "sample project with the welcome card.\n"
         "\n"
         "  --screenshot FILE.png  render the window offscreen (no display needed) once the scan\n"
         "                         and the selection have settled, write it as PNG and exit:\n"
@@ -97,6 +104,7 @@ QString appUsage() {
         "  --select ID            select the symbol ID before the picture is taken\n"
         "  --size WxH             the window's size (default 1280x800)\n"
         "  --scheme light|dark    the appearance (default: the colorScheme preference)\n"
+        "  --open diagnostics     open the sidebar's diagnostics group before the picture\n"
         "  --help                 show this text\n"
         "  --version              show the version\n");
 }

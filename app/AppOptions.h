@@ -18,6 +18,7 @@ struct ScreenshotRequest {
     std::optional<std::string> select;
     QSize size{1280, 800};
     std::optional<Appearance> scheme;
+    bool openDiagnostics = false;  // --open diagnostics: the sidebar's diagnostics group opened
 };
 
 struct AppOptions {

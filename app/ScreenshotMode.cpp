@@ -9,7 +9,10 @@
 #include <QSettings>
 #include <QTimer>
 #include <cstdio>
+
 #include <functional>
+#include "app/views/DiagnosticsGroup.h"
+#include "app/views/SidebarView.h"
 
 #include "app/AppShell.h"
 #include "app/views/SourcePanel.h"
@@ -86,6 +89,7 @@ int runScreenshot(AppShell& shell, const ScreenshotRequest& request, const std::
     // The source panel reads the selection's file on a thread of its own.
     const SourcePanel& source = *shell.window().sourcePanel();
     waitUntil([&] { return !source.isLoading() && source.shownId() == store.selectedSymbolId().value_or(""); }, 5000);
+    if (request.openDiagnostics) shell.window().sidebar()->diagnostics()->setOpen(true);
     runEventLoop(kAnimationSettleMs);
 
     const QPixmap picture = shell.window().grab();

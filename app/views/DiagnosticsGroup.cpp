@@ -55,6 +55,8 @@ DiagnosticsGroup::DiagnosticsGroup(QWidget* parent)
     tree_->setFrameShape(QFrame::NoFrame);
     tree_->setTextElideMode(Qt::ElideLeft);  // paths keep their file names in view
     tree_->viewport()->setAutoFillBackground(false);
+    // Room below the baseline: at the sidebar's size an underscore fell outside the row.
+    tree_->setStyleSheet(QStringLiteral("QTreeView::item { padding: 2px 0px; }"));
     tree_->setVisible(false);
     layout->addWidget(header_);
     layout->addWidget(filter_);

@@ -77,6 +77,9 @@ private:
     QWidget* deltaRow_;
     QHBoxLayout* deltaLayout_;
     DiagnosticsGroup* diagnostics_;
+
+public:
+    DiagnosticsGroup* diagnostics() const { return diagnostics_; }
     SegmentedPicker* kindPicker_;
     QPushButton* allKinds_;
     QLabel* symbolCount_;

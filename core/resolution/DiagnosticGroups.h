@@ -24,7 +24,9 @@ struct DiagnosticImport {
 struct DiagnosticSection {
     ResolutionDiagnostic::Reason reason;
     std::vector<DiagnosticImport> imports;  // by import path
-    std::size_t count = 0;                  // diagnostics in the section (import and importer pairs)
+    // The section's import and importer pairs, each once: a file that imports a path twice
+    // is one row to fix, though the scan reports each import.
+    std::size_t count = 0;
     // A package outside the project: what to install or ignore rather than to fix.
     [[nodiscard]] bool external() const { return reason == ResolutionDiagnostic::Reason::externalModule; }
 };
