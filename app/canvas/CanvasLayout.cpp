@@ -67,4 +67,16 @@ double focusedShift(const std::vector<FocusedNode>& nodes, double viewWidth) {
     return std::max(viewWidth / 2 - right - 10, 330 - viewWidth / 2);
 }
 
+double focusedDrop(const std::vector<FocusedNode>& nodes, double viewHeight, double reserved) {
+    constexpr double kRoom = 26;
+    double top = -kRoom, bottom = kRoom;
+    for (const FocusedNode& node : nodes) {
+        top = std::min(top, node.at.y - kRoom);
+        bottom = std::max(bottom, node.at.y + kRoom);
+    }
+    const double free = viewHeight - reserved;
+    if (bottom - top <= free) return reserved / 2 - (top + bottom) / 2;
+    return reserved / 2;
+}
+
 }  // namespace vantrel

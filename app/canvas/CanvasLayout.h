@@ -51,4 +51,11 @@ NodePlaces layoutPositions(const ProjectIR& ir, const NodePositions& basePositio
 // view's left side (its direct callers in sight).
 double focusedShift(const std::vector<FocusedNode>& nodes, double viewWidth);
 
+// How far below the view's centre the focused layout's selection stands, so that no node
+// lies under the legend, which takes the top `reserved` points of the view. The layout
+// spans from its top node to its bottom one (each less or plus a node's room, 26): when
+// that fits the height below the legend it is centred there; otherwise the selection is, so
+// that it stays in sight with the rows nearest it (the rest is reached by panning).
+double focusedDrop(const std::vector<FocusedNode>& nodes, double viewHeight, double reserved);
+
 }  // namespace vantrel

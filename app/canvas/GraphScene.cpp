@@ -71,7 +71,8 @@ GraphScene::GraphScene(std::shared_ptr<const GraphTopology> topology, const Scen
         const IdSet& callees = in.ir->symbols.find(*in.selectedId)->second.refsOut;
         const std::vector<FocusedNode> nodes =
             computeFocusedLayout({*in.selectedId, in.impactLevels, callees, *in.focusedExpanded});
-        const QPointF origin = center + QPointF(focusedShift(nodes, in.viewSize.width()), 0);
+        const QPointF origin = center + QPointF(focusedShift(nodes, in.viewSize.width()),
+                                                focusedDrop(nodes, in.viewSize.height(), in.legendHeight));
         for (const FocusedNode& node : nodes) {
             auto point = placeAt(node.id, origin + QPointF(node.at.x, node.at.y));
             if (point && node.isGroup())

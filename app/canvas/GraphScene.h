@@ -69,6 +69,7 @@ struct SceneInputs {
     // Set: the focused view (core/layout/FocusedLayout) around the selection, with these
     // groups expanded; without a selection it shows what the whole view would.
     const std::set<FocusedGroupKey>* focusedExpanded = nullptr;
+    double legendHeight = 0;  // the top of the view the legend covers, inset included
 };
 
 // A group node of the focused view: the members of one file on one level, drawn at its

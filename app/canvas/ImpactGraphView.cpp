@@ -147,7 +147,8 @@ void ImpactGraphView::rebuildScene() {
                              store_.diffAddedEdges(),
                              edgeOpacity_,
                              QSizeF(size()),
-                             modes_->mode() == CanvasMode::impact ? &expandedGroups_ : nullptr};
+                             modes_->mode() == CanvasMode::impact ? &expandedGroups_ : nullptr,
+                             legend_->isVisible() ? legend_->geometry().bottom() + kLegendInset : 0.0};
     scene_ = GraphScene(topology_, inputs);
 
     if (animation_.glide(before, beforePlaces, beforeVelocity, scene_, t)) frameTimer_.start();

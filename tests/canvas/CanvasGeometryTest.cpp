@@ -173,6 +173,22 @@ private slots:
         QCOMPARE(focusedShift(at({0, -1500, 1500}), 1000), -170.0);
     }
 
+    void theFocusedLayoutKeepsClearOfTheLegend() {
+        auto at = [](std::initializer_list<double> ys) {
+            std::vector<FocusedNode> nodes;
+            for (double y : ys) nodes.push_back({"id", 0, {0, y}, {}});
+            return nodes;
+        };
+        // From -126 to 126 in 600 less 100 at the top: centred in the 500 below, 50 down.
+        QCOMPARE(focusedDrop(at({0, -100, 100}), 600, 100), 50.0);
+        // Lopsided, from -26 to 326: its middle (150) to the middle below the legend (50).
+        QCOMPARE(focusedDrop(at({0, 300}), 600, 100), -100.0);
+        // Taller than 500, from -526 to 826: the selection in the middle below the legend.
+        QCOMPARE(focusedDrop(at({0, -500, 800}), 600, 100), 50.0);
+        // No legend: centred as before.
+        QCOMPARE(focusedDrop(at({0, -100, 100}), 600, 0), 0.0);
+    }
+
     void tooltipPathsKeepTheFileNameAndLineAndGiveWayAtTheFront() {
         QCOMPARE(tooltipPath("src/a.ts", 12), QString("src/a.ts:12"));
         const QString exactly44 = "src/" + QString(33, 'a') + ".ts";  // with ":123"

@@ -11,6 +11,7 @@
 #include <tuple>
 
 #include "app/canvas/ImpactGraphView.h"
+#include "app/canvas/LegendPanel.h"
 #include "bench/SyntheticProject.h"
 #include "tests/app/AppTestSupport.h"
 
@@ -91,9 +92,14 @@ private slots:
         QTest::keyClick(&view(), Qt::Key_I, Qt::ControlModifier);
         QCOMPARE(view().mode(), CanvasMode::impact);
         QVERIFY(view().modeActions()->choices().at(1)->isChecked());
-        // The selection on the view's middle row, shifted sideways to show most of the rest.
+        // The selection on the middle row of what the legend leaves free (the layout is
+        // symmetric about it), shifted sideways to show most of the rest.
         const QPointF middle(view().width() / 2.0, view().height() / 2.0);
-        QCOMPARE(view().placeOf(computeTax)->y(), middle.y());
+        const auto* legend = view().findChild<LegendPanel*>();
+        QVERIFY(legend && legend->isVisible());
+        const double legendBottom = legend->geometry().bottom();
+        QCOMPARE(view().placeOf(computeTax)->y(), (legendBottom + 12 + view().height()) / 2.0);
+        QVERIFY(cell(-1, 0, 0, static_cast<int>(callers.size())).y() - 20 > legendBottom);
         QTRY_COMPARE(view().nodeAt(*view().placeOf(computeTax)), OptionalSymbolId(computeTax));
         const int n = static_cast<int>(callers.size());
         for (int i = 0; i < n; ++i) QTRY_COMPARE(view().nodeAt(cell(-1, 0, i, n)), OptionalSymbolId(callers[i]));
