@@ -1,5 +1,7 @@
 #include "core/changes/ReachReport.h"
 
+#include <algorithm>
+
 #include "core/changes/ChangesReport.h"
 #include "core/util/Text.h"
 
@@ -7,10 +9,14 @@ namespace vantrel {
 
 namespace {
 
+// In id order, as `vantrel-cli changes` lists a level, so that a pasted table reads as
+// the command's does (the panel itself lists by file and line).
 std::vector<ReportedSymbol> reported(const std::vector<ReachRow>& rows) {
     std::vector<ReportedSymbol> symbols;
     symbols.reserve(rows.size());
     for (const ReachRow& row : rows) symbols.push_back({row.id, row.file, row.line, std::nullopt, std::nullopt});
+    std::sort(symbols.begin(), symbols.end(),
+              [](const ReportedSymbol& a, const ReportedSymbol& b) { return a.id < b.id; });
     return symbols;
 }
 

@@ -135,6 +135,15 @@ TEST(ReachReport, MarkdownSharesTheTablesOfChangesAndTextListsEveryRow) {
     const std::string changes = renderChangesMarkdown(report);
     const std::string levels = changes.substr(changes.find("\n#### Level 1"));
     EXPECT_EQ(markdown.substr(markdown.find("\n#### Level 1"), levels.size()), levels);
+    // Also where a level holds several files and lines: the rows in the command's order.
+    for (const std::string& target : {std::string(kQuery), std::string(kSave)}) {
+        const std::string wide = renderReachMarkdown(impactReach(target, ir, 4));
+        const std::string cli = renderChangesMarkdown(
+            makeChangesReport("main", std::string(40, 'a'), 4, {{target, ChangeKind::modified, std::nullopt}},
+                              calculateBlastRadius(target, ir, 4), ir, ProjectIR{}));
+        const std::string tables = cli.substr(cli.find("\n#### Level 1"));
+        EXPECT_EQ(wide.substr(wide.find("\n#### Level 1"), tables.size()), tables) << target;
+    }
 
     EXPECT_EQ(renderReachText(impactReach(kSave, ir, 2)),
               "lib/repo.ts:save:function: 4 callers on 2 levels in 3 files within depth 2\n"
