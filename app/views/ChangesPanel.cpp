@@ -68,7 +68,6 @@ ChangesPanel::ChangesPanel(ProjectStore& store, QWidget* parent) : QWidget(paren
     layout->setSpacing(0);
 
     const PanelHeader header = makePanelHeader(QStringLiteral("Changes"), "changesBaseline", this);
-    header.name->setFullText(QStringLiteral("since the baseline"));
     summary_ = header.detail;
     summary_->setObjectName(QStringLiteral("changesSummary"));
     header.row->addStretch(1);
