@@ -26,7 +26,7 @@ std::optional<QSize> parseSize(const QString& text) {
 
 AppOptions parseAppOptions(const QStringList& arguments) {
     AppOptions options;
-    std::optional<QString> screenshot, select, size, scheme;
+    std::optional<QString> screenshot, select, baseline, size, scheme;
     for (int i = 0; i < arguments.size(); ++i) {
         QString argument = arguments[i];
         if (argument == QLatin1String("--help") || argument == QLatin1String("-h")) {
@@ -51,6 +51,7 @@ AppOptions parseAppOptions(const QStringList& arguments) {
         }
         std::optional<QString>* target = argument == QLatin1String("--screenshot") ? &screenshot
                                          : argument == QLatin1String("--select")   ? &select
+                                         : argument == QLatin1String("--baseline") ? &baseline
                                          : argument == QLatin1String("--size")     ? &size
                                          : argument == QLatin1String("--scheme")   ? &scheme
                                                                                    : nullptr;
@@ -62,14 +63,15 @@ AppOptions parseAppOptions(const QStringList& arguments) {
         *target = value;
     }
     if (!screenshot) {
-        if (select || size || scheme)
-            return usageError(QStringLiteral("--select, --size and --scheme need --screenshot"));
+        if (select || baseline || size || scheme)
+            return usageError(QStringLiteral("--select, --baseline, --size and --scheme need --screenshot"));
         return options;
     }
     ScreenshotRequest request;
     request.output = *screenshot;
     if (request.output.isEmpty()) return usageError(QStringLiteral("--screenshot needs a file name"));
     if (select) request.select = select->toStdString();
+    request.baseline = baseline;
     if (size) {
         std::optional<QSize> parsed = parseSize(*size);
         if (!parsed) return usageError(QStringLiteral("--size takes WxH, from 320x240 to 8192x8192"));
@@ -85,7 +87,8 @@ AppOptions parseAppOptions(const QStringList& arguments) {
 
 QString appUsage() {
     return QStringLiteral(
-        "usage: vantrel [DIR] [--screenshot FILE.png [--select ID] [--size WxH] [--scheme light|dark]]\n"
+        "usage: vantrel [DIR] [--screenshot FILE.png [--select ID] [--baseline FILE.json] [--size WxH]\n"
+        "                                        [--scheme light|dark]]\n"
         "\n"
         "Opens the Vantrel window. With DIR, scans DIR at start; without it, the first launch\n"
         "scans the bundled sample project and shows the welcome card.\n"
@@ -95,6 +98,7 @@ QString appUsage() {
         "                         0, or 1 with a one-line message when the scan fails (the\n"
         "                         PNG then shows the failure). Settings are read, never written.\n"
         "  --select ID            select the symbol ID before the picture is taken\n"
+        "  --baseline FILE.json   compare with this graph (a ProjectIR JSON file) in diff mode\n"
         "  --size WxH             the window's size (default 1280x800)\n"
         "  --scheme light|dark    the appearance (default: the colorScheme preference)\n"
         "  --help                 show this text\n"
