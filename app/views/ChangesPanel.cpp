@@ -1,7 +1,6 @@
 #include "app/views/ChangesPanel.h"
 
 #include <QHBoxLayout>
-#include <QHeaderView>
 #include <QPushButton>
 #include <QTreeWidget>
 #include <QVBoxLayout>
@@ -79,14 +78,7 @@ ChangesPanel::ChangesPanel(ProjectStore& store, QWidget* parent) : QWidget(paren
 
     tree_ = new QTreeWidget(this);
     tree_->setObjectName(QStringLiteral("changesTree"));
-    tree_->setItemDelegate(new ChangeRowDelegate(tree_));
-    tree_->setHeaderHidden(true);
-    tree_->setUniformRowHeights(true);
-    tree_->setIndentation(14);
-    tree_->setFrameShape(QFrame::NoFrame);
-    tree_->setSelectionMode(QAbstractItemView::SingleSelection);
-    tree_->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
-    tree_->header()->setStretchLastSection(true);
+    useGroupedRows(tree_, new ChangeRowDelegate(tree_));
     connect(tree_, &QTreeWidget::itemClicked, this, [this](QTreeWidgetItem* item) {
         const std::string id = item->data(0, IdRole).toString().toStdString();
         if (!id.empty()) postToNextTurn(this, [this, id] { store_.select(id); });

@@ -1,7 +1,9 @@
 #include "app/views/GroupedRowDelegate.h"
 
 #include <QApplication>
+#include <QHeaderView>
 #include <QPainter>
+#include <QTreeView>
 
 #include "app/views/Appearance.h"
 #include "app/views/NameFirstLine.h"
@@ -51,6 +53,18 @@ void GroupedRowDelegate::paint(QPainter* painter, const QStyleOptionViewItem& op
 
 QSize GroupedRowDelegate::sizeHint(const QStyleOptionViewItem& option, const QModelIndex&) const {
     return {200, option.fontMetrics.height() + 8};
+}
+
+void useGroupedRows(QTreeView* tree, GroupedRowDelegate* delegate) {
+    delegate->setParent(tree);
+    tree->setItemDelegate(delegate);
+    tree->setHeaderHidden(true);
+    tree->setUniformRowHeights(true);
+    tree->setIndentation(14);
+    tree->setFrameShape(QFrame::NoFrame);
+    tree->setSelectionMode(QAbstractItemView::SingleSelection);
+    tree->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    tree->header()->setStretchLastSection(true);
 }
 
 }  // namespace vantrel

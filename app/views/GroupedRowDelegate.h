@@ -9,6 +9,8 @@
 
 #include "app/canvas/CanvasPalette.h"
 
+class QTreeView;
+
 namespace vantrel {
 
 class GroupedRowDelegate : public QStyledItemDelegate {
@@ -24,5 +26,9 @@ protected:
     // Kind, place and such; the last gives way from its front when the row is narrow.
     virtual QStringList details(const QModelIndex& index) const = 0;
 };
+
+// Gives `tree` the delegate (the tree takes it) and the panels' look: no header or frame,
+// one row selected at a time, rows of one height, no horizontal scrolling.
+void useGroupedRows(QTreeView* tree, GroupedRowDelegate* delegate);
 
 }  // namespace vantrel

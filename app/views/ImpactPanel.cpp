@@ -4,7 +4,6 @@
 #include <QApplication>
 #include <QClipboard>
 #include <QHBoxLayout>
-#include <QHeaderView>
 #include <QKeyEvent>
 #include <QLabel>
 #include <QMenu>
@@ -69,14 +68,7 @@ ImpactPanel::ImpactPanel(ProjectStore& store, QWidget* parent) : QWidget(parent)
     tree_ = new QTreeView(this);
     tree_->setObjectName(QStringLiteral("impactTree"));
     tree_->setModel(model_);
-    tree_->setItemDelegate(new ReachRowDelegate(tree_));
-    tree_->setHeaderHidden(true);
-    tree_->setUniformRowHeights(true);
-    tree_->setIndentation(14);
-    tree_->setFrameShape(QFrame::NoFrame);
-    tree_->setSelectionMode(QAbstractItemView::SingleSelection);
-    tree_->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
-    tree_->header()->setStretchLastSection(true);
+    useGroupedRows(tree_, new ReachRowDelegate(tree_));
     tree_->viewport()->installEventFilter(this);
     tree_->installEventFilter(this);
     for (QPushButton* button : {copyMarkdown_, copyText_}) {
