@@ -26,7 +26,7 @@ std::optional<QSize> parseSize(const QString& text) {
 
 AppOptions parseAppOptions(const QStringList& arguments) {
     AppOptions options;
-    std::optional<QString> screenshot, select, size, scheme, open;
+    std::optional<QString> screenshot, select, baseline, size, scheme, open;
     for (int i = 0; i < arguments.size(); ++i) {
         QString argument = arguments[i];
         if (argument == QLatin1String("--help") || argument == QLatin1String("-h")) {
@@ -51,6 +51,7 @@ AppOptions parseAppOptions(const QStringList& arguments) {
         }
         std::optional<QString>* target = argument == QLatin1String("--screenshot") ? &screenshot
                                          : argument == QLatin1String("--select")   ? &select
+                                         : argument == QLatin1String("--baseline") ? &baseline
                                          : argument == QLatin1String("--size")     ? &size
                                          : argument == QLatin1String("--scheme")   ? &scheme
                                          : argument == QLatin1String("--open")     ? &open
@@ -63,8 +64,8 @@ AppOptions parseAppOptions(const QStringList& arguments) {
         *target = value;
     }
     if (!screenshot) {
-        if (select || size || scheme || open)
-            return usageError(QStringLiteral("--select, --size, --scheme and --open need --screenshot"));
+        if (select || baseline || size || scheme || open)
+            return usageError(QStringLiteral("--select, --baseline, --size, --scheme and --open need --screenshot"));
         return options;
     }
     ScreenshotRequest request;
@@ -75,6 +76,7 @@ AppOptions parseAppOptions(const QStringList& arguments) {
     }
     if (request.output.isEmpty()) return usageError(QStringLiteral("--screenshot needs a file name"));
     if (select) request.select = select->toStdString();
+    request.baseline = baseline;
     if (size) {
         std::optional<QSize> parsed = parseSize(*size);
         if (!parsed) return usageError(QStringLiteral("--size takes WxH, from 320x240 to 8192x8192"));
@@ -90,8 +92,8 @@ AppOptions parseAppOptions(const QStringList& arguments) {
 
 QString appUsage() {
     return QStringLiteral(
-        "usage: vantrel [DIR] [--screenshot FILE.png [--select ID] [--size WxH] [--scheme light|dark] [--open "
-        "diagnostics]]\n"
+        "usage: vantrel [DIR] [--screenshot FILE.png [--select ID] [--baseline FILE.json] [--size WxH]\n"
+        "                                        [--scheme light|dark] [--open diagnostics]]\n"
         "\n"
         "Opens the Vantrel window. With DIR, scans DIR at start; without it, the project last\n"
         "open (unless turned off in the preferences), or on the first launch the bundled\n"
@@ -102,6 +104,7 @@ QString appUsage() {
         "                         0, or 1 with a one-line message when the scan fails (the\n"
         "                         PNG then shows the failure). Settings are read, never written.\n"
         "  --select ID            select the symbol ID before the picture is taken\n"
+        "  --baseline FILE.json   compare with this graph (a ProjectIR JSON file) in diff mode\n"
         "  --size WxH             the window's size (default 1280x800)\n"
         "  --scheme light|dark    the appearance (default: the colorScheme preference)\n"
         "  --open diagnostics     open the sidebar's diagnostics group before the picture\n"

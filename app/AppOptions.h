@@ -1,5 +1,6 @@
 // The command line of `vantrel`:
-//   vantrel [DIR] [--screenshot FILE.png [--select ID] [--size WxH] [--scheme light|dark]]
+//   vantrel [DIR] [--screenshot FILE.png [--select ID] [--baseline FILE.json] [--size WxH]
+//                                        [--scheme light|dark]]
 //   vantrel --help | --version
 #pragma once
 
@@ -16,6 +17,7 @@ namespace vantrel {
 struct ScreenshotRequest {
     QString output;
     std::optional<std::string> select;
+    std::optional<QString> baseline;  // a ProjectIR JSON file, compared in diff mode
     QSize size{1280, 800};
     std::optional<Appearance> scheme;
     bool openDiagnostics = false;  // --open diagnostics: the sidebar's diagnostics group opened

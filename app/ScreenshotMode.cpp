@@ -78,6 +78,12 @@ int runScreenshot(AppShell& shell, const ScreenshotRequest& request, const std::
 
     if (!waitUntil([&] { return scanSettled(store); }, kScanTimeoutMs))
         return fail(QStringLiteral("the scan did not finish in time"));
+    if (request.baseline) {
+        store.loadBaseline(*request.baseline);
+        if (!store.baselineIR())
+            return fail(QStringLiteral("cannot load the baseline %1").arg(QDir::toNativeSeparators(*request.baseline)));
+        store.setDiffModeEnabled(true);
+    }
     if (request.select) {
         if (!store.ir() || !store.ir()->symbols.count(*request.select))
             return fail(QStringLiteral("no symbol with the id '%1'").arg(QString::fromStdString(*request.select)));

@@ -22,8 +22,8 @@ void usePreferencesCopy(const QTemporaryDir& folder);
 void silenceToolkitWarnings();
 
 // Runs the shell to a settled state and writes the picture. Returns the exit code: 0,
-// or 1 after one line on standard error (a failed scan, an unknown --select id, a file
-// that cannot be written).
+// or 1 after one line on standard error (a failed scan, an unknown --select id, a baseline
+// that cannot be loaded, a file that cannot be written). A baseline turns diff mode on.
 int runScreenshot(AppShell& shell, const ScreenshotRequest& request, const std::optional<QString>& projectDir);
 
 }  // namespace vantrel

@@ -9,7 +9,8 @@
 
 namespace vantrel {
 
-enum class NamedColor { red, orange, yellow, green, blue, gray, white, black, secondary, accentColor };
+// Purple is no level's and not the downstream's: diff mode marks added edges with it.
+enum class NamedColor { red, orange, yellow, green, blue, purple, gray, white, black, secondary, accentColor };
 
 // A named colour with its alpha multiplied by `alpha`.
 struct ColorRef {

@@ -6,8 +6,9 @@ namespace vantrel {
 
 double clampedEdgeOpacity(double preference) { return std::clamp(preference, 0.3, 1.0); }
 
-EdgeStyle edgeStyle(const NodeRole& from, const NodeRole& to, bool addedInDiff, double edgeOpacityPreference) {
-    if (addedInDiff) return {named(NamedColor::green), 2.0, 0.95, true, 7.0};
+EdgeStyle edgeStyle(const NodeRole& from, const NodeRole& to, EdgeChange change, double edgeOpacityPreference) {
+    if (change == EdgeChange::added) return {named(NamedColor::purple), 2.0, 0.95, true, 7.0};
+    if (change == EdgeChange::removed) return {named(NamedColor::red), 1.6, 0.85, true, 6.5, true};
     if (from.selected && to.downstream) return {named(NamedColor::blue), 2.1, 0.8, true, 7.0};
 
     EdgeStyle style;

@@ -22,6 +22,7 @@ struct EdgeStyle {
     double opacity = 0.066;
     bool showArrow = false;
     double arrowSize = 6.5;
+    bool dashed = false;
     bool operator==(const EdgeStyle&) const = default;
 };
 
@@ -36,11 +37,16 @@ struct NodeStyle {
 // The `edgeOpacity` preference limited to 0.3 to 1.0.
 double clampedEdgeOpacity(double preference);
 
-// The first rule that applies: an edge added since the baseline (in diff mode) is
-// green; an edge from the selection into its downstream context is blue; any other is
-// secondary, with an arrow when either end is the selection, on a level or downstream,
-// its width by the nearer level of its ends and its opacity from the preference.
-EdgeStyle edgeStyle(const NodeRole& from, const NodeRole& to, bool addedInDiff, double edgeOpacityPreference);
+// What diff mode says of an edge: added since the baseline, or a call of the baseline
+// between symbols that both still exist.
+enum class EdgeChange { none, added, removed };
+
+// The first rule that applies: an edge added since the baseline is purple, a hue no
+// level and not the downstream uses; a removed one is dashed red; an edge from the
+// selection into its downstream context is blue; any other is secondary, with an arrow
+// when either end is the selection, on a level or downstream, its width by the nearer
+// level of its ends and its opacity from the preference.
+EdgeStyle edgeStyle(const NodeRole& from, const NodeRole& to, EdgeChange change, double edgeOpacityPreference);
 
 // Selected red; levels 3, 2, 1 green, yellow, orange; downstream blue; then a search
 // hit, the hovered node, and gray, dimmed while something else is selected.

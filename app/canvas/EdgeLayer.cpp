@@ -3,6 +3,7 @@
 #include <QPainter>
 #include <QPainterPath>
 #include <algorithm>
+#include <cmath>
 #include <cstring>
 
 #include "app/canvas/CanvasShapes.h"
@@ -21,6 +22,23 @@ QRectF curveBounds(QPointF p, QPointF c, QPointF q) {
 }
 
 }  // namespace
+
+std::vector<QuadPiece> dashPieces(QPointF p, QPointF c, QPointF q) {
+    // The curve's length lies between its chord and its control polygon.
+    const auto length = [](QPointF v) { return std::hypot(v.x(), v.y()); };
+    const double around = (length(q - p) + length(c - p) + length(q - c)) / 2;
+    const int dashes = std::max(1, static_cast<int>(std::lround(around / kDashPeriod)));
+    // The piece of the curve between parameters a and b, by its blossom.
+    const auto at = [&](double a, double b) {
+        return p * ((1 - a) * (1 - b)) + c * ((1 - a) * b + a * (1 - b)) + q * (a * b);
+    };
+    std::vector<QuadPiece> pieces;
+    for (int i = 0; i < dashes; ++i) {
+        const double a = static_cast<double>(i) / dashes, b = a + kDashShare / dashes;
+        pieces.push_back({at(a, a), at(a, b), at(b, b)});
+    }
+    return pieces;
+}
 
 void EdgeLayer::lay(const GraphFrame& frame, const CanvasPalette& palette, double dpr, QSize pixels,
                     FrameCompositor& bands, const std::function<void()>& meanwhile) {
@@ -93,9 +111,16 @@ void EdgeLayer::lay(const GraphFrame& frame, const CanvasPalette& palette, doubl
             // than the line width, and antialiasing adds a pixel.
             const double rows = (style.lineWidth + 1) * dpr + 2;
             const auto [first, last] = bands.bandsOf(bounds.top() * dpr - rows, bounds.bottom() * dpr + rows);
-            for (int band = first; band <= last; ++band)
-                chunk.bandStrokes[band].push_back(static_cast<std::uint32_t>(chunk.strokes.size()));
-            chunk.strokes.push_back({p * dpr, c * dpr, q * dpr, index});
+            const auto addStroke = [&](const QuadPiece& piece) {
+                for (int band = first; band <= last; ++band)
+                    chunk.bandStrokes[band].push_back(static_cast<std::uint32_t>(chunk.strokes.size()));
+                chunk.strokes.push_back({piece.p * dpr, piece.c * dpr, piece.q * dpr, index});
+            };
+            if (style.dashed) {
+                for (const QuadPiece& piece : dashPieces(p, c, q)) addStroke(piece);
+            } else {
+                addStroke({p, c, q});  // no list for the many plain edges
+            }
             if (style.showArrow) {
                 // The head lies within 1.15 × its size of its tip.
                 const double head = (1.2 * style.arrowSize + 1) * dpr + 2;

@@ -32,6 +32,17 @@ namespace vantrel {
 struct GraphFrame;
 class FrameCompositor;
 
+// A piece of a quadratic curve: from p to q around control point c.
+struct QuadPiece {
+    QPointF p, c, q;
+};
+
+// A dashed style's curve as the dashes it is drawn in: one every kDashPeriod points
+// along it (at least one), each the first kDashShare of its period, from p on.
+constexpr double kDashPeriod = 9.0;
+constexpr double kDashShare = 0.6;
+std::vector<QuadPiece> dashPieces(QPointF p, QPointF c, QPointF q);
+
 class EdgeLayer {
 public:
     // Lays the layer anew for `frame`, `pixels` large at `dpr`, unless it holds already.

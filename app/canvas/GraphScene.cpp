@@ -7,7 +7,7 @@
 
 namespace vantrel {
 
-GraphTopology::GraphTopology(const ProjectIR& ir) {
+GraphTopology::GraphTopology(const ProjectIR& ir, const std::vector<ProjectDiffResult::Edge>& removedEdges) {
     ids_.reserve(ir.symbols.size());
     kinds_.reserve(ir.symbols.size());
     shortNames_.reserve(ir.symbols.size());
@@ -34,6 +34,13 @@ GraphTopology::GraphTopology(const ProjectIR& ir) {
             edges_.push_back({from, to, static_cast<float>(edgeBend(hashes[from], hashes[to]))});
         }
         ++from;
+    }
+    firstRemovedEdge_ = edges_.size();
+    for (const auto& edge : removedEdges) {
+        auto source = ir.symbols.find(edge.fromId), target = ir.symbols.find(edge.toId);
+        if (source == ir.symbols.end() || target == ir.symbols.end()) continue;
+        const std::uint32_t a = index_.at(edge.fromId), b = index_.at(edge.toId);
+        edges_.push_back({a, b, static_cast<float>(edgeBend(hashes[a], hashes[b]))});
     }
 }
 
@@ -101,9 +108,13 @@ GraphScene::GraphScene(std::shared_ptr<const GraphTopology> topology, const Scen
     const bool diffEdges = in.diffModeEnabled && !in.diffAddedEdges.empty();
     for (std::size_t e = 0; e < edges.size(); ++e) {
         const GraphTopology::Edge& edge = edges[e];
+        const bool removed = e >= graph.firstRemovedEdge();
+        if (removed && !in.diffModeEnabled) continue;
         if (collapsed[edge.from] || !hasPlace_[edge.from] || !hasPlace_[edge.to]) continue;
-        const bool added = diffEdges && in.diffAddedEdges.count({graph.id(edge.from), graph.id(edge.to)}) > 0;
-        const EdgeStyle style = edgeStyle(role(edge.from), role(edge.to), added, in.edgeOpacity);
+        EdgeChange change = removed ? EdgeChange::removed : EdgeChange::none;
+        if (!removed && diffEdges && in.diffAddedEdges.count({graph.id(edge.from), graph.id(edge.to)}) > 0)
+            change = EdgeChange::added;
+        const EdgeStyle style = edgeStyle(role(edge.from), role(edge.to), change, in.edgeOpacity);
         auto known = std::find(edgeStyles_.begin(), edgeStyles_.end(), style);
         if (known == edgeStyles_.end()) known = edgeStyles_.insert(edgeStyles_.end(), style);
         edgeStyleIndex_[e] = static_cast<std::uint8_t>(known - edgeStyles_.begin());

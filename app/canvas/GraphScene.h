@@ -19,6 +19,7 @@
 #include "app/canvas/CanvasStyles.h"
 #include "app/state/StoreTypes.h"
 #include "core/impact/BlastRadius.h"
+#include "core/impact/ProjectDiff.h"
 #include "core/layout/FocusedLayout.h"
 #include "core/layout/GraphLayout.h"
 #include "core/model/ProjectIR.h"
@@ -27,7 +28,8 @@ namespace vantrel {
 
 // The points and edges of one graph. Points are every symbol in ascending id order
 // (the drawing order of nodes), then every callee id without a symbol, ascending; an
-// edge runs from a symbol to an id of its `refsOut`.
+// edge runs from a symbol to an id of its `refsOut`. After those come the given removed
+// edges (of a baseline) whose two ends are both symbols of the graph, for diff mode.
 class GraphTopology {
 public:
     struct Edge {
@@ -36,7 +38,7 @@ public:
         float bend = 0;  // signed sideways offset of the curve's control point, in points
     };
 
-    explicit GraphTopology(const ProjectIR& ir);
+    explicit GraphTopology(const ProjectIR& ir, const std::vector<ProjectDiffResult::Edge>& removedEdges = {});
 
     std::size_t symbolCount() const { return kinds_.size(); }
     std::size_t pointCount() const { return ids_.size(); }
@@ -45,6 +47,8 @@ public:
     const QString& shortName(std::size_t symbol) const { return shortNames_[symbol]; }
     std::optional<std::size_t> indexOf(std::string_view id) const;
     const std::vector<Edge>& edges() const { return edges_; }
+    // Edges from this index on are removed ones.
+    std::size_t firstRemovedEdge() const { return firstRemovedEdge_; }
 
 private:
     std::vector<std::string> ids_;
@@ -52,6 +56,7 @@ private:
     std::vector<QString> shortNames_;
     std::unordered_map<std::string_view, std::uint32_t> index_;
     std::vector<Edge> edges_;
+    std::size_t firstRemovedEdge_ = 0;
 };
 
 // What the store says about the graph at one moment.
@@ -110,7 +115,7 @@ public:
     NodeRole role(std::size_t point) const;
 
     // The style of each topology edge, or kNoEdge for an edge that is not drawn (an end
-    // without a place, or a collapsed source).
+    // without a place, a collapsed source, or a removed edge outside diff mode).
     std::uint8_t edgeStyleIndex(std::size_t edge) const { return edgeStyleIndex_[edge]; }
     const std::vector<EdgeStyle>& edgeStyles() const { return edgeStyles_; }
 

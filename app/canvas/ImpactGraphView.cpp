@@ -77,6 +77,11 @@ void ImpactGraphView::connectStore() {
         projectChanged();
         sceneChanged();
     });
+    // The baseline's removed calls are edges of the topology.
+    connect(&store_, &ProjectStore::diffResultChanged, this, [this] {
+        topologyDirty_ = true;
+        sceneChanged();
+    });
     // Another project: its size picks the view again until the user picks one.
     connect(&store_, &ProjectStore::projectRootChanged, this, [this] { modeChosen_ = false; });
     for (auto changed : {&ProjectStore::nodePositionsChanged, &ProjectStore::impactLevelsChanged,
@@ -120,7 +125,10 @@ void ImpactGraphView::selectionChanged() {
 void ImpactGraphView::ensureScene() {
     if (topologyDirty_) {
         topologyDirty_ = false;
-        topology_ = store_.ir() ? std::make_shared<const GraphTopology>(*store_.ir()) : nullptr;
+        const OptionalDiffResult& diff = store_.diffResult();
+        topology_ = store_.ir() ? std::make_shared<const GraphTopology>(
+                                      *store_.ir(), diff ? diff->removedEdges : std::vector<ProjectDiffResult::Edge>{})
+                                : nullptr;
         sceneDirty_ = true;
         updateSearchHits();
     }

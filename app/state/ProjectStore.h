@@ -154,6 +154,10 @@ public:
     // Loads a ProjectIR JSON file as the baseline; a failure goes to lastExportError and
     // keeps the earlier baseline.
     void chooseBaselineSnapshot();
+    // The same for a file already chosen (the screenshot mode's --baseline).
+    void loadBaseline(const QString& path);
+    // Forgets the baseline and its diff, and turns diff mode off.
+    void unloadBaseline();
     // Exports the graph as it is now; a failure goes to lastExportError.
     void exportGraph(GraphExportFormat format);
     // For drops: calls `completion` with the first local file among the dropped URLs,
@@ -217,7 +221,6 @@ private:
     void recomputeDiffIfPossible();
     void applySelection(const std::string& symbolId);
     void applyClearSelection();
-    void loadBaseline(const QString& path);
     void writeExport(GraphExportFormat format, const ProjectIR& ir, const QString& path);
     void reportFileError(const QString& title, const QString& message);
 

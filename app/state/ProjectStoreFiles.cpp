@@ -62,6 +62,12 @@ void ProjectStore::chooseBaselineSnapshot() {
     });
 }
 
+void ProjectStore::unloadBaseline() {
+    write(baselineIR_, std::nullopt, &ProjectStore::baselineIRChanged);
+    write(diffModeEnabled_, false, &ProjectStore::diffModeEnabledChanged);
+    recomputeDiffIfPossible();
+}
+
 void ProjectStore::loadBaseline(const QString& path) {
     std::string error;
     try {

@@ -4,38 +4,30 @@
 #include <QApplication>
 #include <QClipboard>
 #include <QHBoxLayout>
-#include <QHeaderView>
 #include <QKeyEvent>
 #include <QLabel>
 #include <QMenu>
 #include <QMouseEvent>
-#include <QPainter>
 #include <QPushButton>
 #include <QStyleHints>
-#include <QStyledItemDelegate>
 #include <QTreeView>
 #include <QVBoxLayout>
 
 #include "app/canvas/CanvasPalette.h"
-#include "app/views/Appearance.h"
 #include "app/views/DeferredCall.h"
 #include "app/views/Divider.h"
 #include "app/views/ElidedLabel.h"
+#include "app/views/GroupedRowDelegate.h"
 #include "app/views/ImpactReachModel.h"
-#include "app/views/NameFirstLine.h"
 #include "app/views/PanelHeader.h"
-#include "app/views/TextStyles.h"
 #include "core/changes/ReachReport.h"
 
 namespace vantrel {
 
 namespace {
 
-constexpr int kRowInset = 6;
-constexpr int kDot = 8;
-
 // The graph's colours: its legend names levels 1 to 3 and the downstream.
-ColorRef groupColor(int level) {
+ColorRef levelColor(int level) {
     switch (level) {
         case 0: return named(NamedColor::blue);
         case 1: return named(NamedColor::orange);
@@ -45,50 +37,20 @@ ColorRef groupColor(int level) {
     }
 }
 
-// Group headers in the semibold caption on a faint band; rows as NameFirstLine, with
-// the kind and the place in the secondary colour.
-class ReachRowDelegate : public QStyledItemDelegate {
+class ReachRowDelegate : public GroupedRowDelegate {
 public:
-    using QStyledItemDelegate::QStyledItemDelegate;
+    using GroupedRowDelegate::GroupedRowDelegate;
 
-    void paint(QPainter* painter, const QStyleOptionViewItem& option, const QModelIndex& index) const override {
-        QStyleOptionViewItem background(option);
-        initStyleOption(&background, index);
-        background.text.clear();
-        const QWidget* widget = option.widget;
-        QStyle* style = widget ? widget->style() : QApplication::style();
-        style->drawControl(QStyle::CE_ItemViewItem, &background, painter, widget);
-
-        painter->save();
-        const QPalette& palette = option.palette;
-        const bool selected = option.state & QStyle::State_Selected;
-        const QColor main = palette.color(selected ? QPalette::HighlightedText : QPalette::Text);
-        const QRect text = option.rect.adjusted(kRowInset, 0, -kRowInset, 0);
-        if (index.data(ImpactReachModel::IsGroupRole).toBool()) {
-            painter->setRenderHint(QPainter::Antialiasing);
-            painter->setPen(Qt::NoPen);
-            painter->setBrush(
-                CanvasPalette(palette).color(groupColor(index.data(ImpactReachModel::LevelRole).toInt())));
-            painter->drawEllipse(QRectF(text.left(), text.center().y() - kDot / 2.0 + 0.5, kDot, kDot));
-            painter->setFont(textStyleFont(TextStyle::caption, true));
-            painter->setPen(main);
-            painter->drawText(text.adjusted(kDot + kRowInset, 0, 0, 0), Qt::AlignLeft | Qt::AlignVCenter,
-                              index.data(Qt::DisplayRole).toString());
-        } else {
-            const QFont detailFont = textStyleFont(TextStyle::caption);
-            const NameFirstLine line =
-                layoutNameFirst(option.fontMetrics, QFontMetrics(detailFont), index.data(Qt::DisplayRole).toString(),
-                                {index.data(ImpactReachModel::KindTextRole).toString(),
-                                 index.data(ImpactReachModel::PlaceRole).toString()},
-                                text, Qt::ElideLeft);
-            const QColor detail = selected ? withOpacity(main, 0.75) : palette.color(QPalette::PlaceholderText);
-            paintNameFirst(*painter, line, option.font, main, detailFont, detail);
-        }
-        painter->restore();
+protected:
+    bool isGroup(const QModelIndex& index) const override {
+        return index.data(ImpactReachModel::IsGroupRole).toBool();
     }
-
-    QSize sizeHint(const QStyleOptionViewItem& option, const QModelIndex&) const override {
-        return {200, option.fontMetrics.height() + 8};
+    ColorRef groupColor(const QModelIndex& index) const override {
+        return levelColor(index.data(ImpactReachModel::LevelRole).toInt());
+    }
+    QStringList details(const QModelIndex& index) const override {
+        return {index.data(ImpactReachModel::KindTextRole).toString(),
+                index.data(ImpactReachModel::PlaceRole).toString()};
     }
 };
 
@@ -106,14 +68,7 @@ ImpactPanel::ImpactPanel(ProjectStore& store, QWidget* parent) : QWidget(parent)
     tree_ = new QTreeView(this);
     tree_->setObjectName(QStringLiteral("impactTree"));
     tree_->setModel(model_);
-    tree_->setItemDelegate(new ReachRowDelegate(tree_));
-    tree_->setHeaderHidden(true);
-    tree_->setUniformRowHeights(true);
-    tree_->setIndentation(14);
-    tree_->setFrameShape(QFrame::NoFrame);
-    tree_->setSelectionMode(QAbstractItemView::SingleSelection);
-    tree_->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
-    tree_->header()->setStretchLastSection(true);
+    useGroupedRows(tree_, new ReachRowDelegate(tree_));
     tree_->viewport()->installEventFilter(this);
     tree_->installEventFilter(this);
     for (QPushButton* button : {copyMarkdown_, copyText_}) {

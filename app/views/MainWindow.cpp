@@ -17,6 +17,7 @@
 #include "app/views/DeferredCall.h"
 #include "app/views/DropOverlayView.h"
 #include "app/views/FailurePanel.h"
+#include "app/views/ChangesPanel.h"
 #include "app/views/ImpactPanel.h"
 #include "app/views/OnboardingView.h"
 #include "app/views/OverlayHost.h"
@@ -98,7 +99,8 @@ void MainWindow::buildDetail() {
 }
 
 // The impact rows on the left, the code of the selection or of the chosen caller on the
-// right; the menus and Open in Editor of both go through SymbolActions.
+// right, and between them the changes since a baseline while one is loaded; the menus
+// and Open in Editor of the first and last go through SymbolActions.
 QWidget* MainWindow::buildCodeArea(QWidget* parent) {
     auto* area = new QSplitter(Qt::Horizontal, parent);
     area->setChildrenCollapsible(false);
@@ -109,11 +111,14 @@ QWidget* MainWindow::buildCodeArea(QWidget* parent) {
     sourcePanel_ = new SourcePanel(store_, area);
     sourcePanel_->setObjectName(QStringLiteral("sourcePanel"));
     sourcePanel_->setMinimumWidth(260);
+    changesPanel_ = new ChangesPanel(store_, area);
+    changesPanel_->setObjectName(QStringLiteral("changesPanel"));
+    changesPanel_->setMinimumWidth(260);
     area->addWidget(impactPanel_);
+    area->addWidget(changesPanel_);
     area->addWidget(sourcePanel_);
-    area->setStretchFactor(0, 1);
-    area->setStretchFactor(1, 1);
-    area->setSizes({width() / 2, width() / 2});  // halves, whatever the panels' own hints
+    for (int panel = 0; panel < 3; ++panel) area->setStretchFactor(panel, 1);
+    area->setSizes({width() / 3, width() / 3, width() / 3});  // equal, whatever the panels' own hints
     codeArea_ = area;
 
     symbolActions_ = new SymbolActions(store_, *impactPanel_, *sourcePanel_, *this);

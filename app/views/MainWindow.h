@@ -18,6 +18,7 @@ namespace vantrel {
 
 class DropOverlayView;
 class FailurePanel;
+class ChangesPanel;
 class ImpactPanel;
 class ImpactGraphView;
 class OnboardingView;
@@ -38,6 +39,7 @@ public:
     ImpactGraphView* graphView() const { return graph_; }
     ImpactPanel* impactPanel() const { return impactPanel_; }
     SourcePanel* sourcePanel() const { return sourcePanel_; }
+    ChangesPanel* changesPanel() const { return changesPanel_; }
     SymbolActions* symbolActions() const { return symbolActions_; }
     // The panel over the graph; nullptr while a graph is ready.
     QWidget* currentPanel() const;
@@ -96,6 +98,7 @@ private:
     OverlayHost* detail_ = nullptr;
     ImpactPanel* impactPanel_ = nullptr;
     SourcePanel* sourcePanel_ = nullptr;
+    ChangesPanel* changesPanel_ = nullptr;
     QWidget* codeArea_ = nullptr;
     SymbolActions* symbolActions_ = nullptr;
     DropOverlayView* dropOverlay_ = nullptr;

@@ -4,6 +4,7 @@
 #include <QTest>
 
 #include "app/canvas/CanvasStyles.h"
+#include "app/canvas/EdgeLayer.h"
 #include "app/canvas/EdgeMask.h"
 #include "app/canvas/GraphScene.h"
 #include "tests/app/AppTestSupport.h"
@@ -33,29 +34,37 @@ class CanvasStyleTest : public QObject {
 
 private slots:
     void edgeStylesByTheFirstRuleThatApplies() {
-        // Added since the baseline wins over everything, the selection's calls next.
-        QCOMPARE(edgeStyle(kSelected, kDownstream, true, 0.55),
-                 (EdgeStyle{named(NamedColor::green), 2.0, 0.95, true, 7.0}));
-        QCOMPARE(edgeStyle(kSelected, level(1, true), false, 0.55),
+        // Added and removed since the baseline win over everything, the selection's calls
+        // next. Added is in a hue that no level and not the downstream has; removed is
+        // dashed.
+        QCOMPARE(edgeStyle(kSelected, kDownstream, EdgeChange::added, 0.55),
+                 (EdgeStyle{named(NamedColor::purple), 2.0, 0.95, true, 7.0}));
+        QCOMPARE(edgeStyle(level(1), kSelected, EdgeChange::removed, 0.55),
+                 (EdgeStyle{named(NamedColor::red), 1.6, 0.85, true, 6.5, true}));
+        for (const NodeRole& role : {kSelected, level(1), level(2), level(3), kDownstream}) {
+            QVERIFY(nodeStyle(role, true, false, false).fill.name != NamedColor::purple);
+            QVERIFY(nodeStyle(role, true, false, false).stroke.name != NamedColor::purple);
+        }
+        QCOMPARE(edgeStyle(kSelected, level(1, true), EdgeChange::none, 0.55),
                  (EdgeStyle{named(NamedColor::blue), 2.1, 0.8, true, 7.0}));
         // Otherwise secondary; the nearer level of the two ends sets the width.
-        const EdgeStyle toSelection = edgeStyle(level(1), kSelected, false, 0.55);
+        const EdgeStyle toSelection = edgeStyle(level(1), kSelected, EdgeChange::none, 0.55);
         QCOMPARE(toSelection.color, named(NamedColor::secondary));
         QCOMPARE(toSelection.lineWidth, 2.6);
         QCOMPARE(toSelection.arrowSize, 6.5);
-        QCOMPARE(edgeStyle(level(3), level(2), false, 0.55).lineWidth, 1.8);
-        QCOMPARE(edgeStyle(kPlain, level(3), false, 0.55).lineWidth, 1.2);
-        QCOMPARE(edgeStyle(level(4), kDownstream, false, 0.55).lineWidth, 1.4);
-        const EdgeStyle beyondLevels = edgeStyle(level(5), kPlain, false, 0.55);
+        QCOMPARE(edgeStyle(level(3), level(2), EdgeChange::none, 0.55).lineWidth, 1.8);
+        QCOMPARE(edgeStyle(kPlain, level(3), EdgeChange::none, 0.55).lineWidth, 1.2);
+        QCOMPARE(edgeStyle(level(4), kDownstream, EdgeChange::none, 0.55).lineWidth, 1.4);
+        const EdgeStyle beyondLevels = edgeStyle(level(5), kPlain, EdgeChange::none, 0.55);
         QCOMPARE(beyondLevels.lineWidth, 0.8);
         QVERIFY(beyondLevels.showArrow);  // a level of any depth still earns an arrow
         // The default preference gives these two opacities; others are clamped first.
         QCOMPARE(beyondLevels.opacity, 0.3025);
-        const EdgeStyle unrelated = edgeStyle(kPlain, kPlain, false, 0.55);
+        const EdgeStyle unrelated = edgeStyle(kPlain, kPlain, EdgeChange::none, 0.55);
         QVERIFY(!unrelated.showArrow);
         QCOMPARE(unrelated.opacity, 0.066);
-        QCOMPARE(edgeStyle(kPlain, kPlain, false, 0.05).opacity, 0.3 * 0.12);
-        QCOMPARE(edgeStyle(kPlain, level(2), false, 7.0).opacity, 0.55);
+        QCOMPARE(edgeStyle(kPlain, kPlain, EdgeChange::none, 0.05).opacity, 0.3 * 0.12);
+        QCOMPARE(edgeStyle(kPlain, level(2), EdgeChange::none, 7.0).opacity, 0.55);
     }
 
     void nodeStylesLetLevelsWinOverSearchAndHover() {
@@ -150,8 +159,55 @@ private slots:
             return EdgeStyle{};
         };
         QCOMPARE(styleOf("s", "lib:x:function").color, named(NamedColor::blue));
-        QCOMPARE(styleOf("t", "v").color, named(NamedColor::green));
+        QCOMPARE(styleOf("t", "v").color, named(NamedColor::purple));
         QCOMPARE(styleOf("v", "u").lineWidth, 2.6);
+    }
+
+    void removedEdgesOfTheBaselineAreDrawnDashedInDiffModeOnly() {
+        // Now a calls b; the baseline also had b -> a and a -> gone (a symbol since deleted).
+        const ProjectIR ir = GraphBuilder().symbol("a").symbol("b").call("a", "b").build();
+        const std::vector<ProjectDiffResult::Edge> removed{{"b", "a"}, {"a", "gone"}};
+        const auto topology = std::make_shared<const GraphTopology>(ir, removed);
+        QCOMPARE(topology->edges().size(), std::size_t{2});  // a -> b, then b -> a
+        QCOMPARE(topology->firstRemovedEdge(), std::size_t{1});
+        QCOMPARE(topology->pointCount(), std::size_t{2});  // "gone" is no point
+        const NodePositions base{{"a", {0, 0}}, {"b", {0.3, 0}}};
+        const std::optional<std::string> none;
+        const ImpactLevels noLevels;
+        const IdSet noIds;
+        const EdgeSet added{{"a", "b"}};
+        auto styles = [&](bool diffMode) {
+            const GraphScene scene(topology, SceneInputs{&ir, base, none, noLevels, noIds, noIds, diffMode, added,
+                                                         0.55, QSizeF(800, 600)});
+            std::vector<std::optional<EdgeStyle>> out;
+            for (std::size_t e = 0; e < topology->edges().size(); ++e)
+                out.push_back(scene.edgeStyleIndex(e) == GraphScene::kNoEdge
+                                  ? std::nullopt
+                                  : std::optional(scene.edgeStyles().at(scene.edgeStyleIndex(e))));
+            return out;
+        };
+        const auto on = styles(true);
+        QCOMPARE(on[0]->color, named(NamedColor::purple));
+        QVERIFY(!on[0]->dashed);
+        QCOMPARE(on[1]->color, named(NamedColor::red));
+        QVERIFY(on[1]->dashed);
+        const auto off = styles(false);
+        QCOMPARE(off[0]->color, named(NamedColor::secondary));
+        QVERIFY(!off[1].has_value());
+    }
+
+    void aDashedCurveIsLaidAsEvenlySpacedDashes() {
+        // A straight run 90 points long: ten periods of 9, each dash 5.4 long.
+        const QPointF p(10, 20), q(100, 20);
+        const auto pieces = dashPieces(p, (p + q) / 2, q);
+        QCOMPARE(pieces.size(), std::size_t{10});
+        QCOMPARE(pieces.front().p, p);
+        QCOMPARE(pieces.front().q, QPointF(15.4, 20));
+        QCOMPARE(pieces[1].p, QPointF(19, 20));
+        QCOMPARE(pieces.back().q, QPointF(96.4, 20));
+        for (const QuadPiece& piece : pieces) QCOMPARE(piece.c.y(), 20.0);
+        // Too short for a period: one dash still shows it.
+        QCOMPARE(dashPieces(p, p, QPointF(12, 20)).size(), std::size_t{1});
     }
 
     void edgeMasksLayStrokesOfOneHueAsSourceOverWouldOnceEachPixel() {

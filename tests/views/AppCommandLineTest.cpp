@@ -28,6 +28,11 @@ private slots:
         QCOMPARE(unknown.exitCode, 1);
         QVERIFY(unknown.err.find("ghost") != std::string::npos);
 
+        CommandResult noBaseline = runCommand({VANTREL_APP_PATH, project, "--screenshot", picture, "--baseline",
+                                               dir / "missing.json"});
+        QCOMPARE(noBaseline.exitCode, 1);
+        QVERIFY(noBaseline.err.find("cannot load the baseline") != std::string::npos);
+
         dir.write("project/src/broken.ts/inside.txt", "a folder named like a source file cannot be read");
         CommandResult failed = runCommand({VANTREL_APP_PATH, project, "--screenshot", picture});
         QCOMPARE(failed.exitCode, 1);
@@ -36,6 +41,7 @@ private slots:
         QCOMPARE(std::count(failed.err.begin(), failed.err.end(), '\n'), std::ptrdiff_t{1});
 
         QCOMPARE(runCommand({VANTREL_APP_PATH, "--size", "900x600"}).exitCode, 2);
+        QCOMPARE(runCommand({VANTREL_APP_PATH, "--baseline", "b.json"}).exitCode, 2);
         QCOMPARE(runCommand({VANTREL_APP_PATH, "--frobnicate"}).exitCode, 2);
         CommandResult version = runCommand({VANTREL_APP_PATH, "--version"});
         QCOMPARE(version.exitCode, 0);
