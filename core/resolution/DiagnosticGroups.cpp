@@ -5,6 +5,8 @@
 #include <map>
 #include <utility>
 
+#include "core/util/Text.h"
+
 namespace vantrel {
 
 namespace {
@@ -14,12 +16,10 @@ using Reason = ResolutionDiagnostic::Reason;
 constexpr std::array<Reason, 4> kSectionOrder{Reason::fileNotFound, Reason::ambiguousMatch, Reason::noTsConfig,
                                               Reason::externalModule};
 
-char foldAscii(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; }
-
 bool containsFolded(std::string_view text, std::string_view needle) {
     if (needle.empty()) return true;
     auto at = std::search(text.begin(), text.end(), needle.begin(), needle.end(),
-                          [](char a, char b) { return foldAscii(a) == foldAscii(b); });
+                          [](char a, char b) { return asciiLower(a) == asciiLower(b); });
     return at != text.end();
 }
 

@@ -46,33 +46,39 @@ std::optional<EnumeratedFile> shouldInclude(const std::string& path, const std::
     return EnumeratedFile{path, std::move(rel), std::move(ext)};
 }
 
-std::vector<std::string> listSourceFiles(const std::string& root, const VantrelConfig& config,
-                                         const PluginList& plugins, const CancelCheck& isCancelled) {
+namespace {
+
+// Calls `visit(file)` for each file a scan with `config` would process, in walk order,
+// until the walk ends or `isCancelled` answers true.
+template <typename Visit>
+void forEachSourceFile(const std::string& root, const VantrelConfig& config, const PluginList& plugins,
+                       const CancelCheck& isCancelled, Visit&& visit) {
     PluginList active = activePlugins(plugins, config.enabledLanguages);
     PathGlobMatcher exclude(config.exclude);
     Enumerator enumerator = makeEnumerator(root, active);
-    std::vector<std::string> files;
-    if (!enumerator.walker) return files;
+    if (!enumerator.walker) return;
     while (auto path = enumerator.walker->next()) {
-        if (isCancelled && isCancelled()) break;
+        if (isCancelled && isCancelled()) return;
         if (auto file = shouldInclude(*path, root, exclude, enumerator.pluginByExt, *enumerator.walker))
-            files.push_back(std::move(file->relPath));
+            visit(std::move(*file));
     }
+}
+
+}  // namespace
+
+std::vector<std::string> listSourceFiles(const std::string& root, const VantrelConfig& config,
+                                         const PluginList& plugins, const CancelCheck& isCancelled) {
+    std::vector<std::string> files;
+    forEachSourceFile(root, config, plugins, isCancelled,
+                      [&](EnumeratedFile file) { files.push_back(std::move(file.relPath)); });
     std::sort(files.begin(), files.end());
     return files;
 }
 
 std::int64_t countSourceFiles(const std::string& root, const VantrelConfig& config, const PluginList& plugins,
                               const CancelCheck& isCancelled) {
-    PluginList active = activePlugins(plugins, config.enabledLanguages);
-    PathGlobMatcher exclude(config.exclude);
-    Enumerator enumerator = makeEnumerator(root, active);
-    if (!enumerator.walker) return 0;
     std::int64_t count = 0;
-    while (auto path = enumerator.walker->next()) {
-        if (isCancelled && isCancelled()) return count;
-        if (shouldInclude(*path, root, exclude, enumerator.pluginByExt, *enumerator.walker)) ++count;
-    }
+    forEachSourceFile(root, config, plugins, isCancelled, [&](const EnumeratedFile&) { ++count; });
     return count;
 }
 

@@ -9,7 +9,7 @@ namespace vantrel {
 
 namespace {
 
-// Sorted, for binary search.
+// In any order: sortedKeywords orders them once for binary search.
 constexpr std::array<std::string_view, 57> kJavaScriptKeywords{
     "abstract", "as",         "async",     "await",    "break",  "case",      "catch", "class",      "const",
     "continue", "debugger",   "declare",   "default",  "delete", "do",        "else",  "enum",       "export",

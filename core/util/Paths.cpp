@@ -122,8 +122,7 @@ std::string pathExtension(std::string_view path) {
 
 std::string lowercased(std::string_view text) {
     std::string out(text);
-    for (auto& c : out)
-        if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
+    for (auto& c : out) c = asciiLower(c);
     return out;
 }
 

@@ -17,6 +17,10 @@ std::optional<std::u16string> utf8ToUtf16(std::string_view text);
 // the result is valid UTF-8 and two texts that differ keep differing.
 std::string escapeInvalidUtf8(std::string_view text);
 
+// The ASCII letter in lower case; every other byte as it is (the C library's tolower
+// depends on the locale, and costs a call per character).
+constexpr char asciiLower(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; }
+
 // UTF-16 to UTF-8; a lone surrogate becomes U+FFFD.
 std::string utf16ToUtf8(std::u16string_view text);
 

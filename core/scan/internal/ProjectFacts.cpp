@@ -10,6 +10,8 @@
 #include <sys/mman.h>
 #endif
 
+#include "core/util/Text.h"
+
 namespace vantrel::detail {
 
 namespace {
@@ -18,15 +20,9 @@ namespace {
 // than through the C library's tolower, a call per character, which made this order the
 // largest part of indexing the classes.
 bool foldedLess(std::string_view a, std::string_view b) {
-    const std::size_t common = std::min(a.size(), b.size());
-    for (std::size_t i = 0; i < common; ++i) {
-        auto x = static_cast<unsigned char>(a[i]), y = static_cast<unsigned char>(b[i]);
-        if (x == y) continue;
-        if (x >= 'A' && x <= 'Z') x = static_cast<unsigned char>(x + ('a' - 'A'));
-        if (y >= 'A' && y <= 'Z') y = static_cast<unsigned char>(y + ('a' - 'A'));
-        if (x != y) return x < y;
-    }
-    return a.size() < b.size();
+    return std::lexicographical_compare(a.begin(), a.end(), b.begin(), b.end(), [](char x, char y) {
+        return static_cast<unsigned char>(asciiLower(x)) < static_cast<unsigned char>(asciiLower(y));
+    });
 }
 
 // The entry of `name` in a list sorted by `key`: the first of equal names, or the last.
