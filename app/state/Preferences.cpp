@@ -19,6 +19,7 @@ const QVariantMap& defaultsTable() {
     static const QVariantMap table{
         {prefkeys::kShowOnboardingOnLaunch, true},
         {prefkeys::kRestoreLastSession, true},
+        {prefkeys::kWatchProject, true},
         {prefkeys::kDefaultMaxDepth, static_cast<qlonglong>(kDefaultMaxDepth)},
         {prefkeys::kDefaultExportFormat, QStringLiteral("json")},
         {prefkeys::kEdgeOpacity, 0.55},

@@ -36,6 +36,7 @@ inline constexpr char kSidebarWidth[] = "sidebarWidth";                         
 inline constexpr char kLastProject[] = "lastProject";                              // text, not registered
 inline constexpr char kEditorPreset[] = "editorPreset";                            // "vscode" "terminal" "system" "custom"
 inline constexpr char kEditorCommandTemplate[] = "editorCommandTemplate";          // text with {file} and {line}
+inline constexpr char kWatchProject[] = "watchProject";                            // Boolean, true
 }  // namespace prefkeys
 
 // Compact JSON text of a list of strings, as the two data keys hold it.

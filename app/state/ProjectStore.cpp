@@ -42,12 +42,17 @@ ProjectStore::ProjectStore(ProjectStoreEnvironment environment, QObject* parent)
     : QObject(parent),
       environment_(std::move(environment)),
       scanner_(SymbolScanner::defaultPlugins(), environment_.cache) {
-    // A superseded scan may still be winding down while the next one counts and scans.
-    pool_.setMaxThreadCount(4);
+    // A superseded scan may still be winding down while the next one counts and scans,
+    // beside a live session being stopped and a Working Changes computation.
+    pool_.setMaxThreadCount(6);
+    watching_ = Preferences::boolValue(QString::fromUtf8(prefkeys::kWatchProject)).value_or(true);
 }
 
+// The session's and the jobs' threads post to this object: they must all have ended
+// before its QObject part goes, which the wait below ensures.
 ProjectStore::~ProjectStore() {
     if (scanJob_) scanJob_->cancel();
+    stopLiveSession();
     pool_.waitForDone();
 }
 
@@ -69,6 +74,8 @@ void ProjectStore::reset() {
     if (scanJob_) scanJob_->cancel();
     forgetScanJob();
     ++scanGeneration_;
+    stopLiveSession();
+    forgetWorkingChanges();
     write(scanState_, ScanState::idle(), &ProjectStore::scanStateChanged);
     write(scanProgress_, std::nullopt, &ProjectStore::scanProgressChanged);
     write(ir_, std::nullopt, &ProjectStore::irChanged);
@@ -124,8 +131,8 @@ void ProjectStore::startScanJob(const std::string& root) {
     handlers.counted = [this, isCurrent, generation](std::int64_t fileCount) {
         if (isCurrent()) onCounted(generation, fileCount);
     };
-    handlers.finished = [this, isCurrent](std::shared_ptr<ProjectIR> ir) {
-        if (isCurrent()) applyScanResult(std::move(*ir));
+    handlers.finished = [this, isCurrent](std::shared_ptr<OpenedProject> opened) {
+        if (isCurrent()) applyScanResult(opened);
     };
     handlers.failed = [this, isCurrent](const ScanFailure& failure) {
         if (isCurrent()) applyScanFailure(failure);
@@ -165,9 +172,12 @@ void ProjectStore::onCounted(std::uint64_t generation, std::int64_t fileCount) {
     scanJob_->startScan(pool_, fileCount);
 }
 
-void ProjectStore::applyScanResult(ProjectIR ir) {
+void ProjectStore::applyScanResult(const std::shared_ptr<OpenedProject>& opened) {
+    std::function<void()> stop = [job = scanJob_] {
+        if (job) job->cancel();
+    };
     forgetScanJob();
-    write(ir_, std::move(ir), &ProjectStore::irChanged);
+    write(ir_, std::move(*opened->graph), &ProjectStore::irChanged);
     write(nodePositions_, computeForceLayout(*ir_), &ProjectStore::nodePositionsChanged);
     SymbolIdList ids;
     ids.reserve(ir_->symbols.size());
@@ -177,6 +187,9 @@ void ProjectStore::applyScanResult(ProjectIR ir) {
     write(scanProgress_, std::nullopt, &ProjectStore::scanProgressChanged);
     if (!selectedSymbolId_ && !allSymbolIdsSorted_.empty()) select(allSymbolIdsSorted_.front());
     recomputeDiffIfPossible();
+    if (watching_) startLiveSession(std::move(opened->live), std::move(stop));
+    else stop();  // nobody will ask the live project anything; the holder frees it
+    probeWorkTree();
 }
 
 void ProjectStore::applyScanFailure(const ScanFailure& failure) {

@@ -8,6 +8,18 @@
 // the event loop. Every scan has a generation number: reports and results of a scan
 // that reset() or a newer scan() superseded are dropped on arrival, so they never touch
 // the newer scan's state.
+//
+// While watching is on (the preference "watchProject"), a scanned project stays live: a
+// LiveSession follows its files and each update publishes the new graph, keeping the
+// selection (while its id exists), the filters, the baseline and diff mode. The session's
+// reports come back as queued calls tagged with a live generation, which every stop of a
+// session (another project, reset, rescan, watching turned off) raises, so a stopped
+// session's late reports are dropped. A stopped session is destroyed on the store's pool,
+// so the main thread never waits for its update to end.
+//
+// In a git work tree the Working Changes mode reports the symbols changed against a base
+// revision and what they reach (core WorkingChanges), computed on the pool after the scan
+// and after every live update while the mode is on; a newer request supersedes an older.
 #pragma once
 
 #include <QObject>
@@ -27,6 +39,7 @@
 #include "app/state/ScanJob.h"
 #include "app/state/StoreTypes.h"
 #include "core/cache/ProjectCache.h"
+#include "core/changes/ChangesReport.h"
 #include "core/config/VantrelConfig.h"
 #include "core/impact/BlastRadius.h"
 #include "core/impact/ProjectDiff.h"
@@ -47,6 +60,9 @@ using OptionalText = std::optional<QString>;
 using OptionalSymbolId = std::optional<std::string>;
 using OptionalSymbolKind = std::optional<SymbolKind>;
 using SymbolIdList = std::vector<std::string>;
+using OptionalChangesReport = std::optional<ChangesReport>;
+
+class LiveSession;
 
 // What the store needs from its surroundings; tests replace each part.
 struct ProjectStoreEnvironment {
@@ -78,6 +94,16 @@ class ProjectStore : public QObject {
     Q_PROPERTY(vantrel::IdSet collapsedNodes READ collapsedNodes NOTIFY collapsedNodesChanged)
     Q_PROPERTY(vantrel::SymbolIdList allSymbolIdsSorted READ allSymbolIdsSorted NOTIFY allSymbolIdsSortedChanged)
     Q_PROPERTY(QString projectRoot READ projectRoot NOTIFY projectRootChanged)
+    Q_PROPERTY(bool watching READ watching WRITE setWatching NOTIFY watchingChanged)
+    Q_PROPERTY(vantrel::LiveStatus liveStatus READ liveStatus NOTIFY liveStatusChanged)
+    Q_PROPERTY(bool workingChangesMode READ workingChangesMode WRITE setWorkingChangesMode NOTIFY
+                   workingChangesModeChanged)
+    Q_PROPERTY(QString workingChangesRevision READ workingChangesRevision WRITE setWorkingChangesRevision NOTIFY
+                   workingChangesRevisionChanged)
+    Q_PROPERTY(vantrel::WorkingChangesState workingChangesState READ workingChangesState NOTIFY
+                   workingChangesStateChanged)
+    Q_PROPERTY(vantrel::OptionalChangesReport workingChanges READ workingChanges NOTIFY workingChangesChanged)
+    Q_PROPERTY(vantrel::IdSet workingChangedIds READ workingChangedIds NOTIFY workingChangedIdsChanged)
 
 public:
     explicit ProjectStore(ProjectStoreEnvironment environment, QObject* parent = nullptr);
@@ -109,6 +135,21 @@ public:
     // The standardised folder of the last scan() (the window's title names it); empty
     // after reset().
     const QString& projectRoot() const { return projectRoot_; }
+    // Whether open projects follow their files; from the preference at construction.
+    bool watching() const { return watching_; }
+    const LiveStatus& liveStatus() const { return liveStatus_; }
+    // The impact panel shows the working tree's changes instead of the selection's reach.
+    bool workingChangesMode() const { return workingChangesMode_; }
+    // The base the changes are taken against, as the user names it ("HEAD" at first).
+    const QString& workingChangesRevision() const { return workingChangesRevision_; }
+    const WorkingChangesState& workingChangesState() const { return workingChangesState_; }
+    // The last report for the current graph; nothing before the first or after a failure.
+    const OptionalChangesReport& workingChanges() const { return workingChanges_; }
+    // The added and modified symbols of that report that the graph holds, while the mode
+    // is on; empty otherwise. The canvas marks them.
+    const IdSet& workingChangedIds() const { return workingChangedIds_; }
+    // The running session, for tests that want to wait for it; nullptr while none runs.
+    LiveSession* liveSession() const { return liveSession_.get(); }
     // The windowing services the store was given; views that start programs use them too.
     PlatformServices& platform() const { return *environment_.platform; }
 
@@ -118,6 +159,12 @@ public:
     void setKindFilter(const OptionalSymbolKind& kind);
     // The export failure alert was dismissed.
     void clearLastExportError();
+    // Off stops the session; on starts one for the open project, which first catches up
+    // with what changed meanwhile.
+    void setWatching(bool on);
+    void setWorkingChangesMode(bool on);
+    // A blank revision means HEAD. Recomputes while the mode is on.
+    void setWorkingChangesRevision(const QString& revision);
 
     // Scan lifecycle. All on the main thread; each returns at once.
     void scan(const QString& rootPath);
@@ -202,6 +249,15 @@ signals:
     void collapsedNodesChanged();
     void allSymbolIdsSortedChanged();
     void projectRootChanged();
+    void watchingChanged();
+    void liveStatusChanged();
+    void workingChangesModeChanged();
+    void workingChangesRevisionChanged();
+    void workingChangesStateChanged();
+    void workingChangesChanged();
+    void workingChangedIdsChanged();
+    // A notice of the watcher, once (the fallback to periodic checks).
+    void liveNotice(const QString& message);
     // An export was written to `path`.
     void exported(const QString& path);
 
@@ -214,7 +270,16 @@ private:
 
     void startScanJob(const std::string& root);
     void onCounted(std::uint64_t generation, std::int64_t fileCount);
-    void applyScanResult(ProjectIR ir);
+    void applyScanResult(const std::shared_ptr<OpenedProject>& opened);
+    void startLiveSession(std::unique_ptr<LiveProject> project, std::function<void()> stop);
+    void reopenLive();
+    void stopLiveSession();
+    void applyLiveGraph(std::shared_ptr<ProjectIR> graph);
+    void applyLiveState(int state, const QString& message);
+    void probeWorkTree();
+    void requestWorkingChanges();
+    void applyWorkingChanges(std::uint64_t generation, std::shared_ptr<ChangesReport> report, const QString& error);
+    void forgetWorkingChanges();
     void applyScanFailure(const ScanFailure& failure);
     void forgetScanJob();
     void addRecentIfAppropriate(const QString& path);
@@ -249,6 +314,20 @@ private:
     SymbolIdList allSymbolIdsSorted_;
     QString projectRoot_;
 
+    bool watching_ = true;
+    LiveStatus liveStatus_;
+    bool workingChangesMode_ = false;
+    QString workingChangesRevision_ = QStringLiteral("HEAD");
+    WorkingChangesState workingChangesState_;
+    OptionalChangesReport workingChanges_;
+    IdSet workingChangedIds_;
+
+    std::shared_ptr<LiveSession> liveSession_;
+    std::function<void()> stopLive_;  // cancels the full scans of the live project in hand
+    std::uint64_t liveGeneration_ = 0;  // raised by every stop; a session's reports carry its own
+    struct ChangesWorker;
+    std::shared_ptr<ChangesWorker> changesWorker_;  // one per project and revision
+    std::uint64_t changesGeneration_ = 0;           // raised by every request
     std::shared_ptr<ScanJob> scanJob_;
     std::uint64_t scanGeneration_ = 0;  // raised by every reset; a job's reports carry its own
     bool didAttemptFirstLaunch_ = false;

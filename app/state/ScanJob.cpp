@@ -56,15 +56,27 @@ void ScanJob::startCount(QThreadPool& pool) {
 }
 
 void ScanJob::startScan(QThreadPool& pool, std::int64_t fileCount) {
-    pool.start([self = shared_from_this(), fileCount] {
+    // The live project counts the files itself; the count only had to be confirmed.
+    (void)fileCount;
+    pool.start([self = shared_from_this()] {
         self->runGuarded([&] {
-            auto progress = [&self](const ScanProgress& report) {
-                self->post([self, report] { self->handlers_.progress(report); });
+            LiveProjectOptions options;
+            options.root = self->root_;
+            options.loadConfig = [config = self->config_] { return config; };
+            options.maxConcurrentParses = kMaxConcurrentParses;
+            // Captures the job weakly: the live project outlives it, and must not keep it.
+            options.progress = [weak = self->weak_from_this()](const ScanProgress& report) {
+                auto job = weak.lock();
+                if (!job || job->opened_.load()) return;
+                job->post([job, report] { job->handlers_.progress(report); });
             };
-            auto ir = std::make_shared<ProjectIR>(self->scanner_.scanProject(self->root_, self->config_, kBatchSize,
-                                                                             kMaxConcurrentParses, fileCount, progress,
-                                                                             self->cancelCheck()));
-            self->post([self, ir] { self->handlers_.finished(ir); });
+            options.isCancelled = self->cancelCheck();
+            auto opened = std::make_shared<OpenedProject>();
+            opened->live = std::make_unique<LiveProject>(self->scanner_, std::move(options));
+            opened->live->open();
+            self->opened_.store(true);
+            opened->graph = std::make_shared<ProjectIR>(opened->live->graph());
+            self->post([self, opened] { self->handlers_.finished(opened); });
         });
     });
 }

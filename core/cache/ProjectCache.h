@@ -36,6 +36,8 @@ public:
     // folder of their own beside the names mode's, so switching modes never mixes records
     // and each mode's stay warm; the names mode's folder is the one it always was.
     [[nodiscard]] ProjectCache forLinking(LinkingMode mode) const;
+    // The folder the cache lives below; other stores of the application keep theirs there too.
+    const std::optional<std::string>& applicationSupportDir() const { return supportDir_; }
 
     // <support>/Vantrel/cache/v2, created if needed; nothing when that fails.
     std::optional<std::string> cacheRootURL() const;
