@@ -50,6 +50,8 @@ AppShell::AppShell(Mode mode)
     });
     QObject::connect(&preferences_, &PreferencesView::preferenceChanged, &window_, [this](const QString& key) {
         if (key == QLatin1String(prefkeys::kColorScheme)) colorScheme_.apply();
+        if (key == QLatin1String(prefkeys::kWatchProject))
+            store_.setWatching(Preferences::boolValue(key).value_or(true));
         window_.preferencesChanged();
     });
     // A picture drawn unattended is reproducible: it neither reads nor writes the session.

@@ -22,6 +22,7 @@ Hue hueOf(NamedColor name) {
         case NamedColor::green: return {qRgb(52, 199, 89), qRgb(48, 209, 88)};
         case NamedColor::blue: return {qRgb(0, 122, 255), qRgb(10, 132, 255)};
         case NamedColor::purple: return {qRgb(175, 82, 222), qRgb(191, 90, 242)};
+        case NamedColor::teal: return {qRgb(0, 150, 150), qRgb(64, 210, 200)};
         case NamedColor::gray: return {qRgb(142, 142, 147), qRgb(152, 152, 157)};
         case NamedColor::white: return {qRgb(255, 255, 255), qRgb(255, 255, 255)};
         case NamedColor::black: return {qRgb(0, 0, 0), qRgb(0, 0, 0)};

@@ -10,7 +10,9 @@
 namespace vantrel {
 
 // Purple is no level's and not the downstream's: diff mode marks added edges with it.
-enum class NamedColor { red, orange, yellow, green, blue, purple, gray, white, black, secondary, accentColor };
+// Teal marks the working tree's changed symbols: a hue no level, the downstream or diff
+// mode uses.
+enum class NamedColor { red, orange, yellow, green, blue, purple, teal, gray, white, black, secondary, accentColor };
 
 // A named colour with its alpha multiplied by `alpha`.
 struct ColorRef {

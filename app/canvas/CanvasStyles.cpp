@@ -26,7 +26,9 @@ EdgeStyle edgeStyle(const NodeRole& from, const NodeRole& to, EdgeChange change,
     return style;
 }
 
-NodeStyle nodeStyle(const NodeRole& role, bool hasSelection, bool searchHit, bool hovered) {
+namespace {
+
+NodeStyle baseNodeStyle(const NodeRole& role, bool hasSelection, bool searchHit, bool hovered) {
     if (role.selected) return {named(NamedColor::red), named(NamedColor::white), 4.0, 1.0};
     if (role.level == 3) return {named(NamedColor::green), named(NamedColor::green), 1.8, 1.0};
     if (role.level == 2) return {named(NamedColor::yellow), named(NamedColor::yellow), 2.2, 1.0};
@@ -35,6 +37,18 @@ NodeStyle nodeStyle(const NodeRole& role, bool hasSelection, bool searchHit, boo
     if (searchHit) return {named(NamedColor::accentColor, 0.25), named(NamedColor::accentColor), 2.5, 1.0};
     if (hovered) return {named(NamedColor::secondary, 0.15), named(NamedColor::secondary), 2.0, 1.0};
     return {named(NamedColor::gray), named(NamedColor::gray), 1.0, hasSelection ? 0.15 : 1.0};
+}
+
+}  // namespace
+
+NodeStyle nodeStyle(const NodeRole& role, bool hasSelection, bool searchHit, bool hovered) {
+    NodeStyle style = baseNodeStyle(role, hasSelection, searchHit, hovered);
+    if (role.changed) {
+        style.stroke = named(NamedColor::teal);
+        style.lineWidth = 4.0;
+        style.opacity = 1.0;
+    }
+    return style;
 }
 
 double nodeSizeFactor(const QString& graphNodeSize) {

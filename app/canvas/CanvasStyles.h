@@ -13,6 +13,7 @@ struct NodeRole {
     bool selected = false;
     std::optional<int> level;  // its impact level, if any
     bool downstream = false;   // in the selection's downstream context
+    bool changed = false;      // changed in the working tree, while the Working Changes mode is on
     bool operator==(const NodeRole&) const = default;
 };
 
@@ -49,7 +50,8 @@ enum class EdgeChange { none, added, removed };
 EdgeStyle edgeStyle(const NodeRole& from, const NodeRole& to, EdgeChange change, double edgeOpacityPreference);
 
 // Selected red; levels 3, 2, 1 green, yellow, orange; downstream blue; then a search
-// hit, the hovered node, and gray, dimmed while something else is selected.
+// hit, the hovered node, and gray, dimmed while something else is selected. A changed
+// symbol keeps that fill inside a thick teal outline and is never dimmed.
 NodeStyle nodeStyle(const NodeRole& role, bool hasSelection, bool searchHit, bool hovered);
 
 // 0.9 for "small", 1.35 for "large", 1.0 for any other `graphNodeSize`.

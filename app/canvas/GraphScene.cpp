@@ -98,6 +98,10 @@ GraphScene::GraphScene(std::shared_ptr<const GraphTopology> topology, const Scen
             if (auto point = graph.indexOf(id)) levels_[*point] = level;
     for (const std::string& id : in.downstreamContext)
         if (auto point = graph.indexOf(id)) downstream_[*point] = 1;
+    changed_.assign(points, 0);
+    if (in.changedIds)
+        for (const std::string& id : *in.changedIds)
+            if (auto point = graph.indexOf(id)) changed_[*point] = 1;
 
     std::vector<std::uint8_t> collapsed(graph.symbolCount(), 0);
     for (const std::string& id : in.collapsedNodes)
@@ -131,6 +135,7 @@ NodeRole GraphScene::role(std::size_t point) const {
     role.selected = selectedPoint_ == point;
     if (levels_[point] != 0) role.level = levels_[point];
     role.downstream = downstream_[point] != 0;
+    role.changed = changed_[point] != 0;
     return role;
 }
 

@@ -75,6 +75,8 @@ struct SceneInputs {
     // groups expanded; without a selection it shows what the whole view would.
     const std::set<FocusedGroupKey>* focusedExpanded = nullptr;
     double legendHeight = 0;  // the top of the view the legend covers, inset included
+    // Set: the symbols changed in the working tree, marked on their nodes.
+    const IdSet* changedIds = nullptr;
 };
 
 // A group node of the focused view: the members of one file on one level, drawn at its
@@ -131,6 +133,7 @@ private:
     std::optional<std::size_t> selectedPoint_;
     std::vector<std::int32_t> levels_;  // per point; 0 for none
     std::vector<std::uint8_t> downstream_;
+    std::vector<std::uint8_t> changed_;
     std::vector<std::uint8_t> edgeStyleIndex_;
     std::vector<EdgeStyle> edgeStyles_;
 };

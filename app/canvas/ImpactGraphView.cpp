@@ -64,6 +64,7 @@ ImpactGraphView::ImpactGraphView(ProjectStore& store, QWidget* parent)
     refreshPreferences();
     legend_->setVisible(store_.scanState().kind == ScanState::Kind::ready);
     legend_->setSelectedId(store_.selectedSymbolId());
+    legend_->setChangesShown(store_.workingChangesMode());
     shownSelection_ = store_.selectedSymbolId();
 }
 
@@ -86,8 +87,14 @@ void ImpactGraphView::connectStore() {
     connect(&store_, &ProjectStore::projectRootChanged, this, [this] { modeChosen_ = false; });
     for (auto changed : {&ProjectStore::nodePositionsChanged, &ProjectStore::impactLevelsChanged,
                          &ProjectStore::downstreamContextChanged, &ProjectStore::collapsedNodesChanged,
-                         &ProjectStore::diffModeEnabledChanged, &ProjectStore::diffAddedEdgesChanged})
+                         &ProjectStore::diffModeEnabledChanged, &ProjectStore::diffAddedEdgesChanged,
+                         &ProjectStore::workingChangedIdsChanged})
         connect(&store_, changed, this, &ImpactGraphView::sceneChanged);
+    // The legend names the changed symbols' mark while the mode is on.
+    connect(&store_, &ProjectStore::workingChangesModeChanged, this, [this] {
+        legend_->setChangesShown(store_.workingChangesMode());
+        sceneChanged();
+    });
     connect(&store_, &ProjectStore::selectedSymbolIdChanged, this, &ImpactGraphView::selectionChanged);
     connect(&store_, &ProjectStore::scanStateChanged, this, [this] {
         legend_->setVisible(store_.scanState().kind == ScanState::Kind::ready);
@@ -156,7 +163,8 @@ void ImpactGraphView::rebuildScene() {
                              edgeOpacity_,
                              QSizeF(size()),
                              modes_->mode() == CanvasMode::impact ? &expandedGroups_ : nullptr,
-                             legend_->isVisible() ? legend_->geometry().bottom() + kLegendInset : 0.0};
+                             legend_->isVisible() ? legend_->geometry().bottom() + kLegendInset : 0.0,
+                             store_.workingChangesMode() ? &store_.workingChangedIds() : nullptr};
     scene_ = GraphScene(topology_, inputs);
 
     if (animation_.glide(before, beforePlaces, beforeVelocity, scene_, t)) frameTimer_.start();
@@ -429,6 +437,14 @@ std::optional<QPointF> ImpactGraphView::placeOf(const std::string& id) {
     auto point = scene_.topology().indexOf(id);
     if (!point || !scene_.hasPlace(*point)) return std::nullopt;
     return scene_.place(*point);
+}
+
+std::optional<NodeRole> ImpactGraphView::roleOf(const std::string& id) {
+    ensureScene();
+    if (scene_.isEmpty()) return std::nullopt;
+    auto point = scene_.topology().indexOf(id);
+    if (!point || !scene_.hasPlace(*point)) return std::nullopt;
+    return scene_.role(*point);
 }
 
 std::optional<std::string> ImpactGraphView::nodeAt(QPointF point) {

@@ -62,6 +62,9 @@ public:
     std::optional<std::string> hoveredId() const { return hoveredId_; }
     // Where the node of `id` comes to rest, before pan and zoom; nothing if it is not drawn.
     std::optional<QPointF> placeOf(const std::string& id);
+    // What the node of `id` is in the scene (selected, level, changed); nothing if it is not drawn.
+    std::optional<NodeRole> roleOf(const std::string& id);
+    LegendPanel* legend() const { return legend_; }
     // The id of the topmost node whose square holds `point` (widget coordinates).
     std::optional<std::string> nodeAt(QPointF point);
 

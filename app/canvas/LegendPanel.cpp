@@ -43,10 +43,14 @@ constexpr GlyphEntry kGlyphs[] = {{SymbolKind::function, "Function"},
                                   {SymbolKind::method, "Method"},
                                   {SymbolKind::classType, "Class"}};
 
-double dotRowWidth(const QFontMetricsF& metrics) {
+constexpr char kChangedLabel[] = "Changed";
+
+double dotRowWidth(const QFontMetricsF& metrics, bool changes) {
     double width = 0;
     for (const DotEntry& dot : kDots) width += kDotSize + kDotGap + metrics.horizontalAdvance(dot.label);
-    return width + kDotSpacing * (std::size(kDots) - 1);
+    width += kDotSpacing * (std::size(kDots) - 1);
+    if (changes) width += kDotSpacing + kDotSize + kDotGap + metrics.horizontalAdvance(kChangedLabel);
+    return width;
 }
 
 double glyphRowWidth(const QFontMetricsF& metrics) {
@@ -78,6 +82,12 @@ void LegendPanel::setMaximumPanelWidth(int width) {
     relayout();
 }
 
+void LegendPanel::setChangesShown(bool shown) {
+    if (changesShown_ == shown) return;
+    changesShown_ = shown;
+    relayout();
+}
+
 void LegendPanel::setSearchVisible(bool visible) {
     searchVisible_ = visible;
     search_->setVisible(visible);
@@ -90,7 +100,7 @@ QString LegendPanel::titleText() const {
 
 void LegendPanel::relayout() {
     const QFontMetricsF title(CanvasFonts::caption()), keys(CanvasFonts::caption2());
-    double content = std::max({title.horizontalAdvance(titleText()), dotRowWidth(keys), glyphRowWidth(keys)});
+    double content = std::max({title.horizontalAdvance(titleText()), dotRowWidth(keys, changesShown_), glyphRowWidth(keys)});
     if (searchVisible_) content = std::max(content, static_cast<double>(kSearchWidth));
     const double width = std::min(content + 2 * kPadding, static_cast<double>(std::max(maximumWidth_, 0)));
     double height = kPadding + title.height() + kRowSpacing + std::max(kDotSize, keys.height()) + kRowSpacing +
@@ -132,6 +142,15 @@ void LegendPanel::paintEvent(QPaintEvent*) {
         painter.setPen(secondary);
         painter.drawText(QPointF(x, y + (rowHeight - keys.height()) / 2 + keys.ascent()), dot.label);
         x += keys.horizontalAdvance(dot.label) + kDotSpacing;
+    }
+    if (changesShown_) {
+        // A ring, as the changed nodes wear it.
+        painter.setPen(QPen(palette.color(NamedColor::teal), 2.0));
+        painter.setBrush(Qt::NoBrush);
+        painter.drawEllipse(QRectF(x + 1, y + (rowHeight - kDotSize) / 2 + 1, kDotSize - 2, kDotSize - 2));
+        x += kDotSize + kDotGap;
+        painter.setPen(secondary);
+        painter.drawText(QPointF(x, y + (rowHeight - keys.height()) / 2 + keys.ascent()), kChangedLabel);
     }
     y += rowHeight + kRowSpacing;
 

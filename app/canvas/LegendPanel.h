@@ -1,5 +1,6 @@
-// The panel at the canvas's top left: the selected id, the colour and shape keys, and,
-// while the search is open, the search field.
+// The panel at the canvas's top left: the selected id, the colour and shape keys (with
+// the changed symbols' ring while the Working Changes mode is on), and, while the search
+// is open, the search field.
 #pragma once
 
 #include <QLineEdit>
@@ -19,6 +20,8 @@ public:
     // The panel never grows wider than this; the id is shortened in the middle to fit.
     void setMaximumPanelWidth(int width);
     void setSearchVisible(bool visible);
+    void setChangesShown(bool shown);
+    bool changesShown() const { return changesShown_; }
     bool isSearchVisible() const { return searchVisible_; }
     QLineEdit* searchField() const { return search_; }
 
@@ -40,6 +43,7 @@ private:
     QLineEdit* search_;
     std::optional<std::string> selectedId_;
     bool searchVisible_ = false;
+    bool changesShown_ = false;
     int maximumWidth_ = 10000;
 };
 

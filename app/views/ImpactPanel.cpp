@@ -1,11 +1,13 @@
 #include "app/views/ImpactPanel.h"
 
+#include <QAbstractButton>
 #include <QAction>
 #include <QApplication>
 #include <QClipboard>
 #include <QHBoxLayout>
 #include <QKeyEvent>
 #include <QLabel>
+#include <QLineEdit>
 #include <QMenu>
 #include <QMouseEvent>
 #include <QPushButton>
@@ -20,15 +22,19 @@
 #include "app/views/GroupedRowDelegate.h"
 #include "app/views/ImpactReachModel.h"
 #include "app/views/PanelHeader.h"
+#include "app/views/SegmentedPicker.h"
+#include "app/views/WorkingChangesModel.h"
 #include "core/changes/ReachReport.h"
 
 namespace vantrel {
 
 namespace {
 
-// The graph's colours: its legend names levels 1 to 3 and the downstream.
+// The graph's colours: its legend names levels 1 to 3, the downstream and, while the
+// Working Changes mode is on, the changed symbols.
 ColorRef levelColor(int level) {
     switch (level) {
+        case WorkingChangesModel::kChangedLevel: return named(NamedColor::teal);
         case 0: return named(NamedColor::blue);
         case 1: return named(NamedColor::orange);
         case 2: return named(NamedColor::yellow);
@@ -49,8 +55,12 @@ protected:
         return levelColor(index.data(ImpactReachModel::LevelRole).toInt());
     }
     QStringList details(const QModelIndex& index) const override {
-        return {index.data(ImpactReachModel::KindTextRole).toString(),
-                index.data(ImpactReachModel::PlaceRole).toString()};
+        QStringList details{index.data(ImpactReachModel::KindTextRole).toString(),
+                            index.data(ImpactReachModel::PlaceRole).toString()};
+        // A changed row says how first: the mark matters more than the kind.
+        const QString change = index.data(WorkingChangesModel::ChangeRole).toString();
+        if (!change.isEmpty()) details.prepend(change);
+        return details;
     }
 };
 
@@ -65,6 +75,7 @@ ImpactPanel::ImpactPanel(ProjectStore& store, QWidget* parent) : QWidget(parent)
     layout->addWidget(makeDivider(Qt::Horizontal, this));
 
     model_ = new ImpactReachModel(this);
+    changesModel_ = new WorkingChangesModel(this);
     tree_ = new QTreeView(this);
     tree_->setObjectName(QStringLiteral("impactTree"));
     tree_->setModel(model_);
@@ -81,7 +92,9 @@ ImpactPanel::ImpactPanel(ProjectStore& store, QWidget* parent) : QWidget(parent)
     layout->addWidget(tree_, 1);
 
     for (auto changed : {&ProjectStore::irChanged, &ProjectStore::selectedSymbolIdChanged,
-                         &ProjectStore::impactLevelsChanged, &ProjectStore::configChanged})
+                         &ProjectStore::impactLevelsChanged, &ProjectStore::configChanged,
+                         &ProjectStore::workingChangesModeChanged, &ProjectStore::workingChangesStateChanged,
+                         &ProjectStore::workingChangesChanged, &ProjectStore::workingChangesRevisionChanged})
         connect(&store_, changed, this, &ImpactPanel::scheduleRefresh);
     refresh();
 }
@@ -89,6 +102,28 @@ ImpactPanel::ImpactPanel(ProjectStore& store, QWidget* parent) : QWidget(parent)
 QWidget* ImpactPanel::buildHeader() {
     const PanelHeader made = makePanelHeader(QStringLiteral("Impact"), "impactTarget", this);
     QWidget* header = made.widget;
+    // Above the title: which reach the panel shows, and the base of the working changes.
+    auto* modes = new QHBoxLayout;
+    modes->setSpacing(8);
+    modePicker_ = new SegmentedPicker({}, {QStringLiteral("Selection"), QStringLiteral("Working Changes")}, header);
+    modePicker_->setObjectName(QStringLiteral("impactModePicker"));
+    modePicker_->setSizePolicy(QSizePolicy::Maximum, QSizePolicy::Fixed);
+    modes->addWidget(modePicker_);
+    revisionCaption_ = new QLabel(QStringLiteral("against"), header);
+    revisionCaption_->setForegroundRole(QPalette::PlaceholderText);
+    modes->addWidget(revisionCaption_);
+    revision_ = new QLineEdit(header);
+    revision_->setObjectName(QStringLiteral("changesRevision"));
+    revision_->setPlaceholderText(QStringLiteral("HEAD"));
+    revision_->setToolTip(QStringLiteral("The revision the working tree is compared with: a commit, branch or tag"));
+    revision_->setFixedWidth(120);
+    modes->addWidget(revision_);
+    modes->addStretch(1);
+    static_cast<QBoxLayout*>(header->layout())->insertLayout(0, modes);
+    connect(modePicker_, &SegmentedPicker::activated, this,
+            [this](int index) { store_.setWorkingChangesMode(index == 1); });
+    connect(revision_, &QLineEdit::editingFinished, this,
+            [this] { store_.setWorkingChangesRevision(revision_->text()); });
     QHBoxLayout* row = made.row;
     target_ = made.name;
     summary_ = made.detail;
@@ -105,9 +140,19 @@ QWidget* ImpactPanel::buildHeader() {
 
 QString ImpactPanel::summaryText() const { return summary_->fullText(); }
 
-QString ImpactPanel::markdown() const { return QString::fromStdString(renderReachMarkdown(model_->reach())); }
+bool ImpactPanel::showsChanges() const { return store_.workingChangesMode(); }
 
-QString ImpactPanel::plainText() const { return QString::fromStdString(renderReachText(model_->reach())); }
+QString ImpactPanel::markdown() const {
+    if (showsChanges())
+        return store_.workingChanges() ? QString::fromStdString(renderChangesMarkdown(*store_.workingChanges())) : QString();
+    return QString::fromStdString(renderReachMarkdown(model_->reach()));
+}
+
+QString ImpactPanel::plainText() const {
+    if (showsChanges())
+        return store_.workingChanges() ? QString::fromStdString(renderChangesText(*store_.workingChanges())) : QString();
+    return QString::fromStdString(renderReachText(model_->reach()));
+}
 
 // The store writes the selection, its levels and the depth one after another; the
 // rows are rebuilt once, after the last.
@@ -119,6 +164,12 @@ void ImpactPanel::scheduleRefresh() {
 
 void ImpactPanel::refresh() {
     refreshPending_ = false;
+    refreshModeControls();
+    if (showsChanges()) {
+        refreshChanges();
+        return;
+    }
+    if (tree_->model() != model_) tree_->setModel(model_);
     const OptionalSymbolId& selected = store_.selectedSymbolId();
     const bool shown = store_.ir() && selected;
     model_->setReach(shown ? describeReach(*selected, *store_.ir(), store_.impactLevels(), store_.config().maxDepth)
@@ -133,6 +184,61 @@ void ImpactPanel::refresh() {
     applyReveal();
 }
 
+void ImpactPanel::refreshModeControls() {
+    using Kind = WorkingChangesState::Kind;
+    const WorkingChangesState& state = store_.workingChangesState();
+    const bool available = state.kind != Kind::unknown && state.kind != Kind::unavailable;
+    modePicker_->setCurrentIndex(showsChanges() ? 1 : 0);
+    QAbstractButton* changes = modePicker_->segment(1);
+    changes->setEnabled(available);
+    changes->setToolTip(state.kind == Kind::unavailable
+                            ? QStringLiteral("Not available: the project is not in a git work tree (%1)").arg(state.message)
+                        : state.kind == Kind::unknown
+                            ? QStringLiteral("Not available until a project in a git work tree is open")
+                            : QStringLiteral("The symbols changed since the base revision, and what they reach"));
+    revisionCaption_->setVisible(showsChanges());
+    revision_->setVisible(showsChanges());
+    if (!revision_->hasFocus())
+        revision_->setText(store_.workingChangesRevision() == QLatin1String("HEAD") ? QString()
+                                                                                     : store_.workingChangesRevision());
+}
+
+// The rows of the last report; the header says where the computation stands.
+void ImpactPanel::refreshChanges() {
+    using Kind = WorkingChangesState::Kind;
+    if (tree_->model() != changesModel_) tree_->setModel(changesModel_);
+    const OptionalChangesReport& report = store_.workingChanges();
+    if (report && store_.ir()) changesModel_->setReport(*report, *store_.ir());
+    else changesModel_->clear();
+    tree_->expandAll();
+    const QString base = store_.workingChangesRevision();
+    target_->setFullText(QStringLiteral("Working changes against %1").arg(base));
+    const WorkingChangesState& state = store_.workingChangesState();
+    QString detail;
+    if (state.kind == Kind::failed) {
+        detail = state.message;
+    } else if (report) {
+        const std::size_t changed = report->changed.size(), reached = report->reachedCount();
+        if (changed == 0) {
+            detail = QStringLiteral("No changed symbols");
+        } else {
+            detail = QStringLiteral("%1 changed %2 reach %3 %4 on %5 %6")
+                         .arg(changed)
+                         .arg(changed == 1 ? QStringLiteral("symbol") : QStringLiteral("symbols"))
+                         .arg(reached)
+                         .arg(reached == 1 ? QStringLiteral("symbol") : QStringLiteral("symbols"))
+                         .arg(report->reached.size())
+                         .arg(report->reached.size() == 1 ? QStringLiteral("level") : QStringLiteral("levels"));
+        }
+        if (state.kind == Kind::computing) detail += QStringLiteral(" — updating…");
+    } else {
+        detail = QStringLiteral("Comparing with %1…").arg(base);
+    }
+    summary_->setFullText(detail);
+    copyMarkdown_->setEnabled(report.has_value());
+    copyText_->setEnabled(report.has_value());
+}
+
 void ImpactPanel::reveal(const std::string& symbolId, Group group) {
     revealId_ = symbolId;
     revealGroup_ = group;
@@ -140,7 +246,7 @@ void ImpactPanel::reveal(const std::string& symbolId, Group group) {
 }
 
 void ImpactPanel::applyReveal() {
-    if (revealId_.empty() || model_->reach().targetId != revealId_) return;
+    if (showsChanges() || revealId_.empty() || model_->reach().targetId != revealId_) return;
     revealId_.clear();
     for (int group = 0; group < model_->groupCount(); ++group) {
         const bool callees = model_->rowIndex(group).data(ImpactReachModel::LevelRole).toInt() == 0;
@@ -167,7 +273,7 @@ void ImpactPanel::showContextMenu(const QPoint& viewportPos) {
 
 void ImpactPanel::choose(const std::string& id) {
     QStringList toward;
-    if (store_.ir())
+    if (store_.ir() && !showsChanges())
         for (const std::string& closer : nextTowardTarget(model_->reach(), *store_.ir(), id))
             toward.append(QString::fromStdString(closer));
     emit rowChosen(QString::fromStdString(id), toward);
@@ -182,9 +288,9 @@ bool ImpactPanel::withinDoubleClick() const {
     return sincePress_.isValid() && sincePress_.elapsed() < QApplication::styleHints()->mouseDoubleClickInterval();
 }
 
+// Both models give a row's id under IdRole and nothing for a group.
 std::string ImpactPanel::idAt(const QPoint& viewportPos) const {
-    const ReachRow* row = model_->rowAt(tree_->indexAt(viewportPos));
-    return row ? row->id : std::string();
+    return tree_->indexAt(viewportPos).data(ImpactReachModel::IdRole).toString().toStdString();
 }
 
 bool ImpactPanel::eventFilter(QObject* watched, QEvent* event) {
@@ -229,14 +335,14 @@ bool ImpactPanel::handleViewportMouse(QEvent* event) {
 
 bool ImpactPanel::handleTreeKey(QEvent* event) {
     const int key = static_cast<QKeyEvent*>(event)->key();
-    const ReachRow* row = model_->rowAt(tree_->currentIndex());
-    if (!row) return false;
+    const QString id = tree_->currentIndex().data(ImpactReachModel::IdRole).toString();
+    if (id.isEmpty()) return false;
     if (key == Qt::Key_Space) {
-        choose(row->id);
+        choose(id.toStdString());
         return true;
     }
     if (key == Qt::Key_Return || key == Qt::Key_Enter) {
-        emit openCodeRequested(QString::fromStdString(row->id));
+        emit openCodeRequested(id);
         return true;
     }
     return false;

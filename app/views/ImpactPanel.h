@@ -13,6 +13,12 @@
 // it offers the copies. "Copy as Markdown" puts the tables of `changes --format
 // markdown` on the clipboard, "Copy as text" a plain list. reveal() brings a symbol's
 // callers or callees into view once its rows are shown.
+//
+// A picker in the header switches to the Working Changes mode (in a git work tree only;
+// elsewhere it is disabled and its tooltip says why): the symbols changed against a base
+// revision (HEAD unless another is typed in beside the picker) and what they reach, level
+// by level (WorkingChangesModel), as the store last computed them. Clicks, keys and menus
+// work as on the reach; its copies are those of `changes`.
 #pragma once
 
 #include <QElapsedTimer>
@@ -23,6 +29,7 @@
 #include "app/state/ProjectStore.h"
 
 class QLabel;
+class QLineEdit;
 class QPushButton;
 class QTreeView;
 
@@ -30,6 +37,8 @@ namespace vantrel {
 
 class ElidedLabel;
 class ImpactReachModel;
+class SegmentedPicker;
+class WorkingChangesModel;
 
 class ImpactPanel : public QWidget {
     Q_OBJECT
@@ -40,6 +49,9 @@ public:
     QString summaryText() const;
     QTreeView* tree() const { return tree_; }
     const ImpactReachModel& rows() const { return *model_; }
+    const WorkingChangesModel& changeRows() const { return *changesModel_; }
+    SegmentedPicker* modePicker() const { return modePicker_; }
+    QLineEdit* revisionField() const { return revision_; }
     // What the copy buttons put on the clipboard.
     QString markdown() const;
     QString plainText() const;
@@ -60,6 +72,9 @@ protected:
 
 private:
     QWidget* buildHeader();
+    void refreshModeControls();
+    void refreshChanges();
+    bool showsChanges() const;
     void scheduleRefresh();
     void refresh();
     void selectInStore(const std::string& id);
@@ -80,6 +95,10 @@ private:
     QPushButton* copyText_;
     QTreeView* tree_;
     ImpactReachModel* model_;
+    WorkingChangesModel* changesModel_;
+    SegmentedPicker* modePicker_;
+    QLabel* revisionCaption_;
+    QLineEdit* revision_;
 
     // The row under the first press of a click; a second press close in time and place
     // belongs to a double click and keeps it.

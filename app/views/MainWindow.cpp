@@ -19,6 +19,7 @@
 #include "app/views/FailurePanel.h"
 #include "app/views/ChangesPanel.h"
 #include "app/views/ImpactPanel.h"
+#include "app/views/LiveStatusLabel.h"
 #include "app/views/OnboardingView.h"
 #include "app/views/OverlayHost.h"
 #include "app/views/ProgressPanel.h"
@@ -32,6 +33,7 @@ namespace {
 
 constexpr int kSidebarWidth = 360;
 constexpr int kConfirmationMs = 5000;  // how long a confirmation stays in the status bar
+constexpr int kNoticeMs = 15000;       // the watcher's notice is read once, and longer
 
 bool holdsLocalFile(const QMimeData* data) {
     if (!data) return false;
@@ -72,6 +74,9 @@ MainWindow::MainWindow(ProjectStore& store, QWidget* parent) : QMainWindow(paren
 
     onboarding_ = new OnboardingView([this] { store_.completeOnboarding(); }, this);
     onboarding_->hide();
+
+    liveStatus_ = new LiveStatusLabel(store_, this);
+    statusBar()->addPermanentWidget(liveStatus_);
 
     buildCommands();
     buildToolbar();
@@ -158,6 +163,8 @@ void MainWindow::connectStore() {
     });
     connect(&store_, &ProjectStore::showOnboardingOverlayChanged, this, &MainWindow::refreshOnboarding);
     connect(&store_, &ProjectStore::lastExportErrorChanged, this, &MainWindow::scheduleExportAlert);
+    connect(&store_, &ProjectStore::liveNotice, this,
+            [this](const QString& message) { statusBar()->showMessage(message, kNoticeMs); });
     connect(&store_, &ProjectStore::exported, this, [this](const QString& path) {
         statusBar()->showMessage(QStringLiteral("Exported to %1").arg(QDir::toNativeSeparators(path)), kConfirmationMs);
     });

@@ -3,7 +3,9 @@
 // graph the panel that fits the scan state (the drop target, the progress or the failure),
 // and over everything the onboarding card while the store raises it. A folder dropped
 // anywhere on the window is scanned, in every state. The menus and the toolbar carry
-// the commands; an export or baseline failure shows as an alert. What is done to one
+// the commands; an export or baseline failure shows as an alert. The status bar holds,
+// at its right, how the live project stands (LiveStatusLabel), and shows the watcher's
+// one-time notice as a message. What is done to one
 // symbol (its context menu, Open in Editor) is SymbolActions'.
 #pragma once
 
@@ -21,6 +23,7 @@ class FailurePanel;
 class ChangesPanel;
 class ImpactPanel;
 class ImpactGraphView;
+class LiveStatusLabel;
 class OnboardingView;
 class OverlayHost;
 class ProgressPanel;
@@ -52,6 +55,8 @@ public:
     QMenu* recentMenu() const { return recentMenu_; }
     QAction* clearRecentsAction() const { return clearRecents_; }
     QAction* rescanAction() const { return rescan_; }
+    // The status bar's word on watching and the last update.
+    LiveStatusLabel* liveStatus() const { return liveStatus_; }
     // The sidebar's share of the window's width, as the user left it.
     int sidebarWidth() const;
     void setSidebarWidth(int width);
@@ -105,6 +110,7 @@ private:
     ProgressPanel* progressPanel_ = nullptr;
     FailurePanel* failurePanel_ = nullptr;
     OnboardingView* onboarding_ = nullptr;
+    LiveStatusLabel* liveStatus_ = nullptr;
 
     QAction* openProject_ = nullptr;
     QAction* exportAction_ = nullptr;

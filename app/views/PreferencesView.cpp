@@ -106,6 +106,11 @@ QWidget* PreferencesView::buildGeneralTab() {
     form->addRow(restoreSession_);
     connect(restoreSession_, &QCheckBox::clicked, this, [this](bool on) { store(prefkeys::kRestoreLastSession, on); });
 
+    watchProject_ = new QCheckBox(QStringLiteral("Watch the project and update the graph as files are saved"), tab);
+    watchProject_->setObjectName(QStringLiteral("watchProject"));
+    form->addRow(watchProject_);
+    connect(watchProject_, &QCheckBox::clicked, this, [this](bool on) { store(prefkeys::kWatchProject, on); });
+
     editor_ = new QComboBox(tab);
     editor_->setObjectName(QStringLiteral("editorPreset"));
     editor_->addItems(titlesOf(kEditors));
@@ -178,6 +183,7 @@ void PreferencesView::reload() {
         Preferences::boolValue(QString::fromUtf8(prefkeys::kShowOnboardingOnLaunch)).value_or(true));
     restoreSession_->setChecked(
         Preferences::boolValue(QString::fromUtf8(prefkeys::kRestoreLastSession)).value_or(true));
+    watchProject_->setChecked(Preferences::boolValue(QString::fromUtf8(prefkeys::kWatchProject)).value_or(true));
     const int editor = indexOfStored(kEditors, prefkeys::kEditorPreset);
     editor_->setCurrentIndex(editor);
     editorCommand_->setText(Preferences::value(QString::fromUtf8(prefkeys::kEditorCommandTemplate)).toString());

@@ -37,6 +37,7 @@ public:
     Stepper* defaultDepthStepper() const { return defaultDepth_; }
     ScanningPreferencesTab* scanningTab() const { return scanning_; }
     QSlider* edgeOpacitySlider() const { return edgeOpacity_; }
+    QCheckBox* watchProjectBox() const { return watchProject_; }
     QString edgeOpacityText() const;
 
 signals:
@@ -55,6 +56,7 @@ private:
     QComboBox* exportFormat_;
     QCheckBox* showOnboarding_;
     QCheckBox* restoreSession_;
+    QCheckBox* watchProject_;
     QComboBox* editor_;
     QLineEdit* editorCommand_;
     ScanningPreferencesTab* scanning_;
