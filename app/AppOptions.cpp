@@ -71,8 +71,9 @@ AppOptions parseAppOptions(const QStringList& arguments) {
     ScreenshotRequest request;
     request.output = *screenshot;
     if (open) {
-        if (*open != QLatin1String("diagnostics")) return usageError(QStringLiteral("--open takes diagnostics"));
-        request.openDiagnostics = true;
+        if (*open == QLatin1String("diagnostics")) request.openDiagnostics = true;
+        else if (*open == QLatin1String("working-changes")) request.openWorkingChanges = true;
+        else return usageError(QStringLiteral("--open takes diagnostics or working-changes"));
     }
     if (request.output.isEmpty()) return usageError(QStringLiteral("--screenshot needs a file name"));
     if (select) request.select = select->toStdString();
@@ -93,7 +94,7 @@ AppOptions parseAppOptions(const QStringList& arguments) {
 QString appUsage() {
     return QStringLiteral(
         "usage: vantrel [DIR] [--screenshot FILE.png [--select ID] [--baseline FILE.json] [--size WxH]\n"
-        "                                        [--scheme light|dark] [--open diagnostics]]\n"
+        "                                        [--scheme light|dark] [--open diagnostics|working-changes]]\n"
         "\n"
         "Opens the Vantrel window. With DIR, scans DIR at start; without it, the project last\n"
         "open (unless turned off in the preferences), or on the first launch the bundled\n"
@@ -108,6 +109,8 @@ QString appUsage() {
         "  --size WxH             the window's size (default 1280x800)\n"
         "  --scheme light|dark    the appearance (default: the colorScheme preference)\n"
         "  --open diagnostics     open the sidebar's diagnostics group before the picture\n"
+        "  --open working-changes show the impact panel's Working Changes (against HEAD);\n"
+        "                         the project must be in a git work tree\n"
         "  --help                 show this text\n"
         "  --version              show the version\n");
 }

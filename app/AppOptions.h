@@ -1,6 +1,6 @@
 // The command line of `vantrel`:
 //   vantrel [DIR] [--screenshot FILE.png [--select ID] [--baseline FILE.json] [--size WxH]
-//                                        [--scheme light|dark]]
+//                                        [--scheme light|dark] [--open diagnostics|working-changes]]
 //   vantrel --help | --version
 #pragma once
 
@@ -21,6 +21,7 @@ struct ScreenshotRequest {
     QSize size{1280, 800};
     std::optional<Appearance> scheme;
     bool openDiagnostics = false;  // --open diagnostics: the sidebar's diagnostics group opened
+    bool openWorkingChanges = false;  // --open working-changes: the impact panel's Working Changes mode
 };
 
 struct AppOptions {

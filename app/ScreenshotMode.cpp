@@ -96,6 +96,19 @@ int runScreenshot(AppShell& shell, const ScreenshotRequest& request, const std::
     const SourcePanel& source = *shell.window().sourcePanel();
     waitUntil([&] { return !source.isLoading() && source.shownId() == store.selectedSymbolId().value_or(""); }, 5000);
     if (request.openDiagnostics) shell.window().sidebar()->diagnostics()->setOpen(true);
+    if (request.openWorkingChanges) {
+        using Kind = WorkingChangesState::Kind;
+        // Whether the folder is in a work tree is asked after the scan; then the report.
+        waitUntil([&] { return store.workingChangesState().kind != Kind::unknown; }, 30000);
+        store.setWorkingChangesMode(true);
+        if (!store.workingChangesMode())
+            return fail(QStringLiteral("no Working Changes: ") + store.workingChangesState().message);
+        waitUntil([&] { return store.workingChangesState().kind == Kind::ready ||
+                               store.workingChangesState().kind == Kind::failed; },
+                  kScanTimeoutMs);
+        if (store.workingChangesState().kind != Kind::ready)
+            return fail(QStringLiteral("no Working Changes: ") + store.workingChangesState().message);
+    }
     runEventLoop(kAnimationSettleMs);
 
     const QPixmap picture = shell.window().grab();

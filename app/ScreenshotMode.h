@@ -23,7 +23,8 @@ void silenceToolkitWarnings();
 
 // Runs the shell to a settled state and writes the picture. Returns the exit code: 0,
 // or 1 after one line on standard error (a failed scan, an unknown --select id, a baseline
-// that cannot be loaded, a file that cannot be written). A baseline turns diff mode on.
+// that cannot be loaded, a file that cannot be written, Working Changes that cannot be
+// computed). A baseline turns diff mode on.
 int runScreenshot(AppShell& shell, const ScreenshotRequest& request, const std::optional<QString>& projectDir);
 
 }  // namespace vantrel
