@@ -1,6 +1,8 @@
 // How edges and nodes look, which edges a scene draws, and how the edge masks lay
 // translucent strokes.
 #include <QImage>
+#include <QPalette>
+#include <cmath>
 #include <QTest>
 
 #include "app/canvas/CanvasStyles.h"
@@ -78,6 +80,27 @@ private slots:
         // Unrelated nodes, level 4 among them, dim only while something is selected.
         QCOMPARE(nodeStyle(level(4), true, false, false).opacity, 0.15);
         QCOMPARE(nodeStyle(kPlain, false, false, false).opacity, 1.0);
+
+        // A changed symbol keeps its fill in a thick teal ring and is never dimmed.
+        NodeRole changedLevel = level(1);
+        changedLevel.changed = true;
+        QCOMPARE(nodeStyle(changedLevel, true, false, false),
+                 (NodeStyle{named(NamedColor::orange), named(NamedColor::teal), 4.0, 1.0}));
+        NodeRole changedPlain = kPlain;
+        changedPlain.changed = true;
+        QCOMPARE(nodeStyle(changedPlain, true, false, false),
+                 (NodeStyle{named(NamedColor::gray), named(NamedColor::teal), 4.0, 1.0}));
+        // Teal reads on both windows and is no level's hue.
+        for (const bool dark : {false, true}) {
+            QPalette palette;
+            palette.setColor(QPalette::Window, dark ? QColor(30, 30, 30) : QColor(246, 246, 246));
+            const CanvasPalette colors(palette);
+            const QColor teal = colors.color(NamedColor::teal);
+            QVERIFY(std::abs(teal.lightness() - colors.windowBackground().lightness()) > 60);
+            for (NamedColor other : {NamedColor::red, NamedColor::orange, NamedColor::yellow, NamedColor::green,
+                                     NamedColor::blue, NamedColor::purple})
+                QVERIFY(std::abs(teal.hslHue() - colors.color(other).hslHue()) > 15);
+        }
     }
 
     void nodeSizesFollowThePreference() {

@@ -129,6 +129,20 @@ private slots:
         QVERIFY(!switches[0]->isChecked() && !switches[1]->isChecked());
     }
 
+    void watchingIsOnUntilTurnedOff() {
+        QSignalSpy changes(view_.get(), &PreferencesView::preferenceChanged);
+        QCheckBox* watch = view_->watchProjectBox();
+        QCOMPARE(watch->text(), QStringLiteral("Watch the project and update the graph as files are saved"));
+        QVERIFY(watch->isChecked());
+        view_->show();
+        QTest::mouseClick(watch, Qt::LeftButton, {}, QPoint(8, watch->height() / 2));
+        QCOMPARE(Preferences::boolValue(prefkeys::kWatchProject), std::optional<bool>(false));
+        QCOMPARE(changes.size(), 1);
+        QCOMPARE(changes.front().front().toString(), QStringLiteral("watchProject"));
+        view_->reload();
+        QVERIFY(!watch->isChecked());
+    }
+
     void controlsStoreAtOnceWithinTheirLimits() {
         QSignalSpy changes(view_.get(), &PreferencesView::preferenceChanged);
         QCOMPARE(view_->edgeOpacityText(), QStringLiteral("Edge opacity: 0.55"));
