@@ -60,13 +60,19 @@ bool parseAndCache(const EnumeratedFile& file, const FileAnalysisContext& contex
         return true;
     }
 
+    if (context.pluginByExt.find(file.ext) == context.pluginByExt.end()) return false;
+    analyseAndStore(file, bytes, std::move(fileHash), context, record);
+    scratch.releaseLarge();
+    return true;
+}
+
+void analyseAndStore(const EnumeratedFile& file, std::string_view bytes, std::string fileHash,
+                     const FileAnalysisContext& context, CachedFileResult& record) {
+    auto plugin = context.pluginByExt.find(file.ext);
+    if (plugin == context.pluginByExt.end()) return;
     // Text that is not valid UTF-8, and a file too large to analyse, count as an empty file.
     std::u16string text;
     if (bytes.size() <= AnalysisLimits::maxFileBytes) text = utf8ToUtf16(bytes).value_or(std::u16string());
-    scratch.releaseLarge();  // the bytes are not needed from here on
-
-    auto plugin = context.pluginByExt.find(file.ext);
-    if (plugin == context.pluginByExt.end()) return false;
 
     if (context.stats) ++context.stats->parsed;
     FileAnalysisResult analysis =
@@ -79,7 +85,6 @@ bool parseAndCache(const EnumeratedFile& file, const FileAnalysisContext& contex
                               std::move(analysis.calls), std::move(analysis.diagnostics), std::move(analysis.sites),
                               std::move(analysis.facts)};
     context.cache.saveFile(record, context.root, file.relPath);
-    return true;
 }
 
 }  // namespace vantrel
