@@ -169,12 +169,14 @@ private slots:
         QCOMPARE(groupTitles(rows).size(), 4);
         QCOMPARE(picker->currentIndex(), 1);
 
-        // The copy is the Markdown of `changes`: a table per group, the levels headed by count.
+        // The copy is the Markdown of `changes`: the counts against HEAD, then a table per level.
         panel->findChild<QPushButton*>(QStringLiteral("copyMarkdownButton"))->click();
         const QString markdown = QApplication::clipboard()->text();
+        QVERIFY(markdown.startsWith(QStringLiteral("Changes against `HEAD`")));
+        QVERIFY(markdown.contains(QStringLiteral("**1 changed symbol** (1 modified), **5 reached symbols** within depth 3.")));
         QVERIFY(markdown.contains(QStringLiteral("Level 1: 3 symbols")));
         QVERIFY(markdown.contains(QStringLiteral("Level 3: 1 symbol")));
-        QVERIFY(markdown.contains(QStringLiteral("logInfo")));
+        QVERIFY(markdown.contains(QStringLiteral("createRouter")));
 
         // Back to the selection: its reach, and no rings.
         QTest::mouseClick(picker->segment(0), Qt::LeftButton);
