@@ -52,6 +52,7 @@ ProjectStore::ProjectStore(ProjectStoreEnvironment environment, QObject* parent)
 // before its QObject part goes, which the wait below ensures.
 ProjectStore::~ProjectStore() {
     if (scanJob_) scanJob_->cancel();
+    blockSignals(true);  // nobody is to hear of the stop: views and tests may be gone already
     stopLiveSession();
     pool_.waitForDone();
 }
