@@ -212,7 +212,8 @@ void ImpactPanel::refreshChanges() {
     else changesModel_->clear();
     tree_->expandAll();
     const QString base = store_.workingChangesRevision();
-    target_->setFullText(QStringLiteral("Working changes against %1").arg(base));
+    // The base stands in the field beside the picker.
+    target_->setFullText(QStringLiteral("Working changes"));
     const WorkingChangesState& state = store_.workingChangesState();
     QString detail;
     if (state.kind == Kind::failed) {
@@ -222,9 +223,9 @@ void ImpactPanel::refreshChanges() {
         if (changed == 0) {
             detail = QStringLiteral("No changed symbols");
         } else {
-            detail = QStringLiteral("%1 changed %2 reach %3 %4 on %5 %6")
+            detail = QStringLiteral("%1 changed %2 %3 %4 on %5 %6")
                          .arg(changed)
-                         .arg(changed == 1 ? QStringLiteral("symbol") : QStringLiteral("symbols"))
+                         .arg(changed == 1 ? QStringLiteral("symbol reaches") : QStringLiteral("symbols reach"))
                          .arg(reached)
                          .arg(reached == 1 ? QStringLiteral("symbol") : QStringLiteral("symbols"))
                          .arg(report->reached.size())

@@ -152,7 +152,7 @@ private slots:
                  (QStringList{"Changed \u00b7 1", "Level 1 \u00b7 3", "Level 2 \u00b7 1", "Level 3 \u00b7 1"}));
         QCOMPARE(rowTexts(rows, 0), QStringList{"logInfo modified function src/util/log.ts:1"});
         QCOMPARE(rowTexts(rows, 3), QStringList{"main function src/main.ts:4"});
-        QCOMPARE(panel->summaryText(), QStringLiteral("1 changed symbol reach 5 symbols on 3 levels"));
+        QCOMPARE(panel->summaryText(), QStringLiteral("1 changed symbol reaches 5 symbols on 3 levels"));
         QVERIFY(panel->revisionField()->isVisible());
 
         // The canvas rings the changed node and names the ring in its legend.
