@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cctype>
 #include <exception>
+#include <filesystem>
 #include <map>
 #include <optional>
 #include <set>
@@ -349,12 +350,17 @@ IncrementalChanges IncrementalScan::update(const std::vector<std::string>& reque
     for (const auto& rel : candidates) {
         const bool known = s.files.count(rel) > 0;
         const std::string absolute = appendPathComponent(s.root, rel);
-        if (!s.includes(rel, true) || !pathExists(absolute) || isDirectory(absolute)) {
+        // As the walk sees entries: a link is never followed, so a dangling one is a file
+        // that cannot be read, which fails the update as it fails a scan.
+        std::error_code error;
+        const auto status = std::filesystem::symlink_status(absolute, error);
+        const bool present = !error && std::filesystem::exists(status);
+        if (!s.includes(rel, true) || !present || std::filesystem::is_directory(status)) {
             if (known) out.removed.push_back(rel);
             continue;
         }
-        std::string bytes, error;
-        if (!readWholeFileInto(absolute, bytes, &error)) throw ScanError(ScanError::Kind::readFailed, absolute, error);
+        std::string bytes, readError;
+        if (!readWholeFileInto(absolute, bytes, &readError)) throw ScanError(ScanError::Kind::readFailed, absolute, readError);
         std::string hash = sha256Hex(bytes);
         if (known && !s.pending.count(rel) && s.files.at(rel).hash == hash) continue;
         (known ? out.changed : out.added).push_back(rel);
