@@ -98,7 +98,9 @@ int main(int argc, char** argv) {
         start = std::chrono::steady_clock::now();
         LiveUpdate update = live.update({rel});
         body.ms.push_back(msSince(start));
-        if (update.reanalysed.size() != 1) std::fprintf(stderr, "unexpected: %zu files analysed\n", update.reanalysed.size());
+        if (update.reanalysed.size() != 1 || update.relinkedFiles != 1)
+            std::fprintf(stderr, "unexpected: %zu files analysed, %zu linked\n", update.reanalysed.size(),
+                         update.relinkedFiles);
         start = std::chrono::steady_clock::now();
         auto snapshot = live.snapshot();
         // The first two saves make the two copies readers take in turn; from then on a copy
