@@ -118,10 +118,13 @@ int runWatchCommand(int argc, char** argv) {
     LiveSessionHandlers handlers;
     bool quiet = request.quiet;
     handlers.updated = [&mailbox, quiet](const LiveUpdate& update, std::shared_ptr<const ProjectIR> graph) {
-        if (!quiet)
-            std::fprintf(stderr, "vantrel-cli watch: %zu changed, %zu added, %zu removed, %zu analysed in %.2f s\n",
-                         update.changed.size(), update.added.size(), update.removed.size(), update.reanalysed.size(),
-                         update.seconds);
+        if (quiet) {
+        } else if (update.fullScan) {
+            std::fprintf(stderr, "vantrel-cli watch: scanned again in %.2f s\n", update.seconds);
+        } else {
+            std::fprintf(stderr, "vantrel-cli watch: %zu files analysed again, %zu relinked in %.2f s\n",
+                         update.reanalysed.size(), update.relinkedFiles, update.seconds);
+        }
         mailbox.post(std::move(graph), update.graphChanged);
     };
     handlers.state = [](LiveState state, const std::string& message) {
