@@ -1,5 +1,5 @@
 // watch: the changes report of `changes`, printed at start and again after every quiet
-// burst of saves that changed the graph, until Ctrl-C. Standard output carries only the
+// burst of saves that changed the graph or the report, until Ctrl-C. Standard output carries only the
 // reports (one compact JSON object per line, or text reports each under a line with the
 // local time); progress and the failures of single updates go to standard error.
 #include <atomic>
@@ -13,10 +13,10 @@
 
 #include "cli/ChangesSupport.h"
 #include "cli/Commands.h"
-#include "cli/PollingSession.h"
 #include "core/config/GlobalDefaults.h"
 #include "core/json/JsonDocument.h"
 #include "core/live/LiveProject.h"
+#include "core/live/LiveSession.h"
 
 namespace vantrel::cli {
 
@@ -36,17 +36,18 @@ std::string localClock() {
 }
 
 struct Posted {
-    std::shared_ptr<const ProjectIR> graph;  // null: nothing new
-    bool graphChanged = false;               // by any of the updates since the last take
+    bool settled = false;       // an update ended since the last take
+    bool graphChanged = false;  // and one of them changed the graph
 };
 
-// Graphs handed over from the session's thread; only the newest counts.
-class GraphMailbox {
+// What the session's thread tells the main thread, which prints; updates that end
+// before the main thread looks are taken together.
+class UpdateMailbox {
 public:
-    void post(std::shared_ptr<const ProjectIR> graph, bool graphChanged) {
+    void post(bool graphChanged) {
         {
             std::lock_guard lock(mutex_);
-            posted_.graph = std::move(graph);
+            posted_.settled = true;
             posted_.graphChanged = posted_.graphChanged || graphChanged;
         }
         ready_.notify_one();
@@ -54,7 +55,7 @@ public:
     // What was posted since the last take, waiting at most `timeout` for something.
     Posted take(std::chrono::milliseconds timeout) {
         std::unique_lock lock(mutex_);
-        ready_.wait_for(lock, timeout, [&] { return posted_.graph != nullptr; });
+        ready_.wait_for(lock, timeout, [&] { return posted_.settled; });
         return std::exchange(posted_, Posted{});
     }
 
@@ -114,10 +115,10 @@ int runWatchCommand(int argc, char** argv) {
     }
     *showProgress = false;
 
-    GraphMailbox mailbox;
+    UpdateMailbox mailbox;
     LiveSessionHandlers handlers;
     bool quiet = request.quiet;
-    handlers.updated = [&mailbox, quiet](const LiveUpdate& update, std::shared_ptr<const ProjectIR> graph) {
+    handlers.updated = [&mailbox, quiet](const LiveUpdate& update, std::shared_ptr<const ProjectIR>) {
         if (quiet) {
         } else if (update.fullScan) {
             std::fprintf(stderr, "vantrel-cli watch: scanned again in %.2f s\n", update.seconds);
@@ -125,17 +126,21 @@ int runWatchCommand(int argc, char** argv) {
             std::fprintf(stderr, "vantrel-cli watch: %zu files analysed again, %zu relinked in %.2f s\n",
                          update.reanalysed.size(), update.relinkedFiles, update.seconds);
         }
-        mailbox.post(std::move(graph), update.graphChanged);
+        mailbox.post(true);
     };
-    handlers.state = [](LiveState state, const std::string& message) {
+    // Every update that ends, even one that left the graph as it was: an edit inside a
+    // body changes the report all the same.
+    handlers.state = [&mailbox](LiveState state, const std::string& message) {
         if (state == LiveState::failed && !interrupted())
             std::fprintf(stderr, "vantrel-cli watch: update failed: %s\n", message.c_str());
+        else if (state == LiveState::upToDate)
+            mailbox.post(false);
     };
     handlers.notice = [](const std::string& message) {
         std::fprintf(stderr, "vantrel-cli watch: %s\n", message.c_str());
     };
     LiveSessionOptions sessionOptions;
-    PollingSession session(std::move(project), sessionOptions, std::move(handlers));
+    LiveSession session(std::move(project), sessionOptions, std::move(handlers));
 
     bool first = true;
     std::string lastJson;
@@ -172,7 +177,7 @@ int runWatchCommand(int argc, char** argv) {
     print(*session.graph(), true);
     while (!interrupted()) {
         Posted posted = mailbox.take(std::chrono::milliseconds(100));
-        if (posted.graph) print(*posted.graph, posted.graphChanged);
+        if (posted.settled) print(*session.graph(), posted.graphChanged);
     }
     return kExitCancelled;
 }

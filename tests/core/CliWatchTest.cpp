@@ -113,7 +113,7 @@ private:
     std::string buffer_;
 };
 
-TEST(CliWatch, PrintsAJsonLineAtStartAndAfterAnEditThenEndsOnCtrlC) {
+TEST(CliWatch, PrintsAJsonLineAtStartAndAfterEachEditThenEndsOnCtrlC) {
     TempDir dir;
     GitSandbox sandbox(dir, "scan-project");
     // gauge calls a scale that does not exist yet: no edge until it does.
@@ -140,6 +140,19 @@ TEST(CliWatch, PrintsAJsonLineAtStartAndAfterAnEditThenEndsOnCtrlC) {
         {"change": "added", "file": "src/lib/math.ts", "id": "src/lib/math.ts:scale:function", "line": 11}])"));
     EXPECT_EQ(edited["reached"], nlohmann::json::parse(R"([{"level": 1, "symbols": [
         {"file": "src/app/gauge.ts", "id": "src/app/gauge.ts:gauge:function", "line": 3}]}])"));
+
+    // Inside a body: the graph stays as it was, the report does not.
+    sandbox.replaceIn("src/lib/math.ts", "return a + b;", "return a + b + 0;");
+    auto third = watch.readLine(60s);
+    ASSERT_TRUE(third) << watch.err();
+    auto body = nlohmann::json::parse(*third);
+    EXPECT_EQ(body["changed"], nlohmann::json::parse(R"([
+        {"change": "added", "file": "src/lib/math.ts", "id": "src/lib/math.ts:scale:function", "line": 11},
+        {"change": "modified", "file": "src/lib/math.ts", "id": "src/lib/math.ts:add:function", "line": 1}])"));
+    EXPECT_EQ(body["reached"], nlohmann::json::parse(R"([
+        {"level": 1, "symbols": [{"file": "src/app/gauge.ts", "id": "src/app/gauge.ts:gauge:function", "line": 3},
+                                 {"file": "src/lib/math.ts", "id": "src/lib/math.ts:run:function", "line": 5}]},
+        {"level": 2, "symbols": [{"file": "src/app/main.ts", "id": "src/app/main.ts:start:function", "line": 5}]}])"));
 
     EXPECT_EQ(watch.stop(SIGINT, 30s), 130) << watch.err();
     // Only reports on standard output, one compact object per line.
