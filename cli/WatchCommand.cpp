@@ -123,8 +123,9 @@ int runWatchCommand(int argc, char** argv) {
         } else if (update.fullScan) {
             std::fprintf(stderr, "vantrel-cli watch: scanned again in %.2f s\n", update.seconds);
         } else {
-            std::fprintf(stderr, "vantrel-cli watch: %zu files analysed again, %zu relinked in %.2f s\n",
-                         update.reanalysed.size(), update.relinkedFiles, update.seconds);
+            std::fprintf(stderr, "vantrel-cli watch: %zu file%s analysed again, %zu relinked in %.2f s\n",
+                         update.reanalysed.size(), update.reanalysed.size() == 1 ? "" : "s", update.relinkedFiles,
+                         update.seconds);
         }
         mailbox.post(true);
     };
