@@ -16,5 +16,7 @@ extern const char* const kExportUsage;
 int runExportCommand(int argc, char** argv);
 extern const char* const kChangesUsage;
 int runChangesCommand(int argc, char** argv);
+extern const char* const kWatchUsage;
+int runWatchCommand(int argc, char** argv);
 
 }  // namespace vantrel::cli

@@ -1,160 +1,197 @@
-// A stand-in until the real session and its watcher land: a thread that looks at the
-// project's files (sizes and modification times) every `quiet` and hands what differs to
-// LiveProject::update, with the same handlers and the same guarantees of order.
 #include "core/live/LiveSession.h"
 
-#include <algorithm>
 #include <condition_variable>
-#include <filesystem>
-#include <map>
 #include <mutex>
+#include <set>
 #include <thread>
-#include <utility>
 
 #include "core/scan/ScanProgress.h"
 
 namespace vantrel {
 
-namespace {
-
-using Stamps = std::map<std::string, std::pair<std::uintmax_t, std::filesystem::file_time_type>>;
-
-Stamps stampFiles(const LiveProject& project) {
-    namespace fs = std::filesystem;
-    Stamps stamps;
-    const fs::path root(project.root());
-    std::error_code error;
-    fs::recursive_directory_iterator it(root, fs::directory_options::skip_permission_denied, error), end;
-    for (; !error && it != end; it.increment(error)) {
-        std::error_code entryError;
-        const std::string relative = it->path().lexically_relative(root).generic_string();
-        if (it->is_directory(entryError)) {
-            if (!project.watchesFolder(relative)) it.disable_recursion_pending();
-            continue;
-        }
-        if (!project.caresAbout(relative)) continue;
-        std::error_code statError;
-        auto size = it->file_size(statError);
-        auto time = it->last_write_time(statError);
-        if (!statError) stamps[relative] = {size, time};
-    }
-    return stamps;
-}
-
-std::vector<std::string> differences(const Stamps& before, const Stamps& after) {
-    std::vector<std::string> paths;
-    for (const auto& [path, stamp] : after) {
-        auto old = before.find(path);
-        if (old == before.end() || old->second != stamp) paths.push_back(path);
-    }
-    for (const auto& entry : before)
-        if (!after.count(entry.first)) paths.push_back(entry.first);
-    std::sort(paths.begin(), paths.end());
-    return paths;
-}
-
-}  // namespace
-
 struct LiveSession::Impl {
     std::unique_ptr<LiveProject> project;
-    LiveSessionOptions options;
     LiveSessionHandlers handlers;
-    mutable std::mutex mutex;
-    mutable std::condition_variable changed;
-    std::shared_ptr<const ProjectIR> graph;
-    std::vector<std::string> requested;
-    bool rescan = false;
+
+    // The project is not thread-safe, and the watcher's folder filter asks it from the
+    // watcher's thread, so the filter and every update take this lock. The watcher may
+    // then wait out an update; its events wait in the kernel's queue meanwhile (an overflow
+    // there reports the root, so nothing is lost).
+    mutable std::mutex projectMutex;
+
+    mutable std::mutex graphMutex;
+    std::shared_ptr<const ProjectIR> published;
+
+    // The work queue: what the next update takes.
+    mutable std::mutex queueMutex;
+    std::condition_variable wake;
+    mutable std::condition_variable settled;
+    std::set<std::string> pendingPaths;
+    bool rescanPending = false;
+    std::vector<std::string> pendingNotices;
+    // What a failed update was asked for: retried with the next one, never on its own, so
+    // a file that stays unreadable does not make the session spin.
+    std::set<std::string> carriedPaths;
+    bool carriedRescan = false;
+    bool running = false;
     bool stopping = false;
-    std::uint64_t passes = 0;
-    bool busy = false;
-    Stamps stamps;
-    std::thread thread;
+
+    std::unique_ptr<FileWatcher> watcher;
+    std::thread worker;
+
+    void enqueue(std::vector<std::string> paths, bool rescan) {
+        {
+            std::lock_guard lock(queueMutex);
+            pendingPaths.insert(std::make_move_iterator(paths.begin()), std::make_move_iterator(paths.end()));
+            rescanPending = rescanPending || rescan;
+        }
+        wake.notify_one();
+    }
+
+    bool queueIdle() const { return pendingPaths.empty() && !rescanPending && pendingNotices.empty() && !running; }
+
+    void report(LiveState state, const std::string& message) {
+        if (handlers.state) handlers.state(state, message);
+    }
 
     void run() {
-        std::unique_lock lock(mutex);
-        while (!stopping) {
-            changed.wait_for(lock, options.quiet, [&] { return stopping || rescan || !requested.empty(); });
+        std::unique_lock lock(queueMutex);
+        while (true) {
+            wake.wait(lock,
+                      [&] { return stopping || !pendingPaths.empty() || rescanPending || !pendingNotices.empty(); });
             if (stopping) break;
-            busy = true;
-            bool full = std::exchange(rescan, false);
-            std::vector<std::string> paths = std::exchange(requested, {});
+            std::vector<std::string> notices = std::move(pendingNotices);
+            pendingNotices.clear();
+            bool rescan = rescanPending;
+            std::set<std::string> paths = std::move(pendingPaths);
+            pendingPaths.clear();
+            rescanPending = false;
+            if (!rescan && paths.empty()) {
+                running = true;
+                lock.unlock();
+                for (const auto& notice : notices)
+                    if (handlers.notice) handlers.notice(notice);
+                lock.lock();
+                running = false;
+                settled.notify_all();
+                continue;
+            }
+            rescan = rescan || carriedRescan;
+            paths.merge(carriedPaths);
+            carriedPaths.clear();
+            carriedRescan = false;
+            running = true;
             lock.unlock();
-            Stamps now = stampFiles(*project);
-            for (auto& path : differences(stamps, now)) paths.push_back(std::move(path));
-            stamps = std::move(now);
-            if (full || !paths.empty()) apply(full, paths);
+
+            for (const auto& notice : notices)
+                if (handlers.notice) handlers.notice(notice);
+            bool failed = applyUpdate(rescan, paths);
+
             lock.lock();
-            busy = false;
-            ++passes;
-            changed.notify_all();
+            if (failed) {
+                carriedPaths.merge(paths);
+                carriedRescan = carriedRescan || rescan;
+            }
+            running = false;
+            settled.notify_all();
         }
     }
 
-    void apply(bool full, const std::vector<std::string>& paths) {
-        if (handlers.state) handlers.state(LiveState::updating, {});
+    // One update and its reports; true when it failed.
+    bool applyUpdate(bool rescan, const std::set<std::string>& paths) {
+        report(LiveState::updating, {});
         try {
-            LiveUpdate update = full ? project->rescan() : project->update(paths);
-            if (update.graphChanged || update.fullScan) {
-                auto next = project->snapshot();
-                {
-                    std::lock_guard guard(mutex);
-                    graph = next;
-                }
-                if (handlers.updated) handlers.updated(update, next);
+            LiveUpdate update;
+            std::shared_ptr<const ProjectIR> graph;
+            {
+                std::lock_guard projectLock(projectMutex);
+                update = rescan ? project->rescan() : project->update(std::vector<std::string>(paths.begin(), paths.end()));
+                if (update.graphChanged) graph = project->snapshot();
             }
-            if (handlers.state) handlers.state(LiveState::upToDate, {});
+            if (graph) {
+                {
+                    std::lock_guard graphLock(graphMutex);
+                    published = graph;
+                }
+                if (handlers.updated) handlers.updated(update, graph);
+            }
+            report(LiveState::upToDate, {});
+            return false;
+        } catch (const ScanError& error) {
+            report(LiveState::failed, error.what());
         } catch (const std::exception& error) {
-            if (handlers.state) handlers.state(LiveState::failed, error.what());
+            report(LiveState::failed, error.what());
         }
+        return true;
     }
 };
 
 LiveSession::LiveSession(std::unique_ptr<LiveProject> project, LiveSessionOptions options,
                          LiveSessionHandlers handlers)
     : impl_(std::make_unique<Impl>()) {
-    impl_->project = std::move(project);
-    impl_->options = options;
-    impl_->handlers = std::move(handlers);
-    impl_->graph = impl_->project->snapshot();
-    impl_->stamps = stampFiles(*impl_->project);
-    impl_->thread = std::thread([impl = impl_.get()] { impl->run(); });
+    Impl& s = *impl_;
+    s.project = std::move(project);
+    s.handlers = std::move(handlers);
+    s.published = s.project->snapshot();
+
+    FileWatcherOptions watch;
+    watch.root = s.project->root();
+    watch.quiet = options.quiet;
+    watch.pollInterval = options.pollInterval;
+    watch.maxWatches = options.maxWatches;
+    watch.watchFolder = [impl = impl_.get()](const std::string& relDir) {
+        std::lock_guard lock(impl->projectMutex);
+        return impl->project->watchesFolder(relDir);
+    };
+    s.watcher = std::make_unique<FileWatcher>(
+        std::move(watch), [impl = impl_.get()](std::vector<std::string> paths) { impl->enqueue(std::move(paths), false); },
+        [impl = impl_.get()](const std::string& message) {
+            // Handlers run on the session's thread: the notice goes through the queue.
+            {
+                std::lock_guard lock(impl->queueMutex);
+                impl->pendingNotices.push_back(message);
+            }
+            impl->wake.notify_one();
+        });
+    s.worker = std::thread([impl = impl_.get()] { impl->run(); });
 }
 
 LiveSession::~LiveSession() {
+    // The watcher first, so no batch arrives for a worker that has gone.
+    impl_->watcher.reset();
     {
-        std::lock_guard lock(impl_->mutex);
+        std::lock_guard lock(impl_->queueMutex);
         impl_->stopping = true;
     }
-    impl_->changed.notify_all();
-    impl_->thread.join();
+    impl_->wake.notify_one();
+    if (impl_->worker.joinable()) impl_->worker.join();
 }
 
 std::shared_ptr<const ProjectIR> LiveSession::graph() const {
-    std::lock_guard lock(impl_->mutex);
-    return impl_->graph;
+    std::lock_guard lock(impl_->graphMutex);
+    return impl_->published;
 }
 
-void LiveSession::requestRescan() {
-    std::lock_guard lock(impl_->mutex);
-    impl_->rescan = true;
-    impl_->changed.notify_all();
-}
+void LiveSession::requestRescan() { impl_->enqueue({}, true); }
 
-void LiveSession::requestUpdate(std::vector<std::string> paths) {
-    std::lock_guard lock(impl_->mutex);
-    for (auto& path : paths) impl_->requested.push_back(std::move(path));
-    impl_->changed.notify_all();
-}
+void LiveSession::requestUpdate(std::vector<std::string> paths) { impl_->enqueue(std::move(paths), false); }
 
 bool LiveSession::waitUntilIdle(std::chrono::milliseconds timeout) const {
-    std::unique_lock lock(impl_->mutex);
-    // Two whole passes after the call: the first may have begun before it.
-    const std::uint64_t target = impl_->passes + 2;
-    return impl_->changed.wait_for(lock, timeout, [&] {
-        return impl_->passes >= target && !impl_->busy && !impl_->rescan && impl_->requested.empty();
-    });
+    auto deadline = std::chrono::steady_clock::now() + timeout;
+    std::unique_lock lock(impl_->queueMutex);
+    while (true) {
+        // The watcher before the queue: a burst it handed over before answering idle is
+        // already in the queue when the queue is looked at.
+        lock.unlock();
+        bool watcherIdle = impl_->watcher->idle();
+        lock.lock();
+        if (watcherIdle && impl_->queueIdle()) return true;
+        if (std::chrono::steady_clock::now() >= deadline) return false;
+        // The watcher has no way to wake this wait, so it looks again now and then.
+        impl_->settled.wait_for(lock, std::chrono::milliseconds(10));
+    }
 }
 
-bool LiveSession::polling() const { return true; }
+bool LiveSession::polling() const { return impl_->watcher->polling(); }
 
 }  // namespace vantrel
