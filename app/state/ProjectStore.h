@@ -150,6 +150,8 @@ public:
     const IdSet& workingChangedIds() const { return workingChangedIds_; }
     // The running session, for tests that want to wait for it; nullptr while none runs.
     LiveSession* liveSession() const { return liveSession_.get(); }
+    // The Working Changes of one project and revision, computed on the pool (one at a time).
+    struct ChangesWorker;
     // The windowing services the store was given; views that start programs use them too.
     PlatformServices& platform() const { return *environment_.platform; }
 
@@ -325,7 +327,6 @@ private:
     std::shared_ptr<LiveSession> liveSession_;
     std::function<void()> stopLive_;  // cancels the full scans of the live project in hand
     std::uint64_t liveGeneration_ = 0;  // raised by every stop; a session's reports carry its own
-    struct ChangesWorker;
     std::shared_ptr<ChangesWorker> changesWorker_;  // one per project and revision
     std::uint64_t changesGeneration_ = 0;           // raised by every request
     std::shared_ptr<ScanJob> scanJob_;

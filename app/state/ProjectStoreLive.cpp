@@ -35,7 +35,16 @@ struct ProjectStore::ChangesWorker {
     std::mutex mutex;
     std::unique_ptr<WorkingChanges> changes;  // under mutex; made by the first computation
     std::atomic<std::uint64_t> latest{0};
+    std::atomic<bool> abandoned{false};  // the store has let go of it: a base scan may stop
 };
+
+namespace {
+
+void abandon(const std::shared_ptr<ProjectStore::ChangesWorker>& worker) {
+    if (worker) worker->abandoned.store(true);
+}
+
+}  // namespace
 
 void ProjectStore::setWatching(bool on) {
     if (on == watching_) return;
@@ -205,12 +214,14 @@ void ProjectStore::setWorkingChangesRevision(const QString& revision) {
     if (base.isEmpty()) base = QStringLiteral("HEAD");
     if (base == workingChangesRevision_) return;
     write(workingChangesRevision_, base, &ProjectStore::workingChangesRevisionChanged);
-    changesWorker_.reset();  // another base: another base graph
+    abandon(changesWorker_);  // another base: another base graph
+    changesWorker_.reset();
     if (workingChangesMode_) requestWorkingChanges();
 }
 
 void ProjectStore::forgetWorkingChanges() {
     ++changesGeneration_;
+    abandon(changesWorker_);
     changesWorker_.reset();
     write(workingChangesState_, WorkingChangesState{}, &ProjectStore::workingChangesStateChanged);
     write(workingChanges_, std::nullopt, &ProjectStore::workingChangesChanged);
@@ -257,6 +268,7 @@ void ProjectStore::requestWorkingChanges() {
         options.config = config_;
         options.supportDir = environment_.cache.applicationSupportDir().value_or(std::string());
         options.maxConcurrentParses = ScanJob::kMaxConcurrentParses;
+        options.isCancelled = [flag = &changesWorker_->abandoned] { return flag->load(); };
     }
     const std::uint64_t generation = ++changesGeneration_;
     changesWorker_->latest.store(generation);
