@@ -75,7 +75,9 @@ ImpactGraphView::~ImpactGraphView() = default;
 void ImpactGraphView::connectStore() {
     connect(&store_, &ProjectStore::irChanged, this, [this] {
         topologyDirty_ = true;
-        projectChanged();
+        // Only a project's first graph picks the view; a live update of it keeps the one shown.
+        if (!showsGraph_) projectChanged();
+        showsGraph_ = store_.ir().has_value();
         sceneChanged();
     });
     // The baseline's removed calls are edges of the topology.

@@ -141,6 +141,7 @@ private:
     LevelWalk walk_;
     CanvasModeActions* modes_;
     bool modeChosen_ = false;  // by the user, for this project
+    bool showsGraph_ = false;  // a graph of this project was shown: its live updates keep the view
     std::set<FocusedGroupKey> expandedGroups_;
     double edgeOpacity_ = 0.55;
     QString nodeSize_;

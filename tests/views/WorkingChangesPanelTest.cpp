@@ -195,6 +195,15 @@ private slots:
         QCOMPARE(status->text(), QStringLiteral("Up to date"));
         QStringList texts;
         connect(&sample.f.store, &ProjectStore::liveStatusChanged, [&] { texts << status->text(); });
+        // The view the user set up: the Impact view, moved and zoomed.
+        ImpactGraphView* canvas = sample.window->graphView();
+        canvas->setMode(CanvasMode::impact);
+        QTest::mousePress(canvas, Qt::LeftButton, {}, QPoint(300, 300));
+        QTest::mouseMove(canvas, QPoint(340, 320));
+        QTest::mouseRelease(canvas, Qt::LeftButton, {}, QPoint(340, 320));
+        const QPointF pan = canvas->pan();
+        const double zoom = canvas->zoom();
+        QVERIFY(pan != QPointF());
 
         const std::string log = sample.root + "/src/util/log.ts";
         QVERIFY(writeFileAtomically(log, readWholeFile(log).value() + "\nexport function logDebug(m: string) {\n  write('debug', m);\n}\n"));
@@ -203,6 +212,9 @@ private slots:
         QVERIFY(texts.contains(QStringLiteral("Updating\u2026")));
         QVERIFY(texts.indexOf(QStringLiteral("Updating\u2026")) < texts.size() - 1);
         QVERIFY(QRegularExpression(QStringLiteral("^Updated \\d\\d:\\d\\d:\\d\\d$")).match(status->text()).hasMatch());
+        QCOMPARE(canvas->mode(), CanvasMode::impact);
+        QCOMPARE(canvas->pan(), pan);
+        QCOMPARE(canvas->zoom(), zoom);
 
         // A failed update shows its first line, all of it in the tooltip.
         const LiveStatus failed{LiveStatus::Kind::failed, {}, QStringLiteral("Update failed: cannot read src/a.ts\nmore")};
