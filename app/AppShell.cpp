@@ -35,7 +35,8 @@ AppShell::AppShell(Mode mode)
       store_(ProjectStoreEnvironment{platform_.get(),
                                      ProjectCache(),
                                      AppLocations::forApplicationDir(QCoreApplication::applicationDirPath()),
-                                     {}}),
+                                     {},
+                                     LiveSessionOptions{}}),
       preferences_(ProjectCache()),
       window_(store_) {
     if (auto* widgets = dynamic_cast<WidgetPlatformServices*>(platform_.get())) widgets->setDialogParent(&window_);

@@ -89,7 +89,7 @@ int main(int argc, char** argv) {
 
     NoPanels platform;
     ProjectStore store(
-        ProjectStoreEnvironment{&platform, ProjectCache(home.filePath("cache").toStdString()), AppLocations{}, {}});
+        ProjectStoreEnvironment{&platform, ProjectCache(home.filePath("cache").toStdString()), AppLocations{}, {}, LiveSessionOptions{}});
     store.scan(VANTREL_SAMPLE_PROJECT_DIR);
     if (!waitFor([&] { return store.scanState().kind == ScanState::Kind::ready && store.selectedSymbolId(); })) {
         std::fprintf(stderr, "the sample project did not scan\n");

@@ -37,7 +37,7 @@ inline void silenceToolkit() {
 // A store with its cache in `work`/support, on the continuing platform.
 struct BenchStore {
     explicit BenchStore(const std::filesystem::path& work)
-        : store(ProjectStoreEnvironment{&platform, ProjectCache((work / "support").string()), AppLocations{}, {}}) {}
+        : store(ProjectStoreEnvironment{&platform, ProjectCache((work / "support").string()), AppLocations{}, {}, LiveSessionOptions{}}) {}
     // Scans `root` and runs the event loop until the store has selected its first symbol.
     const ProjectIR& scan(const std::string& root) {
         store.scan(QString::fromStdString(root));

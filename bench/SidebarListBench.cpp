@@ -82,7 +82,7 @@ int main(int argc, char** argv) {
 
     bench::ContinuingPlatform platform;
     ProjectStore store(
-        ProjectStoreEnvironment{&platform, ProjectCache((work / "support").string()), AppLocations{}, {}});
+        ProjectStoreEnvironment{&platform, ProjectCache((work / "support").string()), AppLocations{}, {}, LiveSessionOptions{}});
     // Without a sidebar, twice: the first fills the cache, the second is the comparison.
     double storeGap = 0;
     for (int run = 0; run < 2; ++run) {

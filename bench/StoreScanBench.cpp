@@ -38,7 +38,7 @@ struct StoreRun {
 
 StoreRun scanThroughStore(const std::string& root, const std::string& support) {
     bench::ContinuingPlatform platform;
-    ProjectStore store(ProjectStoreEnvironment{&platform, ProjectCache(support), AppLocations{}, {}});
+    ProjectStore store(ProjectStoreEnvironment{&platform, ProjectCache(support), AppLocations{}, {}, LiveSessionOptions{}});
     StoreRun run;
     QObject::connect(&store, &ProjectStore::scanProgressChanged, [&] { ++run.reports; });
 

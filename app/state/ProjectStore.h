@@ -44,6 +44,7 @@
 #include "core/impact/BlastRadius.h"
 #include "core/impact/ProjectDiff.h"
 #include "core/layout/GraphLayout.h"
+#include "core/live/LiveSession.h"
 #include "core/model/ProjectIR.h"
 #include "core/scan/ScanProgress.h"
 #include "core/scan/SymbolScanner.h"
@@ -62,7 +63,6 @@ using OptionalSymbolKind = std::optional<SymbolKind>;
 using SymbolIdList = std::vector<std::string>;
 using OptionalChangesReport = std::optional<ChangesReport>;
 
-class LiveSession;
 
 // What the store needs from its surroundings; tests replace each part.
 struct ProjectStoreEnvironment {
@@ -70,6 +70,7 @@ struct ProjectStoreEnvironment {
     ProjectCache cache;                    // the user's cache unless replaced
     AppLocations locations;                // resources and the application's own folders
     FileCounter countFiles;                // empty: the scanner's own count
+    LiveSessionOptions live;               // how sessions watch; tests lower the watch limit
 };
 
 class ProjectStore : public QObject {

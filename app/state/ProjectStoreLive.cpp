@@ -92,7 +92,7 @@ void ProjectStore::startLiveSession(std::unique_ptr<LiveProject> project, std::f
             Qt::QueuedConnection);
     };
     try {
-        liveSession_ = std::make_shared<LiveSession>(std::move(project), LiveSessionOptions{}, std::move(handlers));
+        liveSession_ = std::make_shared<LiveSession>(std::move(project), environment_.live, std::move(handlers));
     } catch (const std::exception& error) {
         write(liveStatus_, LiveStatus{LiveStatus::Kind::failed, {}, QStringLiteral("Watching failed: ") + errorText(error)},
               &ProjectStore::liveStatusChanged);

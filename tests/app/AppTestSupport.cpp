@@ -29,11 +29,11 @@ bool ScriptedPlatform::startDetached(const QString& program, const QStringList& 
     return true;
 }
 
-StoreFixture::StoreFixture(FileCounter countFiles)
+StoreFixture::StoreFixture(FileCounter countFiles, LiveSessionOptions live)
     : store(ProjectStoreEnvironment{
           &platform, ProjectCache(dir / "support"),
           AppLocations{{QString::fromStdString(dir / "app")}, {QString::fromStdString(dir / "app")}},
-          std::move(countFiles)}) {}
+          std::move(countFiles), live}) {}
 
 QString copyScanProject(const TempDir& dir, const char* name) {
     return QString::fromStdString(dir.copyFixture("scan-project", name));

@@ -46,9 +46,10 @@ private:
     void answer(PathChosen chosen);
 };
 
-// A store with its cache below dir/"support" and its resources below dir/"app".
+// A store with its cache below dir/"support" and its resources below dir/"app"; `live`
+// is how its sessions watch.
 struct StoreFixture {
-    explicit StoreFixture(FileCounter countFiles = {});
+    explicit StoreFixture(FileCounter countFiles = {}, LiveSessionOptions live = {});
     TempDir dir;
     ScriptedPlatform platform;
     ProjectStore store;

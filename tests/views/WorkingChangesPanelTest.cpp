@@ -224,6 +224,32 @@ private slots:
         sample.f.store.setWatching(false);
         QCOMPARE(status->text(), QStringLiteral("Not watching"));
     }
+
+    // Past the watch limit the watcher checks the folder periodically, and the window
+    // says so once, in the status bar; updates still come.
+    void theWatchLimitNoticeShowsOnceAndUpdatesStillCome() {
+        LiveSessionOptions live;
+        live.maxWatches = 1;  // the root only
+        live.pollInterval = std::chrono::milliseconds(200);
+        StoreFixture f({}, live);
+        const std::string root = f.dir / "sample";
+        std::filesystem::copy(VANTREL_SAMPLE_PROJECT_DIR, root, std::filesystem::copy_options::recursive);
+        MainWindow window(f.store);
+        window.show();
+        QStringList messages;
+        connect(window.statusBar(), &QStatusBar::messageChanged, [&](const QString& text) {
+            if (!text.isEmpty()) messages << text;
+        });
+        f.store.scan(QString::fromStdString(root));
+        QVERIFY(waitForScanState(f.store, ScanState::Kind::ready));
+        QTRY_VERIFY_WITH_TIMEOUT(!messages.isEmpty(), kLongWait);
+        QCOMPARE(messages, QStringList{"Too many folders to watch: checking for changes every 200 ms"});
+
+        const std::string log = root + "/src/util/log.ts";
+        QVERIFY(writeFileAtomically(log, readWholeFile(log).value() + "\nexport function logDebug(m: string) {\n  write('debug', m);\n}\n"));
+        QTRY_VERIFY_WITH_TIMEOUT(f.store.ir()->symbols.count("src/util/log.ts:logDebug:function"), kLongWait);
+        QCOMPARE(messages.size(), 1);
+    }
 };
 
 VANTREL_REGISTER_TEST_CLASS(WorkingChangesPanelTest);
