@@ -33,6 +33,13 @@ private slots:
         QCOMPARE(noBaseline.exitCode, 1);
         QVERIFY(noBaseline.err.find("cannot load the baseline") != std::string::npos);
 
+        // Working Changes need a git work tree; the temporary folder is none.
+        CommandResult noGit = runCommand({VANTREL_APP_PATH, project, "--screenshot", picture, "--open", "working-changes"});
+        QCOMPARE(noGit.exitCode, 1);
+        QVERIFY(noGit.err.find("no Working Changes: ") != std::string::npos);
+        QCOMPARE(std::count(noGit.err.begin(), noGit.err.end(), '\n'), std::ptrdiff_t{1});
+        QCOMPARE(runCommand({VANTREL_APP_PATH, project, "--screenshot", picture, "--open", "everything"}).exitCode, 2);
+
         dir.write("project/src/broken.ts/inside.txt", "a folder named like a source file cannot be read");
         CommandResult failed = runCommand({VANTREL_APP_PATH, project, "--screenshot", picture});
         QCOMPARE(failed.exitCode, 1);
