@@ -18,7 +18,7 @@ struct Command {
 const Command kCommands[] = {
     {"scan", &kScanUsage, runScanCommand},          {"impact", &kImpactUsage, runImpactCommand},
     {"diff", &kDiffUsage, runDiffCommand},          {"export", &kExportUsage, runExportCommand},
-    {"changes", &kChangesUsage, runChangesCommand},
+    {"changes", &kChangesUsage, runChangesCommand},  {"mcp", &kMcpUsage, runMcpCommand},
 };
 
 void printHelp(std::FILE* out) {

@@ -1,0 +1,164 @@
+// mcp: a Model Context Protocol server on standard input and output for coding agents.
+// The folder is scanned once; the graph is then kept up to date as files change, and each
+// tool call answers from the latest graph. Standard output carries protocol messages only,
+// one per line; everything else goes to standard error.
+#include <csignal>
+#include <cstdio>
+#include <iostream>
+#include <mutex>
+#include <thread>
+
+#include "cli/Commands.h"
+#include "core/cache/ProjectCache.h"
+#include "core/changes/BaseWorkspace.h"
+#include "core/changes/ChangeReach.h"
+#include "core/changes/ChangedSymbols.h"
+#include "core/changes/GitRepository.h"
+#include "core/changes/UnifiedDiff.h"
+#include "core/config/GlobalDefaults.h"
+#include "core/live/LiveProject.h"
+#include "core/util/FileIO.h"
+#include "core/util/Paths.h"
+#include "mcp/GraphTools.h"
+#include "mcp/McpServer.h"
+
+namespace vantrel::cli {
+
+const char* const kMcpUsage =
+    "usage: vantrel-cli mcp DIR [--config FILE] [--cache-dir DIR] [--linking names|precise] [--base REV]";
+
+namespace {
+
+void log(const std::string& line) {
+    std::fprintf(stderr, "vantrel-cli mcp: %s\n", line.c_str());
+    std::fflush(stderr);
+}
+
+// The working tree's changes against a revision, asked afresh at every call: git's diff
+// of the moment, the base graph from the workspace that `changes` keeps (scanned once per
+// base tree and stored).
+class ChangesSource {
+public:
+    ChangesSource(std::string root, VantrelConfig config, std::optional<std::string> cacheDir)
+        : root_(std::move(root)), config_(std::move(config)), cacheDir_(std::move(cacheDir)) {}
+
+    ChangesReport operator()(const ProjectIR& current, const std::string& revision, std::int64_t depth) {
+        try {
+            auto tree = git::locateWorkTree(root_);
+            std::string commit = git::resolveCommit(root_, revision);
+            auto changes = changesBelowFolder(parseUnifiedDiff(git::diffAgainst(root_, commit)),
+                                              git::untrackedFiles(root_), tree.prefix);
+            ProjectIR base = baseGraph(tree, commit);
+            auto changed = changedSymbols(changes, current, base);
+            auto reached = reachOfChanges(changed, current, base, depth);
+            return makeChangesReport(revision, commit, depth, changed, reached, current, base);
+        } catch (const git::GitError& e) {
+            throw mcp::ToolFailure(e.what());
+        } catch (const ScanError& e) {
+            throw mcp::ToolFailure(std::string("the base tree's scan failed: ") + e.what());
+        }
+    }
+
+private:
+    std::string supportDir() const {
+        if (cacheDir_) return standardizePath(*cacheDir_);
+        if (auto dir = defaultApplicationSupportDirectory()) return *dir;
+        throw mcp::ToolFailure("no place for the base tree: set HOME or XDG_DATA_HOME, or start with --cache-dir");
+    }
+
+    ProjectIR baseGraph(const git::WorkTree& tree, const std::string& commit) {
+        auto treeId = git::subtreeId(root_, commit, tree.prefix);
+        if (!treeId) return {};
+        BaseWorkspace workspace(supportDir(), root_);
+        BaseWorkspace::Lock lock(workspace);
+        std::string key = baseGraphKey(*treeId, config_, SymbolScanner::defaultPlugins());
+        if (auto stored = workspace.loadGraph(key)) return std::move(*stored);
+        if (!pathExists(workspace.indexFile())) workspace.clearTree();
+        git::checkoutTree(root_, *treeId, workspace.indexFile(), workspace.treeDir());
+        ScanOptions scan;
+        scan.root = workspace.treeDir();
+        scan.config = config_;
+        scan.maxConcurrentParses = std::max<std::int64_t>(1, std::thread::hardware_concurrency());
+        ProjectIR base = makeScanner(cacheDir_).scanProject(scan);
+        workspace.storeGraph(key, base);
+        return base;
+    }
+
+    std::string root_;
+    VantrelConfig config_;
+    std::optional<std::string> cacheDir_;
+};
+
+}  // namespace
+
+int runMcpCommand(int argc, char** argv) {
+    ParsedArgs args = parseArgs(argc, argv, 2, {"--config", "--cache-dir", "--linking", "--base"}, {});
+    if (args.positional.size() != 1) throw UsageError("mcp takes exactly one folder");
+    const std::string root = requireFolder(args.positional[0]);
+    const auto configFile = args.value("--config");
+    const auto cacheDir = args.value("--cache-dir");
+    const auto linking = linkingOption(args);
+    auto loadConfig = [root, configFile, linking] {
+        VantrelConfig config = resolveConfig(root, configFile);
+        if (linking) config.linking = linking;
+        return config;
+    };
+    VantrelConfig config = loadConfig();  // a bad --config is a usage error before anything starts
+
+    LiveProjectOptions options;
+    options.root = root;
+    options.loadConfig = loadConfig;
+    options.maxConcurrentParses = std::max<std::int64_t>(1, std::thread::hardware_concurrency());
+    options.isCancelled = [] { return interrupted(); };
+    LiveProject project(makeScanner(cacheDir), options);
+    log("scanning " + root);
+    try {
+        project.open();
+    } catch (const ScanError& e) {
+        if (e.kind() == ScanError::Kind::cancelled) throw CommandError("scan cancelled", kExitCancelled);
+        throw CommandError(std::string("scan failed: ") + e.what());
+    }
+    log(std::to_string(project.graph().symbols.size()) + " symbols; serving on standard input and output");
+
+    // Until the watcher runs the project, each call first brings the graph up to date,
+    // at most once a second: a scan through the cache re-reads only what changed.
+    auto lastUpdate = std::chrono::steady_clock::now();
+    mcp::GraphToolsOptions tools;
+    tools.graph = [&project, &lastUpdate] {
+        auto now = std::chrono::steady_clock::now();
+        if (now - lastUpdate >= std::chrono::seconds(1)) {
+            lastUpdate = now;
+            try {
+                project.update({""});
+            } catch (const ScanError& e) {
+                log(std::string("update failed, answering from the last graph: ") + e.what());
+            }
+        }
+        return project.snapshot();
+    };
+    tools.projectRoot = root;
+    tools.changes = ChangesSource(root, config, cacheDir);
+    tools.defaultBase = args.value("--base").value_or("HEAD");
+
+    mcp::McpServer server({"vantrel", VANTREL_VERSION, mcp::graphToolsInstructions()},
+                          mcp::makeGraphTools(std::move(tools)));
+
+    // A client that goes away makes writes fail instead of ending the process by signal.
+    std::signal(SIGPIPE, SIG_IGN);
+    std::mutex outLock;
+    std::string line;
+    while (std::getline(std::cin, line)) {
+        auto reply = server.handle(line);
+        if (!reply) continue;
+        std::lock_guard guard(outLock);
+        reply->push_back('\n');
+        if (std::fwrite(reply->data(), 1, reply->size(), stdout) != reply->size() || std::fflush(stdout) != 0) {
+            log("standard output closed; stopping");
+            return kExitOk;
+        }
+    }
+    log("standard input closed; stopping");
+    return kExitOk;
+}
+
+}  // namespace vantrel::cli
