@@ -51,8 +51,8 @@ std::int64_t integerArgument(const json& arguments, const char* name, std::int64
         if (d == static_cast<double>(static_cast<std::int64_t>(d))) value = static_cast<std::int64_t>(d);
     }
     if (!value || *value < min || *value > max)
-        throw InvalidParams(std::string("'") + name + "' must be a whole number from " + std::to_string(min) +
-                            " to " + std::to_string(max));
+        throw InvalidParams(std::string("'") + name + "' must be a whole number from " + std::to_string(min) + " to " +
+                            std::to_string(max));
     return *value;
 }
 
@@ -71,9 +71,7 @@ json rowJson(const ReachRow& row) {
     return out;
 }
 
-std::string place(const ReachRow& row) {
-    return row.line ? row.file + ":" + std::to_string(*row.line) : row.file;
-}
+std::string place(const ReachRow& row) { return row.line ? row.file + ":" + std::to_string(*row.line) : row.file; }
 
 // The symbol named by the "id" argument, or the error result naming the nearest ids.
 struct Lookup {
@@ -171,8 +169,8 @@ Tool findSymbolsTool(std::shared_ptr<const GraphToolsOptions> options) {
                            : matches.size() < all.size()
                                ? std::to_string(all.size()) + " symbols match '" + query + "'; the first " +
                                      std::to_string(matches.size()) + ":"
-                               : std::to_string(all.size()) + (all.size() == 1 ? " symbol matches '" : " symbols match '") +
-                                     query + "':";
+                               : std::to_string(all.size()) +
+                                     (all.size() == 1 ? " symbol matches '" : " symbols match '") + query + "':";
         return ToolResult{head + "\n" + text, json{{"query", query}, {"total", all.size()}, {"matches", matches}}};
     };
     return tool;
@@ -184,14 +182,21 @@ Tool blastRadiusTool(std::shared_ptr<const GraphToolsOptions> options) {
     tool.title = "Blast radius";
     tool.description =
         "What a change to a symbol can break: the symbols that call it (level 1), those that call them (level 2), "
-        "and so on up to `depth`, each with its file and line, and a count per level.";
+        "and so on up to `depth`, each with its file and line, and a count per level. Each level lists its first "
+        "`limit` callers by file and line; `omitted` counts the rest.";
     tool.inputSchema = json::parse(kIdInput);
     tool.inputSchema["properties"]["depth"] = {
         {"type", "integer"}, {"minimum", 1}, {"maximum", kMaxToolDepth}, {"default", 3}};
+    tool.inputSchema["properties"]["limit"] = {{"type", "integer"},
+                                               {"minimum", 1},
+                                               {"maximum", kMaxCallersPerLevel},
+                                               {"default", kDefaultCallersPerLevel},
+                                               {"description", "Callers listed per level; the count is complete"}};
     json level = {{"type", "object"},
                   {"properties",
                    {{"level", {{"type", "integer"}}},
                     {"count", {{"type", "integer"}}},
+                    {"omitted", {{"type", "integer"}}},
                     {"callers", {{"type", "array"}, {"items", json::parse(kRowSchema)}}}}},
                   {"required", {"level", "count", "callers"}}};
     tool.outputSchema = withLookupError({{"type", "object"},
@@ -206,6 +211,8 @@ Tool blastRadiusTool(std::shared_ptr<const GraphToolsOptions> options) {
     tool.call = [options](const json& arguments) {
         std::string id = stringArgument(arguments, "id");
         auto depth = integerArgument(arguments, "depth", 3, 1, kMaxToolDepth);
+        auto limit = static_cast<std::size_t>(
+            integerArgument(arguments, "limit", kDefaultCallersPerLevel, 1, kMaxCallersPerLevel));
         auto graph = currentGraph(*options);
         auto found = lookUp(*graph, id);
         if (!found.symbol) return found.error;
@@ -216,11 +223,16 @@ Tool blastRadiusTool(std::shared_ptr<const GraphToolsOptions> options) {
         for (const auto& [level, rows] : reach.callers) {
             json callers = json::array();
             text += "Level " + std::to_string(level) + " (" + std::to_string(rows.size()) + "):\n";
-            for (const auto& row : rows) {
-                callers.push_back(rowJson(row));
-                text += "  " + row.id + "\t" + place(row) + "\n";
+            const std::size_t shown = std::min(limit, rows.size());
+            for (std::size_t i = 0; i < shown; ++i) {
+                callers.push_back(rowJson(rows[i]));
+                text += "  " + rows[i].id + "\t" + place(rows[i]) + "\n";
             }
-            levels.push_back({{"level", level}, {"count", rows.size()}, {"callers", std::move(callers)}});
+            if (shown < rows.size()) text += "  ... and " + std::to_string(rows.size() - shown) + " more\n";
+            levels.push_back({{"level", level},
+                              {"count", rows.size()},
+                              {"omitted", rows.size() - shown},
+                              {"callers", std::move(callers)}});
         }
         return ToolResult{text, json{{"id", id},
                                      {"depth", depth},
@@ -255,7 +267,7 @@ Tool calleesTool(std::shared_ptr<const GraphToolsOptions> options) {
         for (const auto& callee : found.symbol->refsOut) rows.push_back(reachRow(callee, *graph));
         std::sort(rows.begin(), rows.end(), reachRowBefore);
         json callees = json::array();
-        std::string text = id + (rows.empty() ? " calls nothing in the project.\n"
+        std::string text = id + (rows.empty()       ? " calls nothing in the project.\n"
                                  : rows.size() == 1 ? " calls 1 symbol:\n"
                                                     : " calls " + std::to_string(rows.size()) + " symbols:\n");
         for (const auto& row : rows) {
@@ -295,8 +307,8 @@ Tool changesTool(std::shared_ptr<const GraphToolsOptions> options) {
 
 // The fence language of a file, for the text form.
 std::string fenceLanguage(const std::string& file) {
-    std::string ext = lowered(file.substr(file.find_last_of('.') == std::string::npos ? file.size()
-                                                                                       : file.find_last_of('.') + 1));
+    std::string ext =
+        lowered(file.substr(file.find_last_of('.') == std::string::npos ? file.size() : file.find_last_of('.') + 1));
     if (ext == "py" || ext == "pyi") return "python";
     if (ext == "ts" || ext == "mts" || ext == "cts") return "typescript";
     if (ext == "tsx") return "tsx";
@@ -394,8 +406,7 @@ Tool diagnosticsTool(std::shared_ptr<const GraphToolsOptions> options) {
             for (const auto& import : section.imports) {
                 json entry{{"importPath", import.importPath}, {"importers", import.importers}};
                 text += "  " + import.importPath + " in ";
-                for (std::size_t i = 0; i < import.importers.size(); ++i)
-                    text += (i ? ", " : "") + import.importers[i];
+                for (std::size_t i = 0; i < import.importers.size(); ++i) text += (i ? ", " : "") + import.importers[i];
                 if (import.suggestion) {
                     entry["suggestion"] = *import.suggestion;
                     text += " (" + *import.suggestion + ")";
@@ -436,9 +447,9 @@ std::vector<SymbolMatch> findSymbols(const ProjectIR& ir, std::string_view query
     for (const auto& [id, symbol] : ir.symbols) {
         if (kind && symbol.kind != *kind) continue;
         std::string name = lowered(symbol.shortName());
-        int rank = name == needle                              ? 0
-                   : name.starts_with(needle)                  ? 1
-                   : name.find(needle) != std::string::npos    ? 2
+        int rank = name == needle                                                    ? 0
+                   : name.starts_with(needle)                                        ? 1
+                   : name.find(needle) != std::string::npos                          ? 2
                    : lowered(symbol.fileRelPath()).find(needle) != std::string::npos ? 3
                                                                                      : -1;
         if (rank >= 0) matches.push_back({id, rank});
@@ -471,7 +482,7 @@ std::vector<std::string> nearestIds(const ProjectIR& ir, std::string_view id, st
 
 std::vector<Tool> makeGraphTools(GraphToolsOptions given) {
     auto options = std::make_shared<const GraphToolsOptions>(std::move(given));
-    std::vector<Tool> tools{blastRadiusTool(options), calleesTool(options),      changesTool(options),
+    std::vector<Tool> tools{blastRadiusTool(options), calleesTool(options),     changesTool(options),
                             diagnosticsTool(options), findSymbolsTool(options), symbolSourceTool(options)};
     return tools;
 }

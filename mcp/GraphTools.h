@@ -46,14 +46,18 @@ public:
 
 struct GraphToolsOptions {
     GraphProvider graph;
-    std::string projectRoot;  // where symbol_source reads files
-    ChangesProvider changes;  // empty: `changes` answers that it is not available
+    std::string projectRoot;           // where symbol_source reads files
+    ChangesProvider changes;           // empty: `changes` answers that it is not available
     std::string defaultBase = "HEAD";  // `changes` without a base compares with this revision
 };
 
 inline constexpr std::int64_t kDefaultFindLimit = 20;
 inline constexpr std::int64_t kMaxFindLimit = 200;
 inline constexpr std::int64_t kMaxToolDepth = 12;
+// A level of a blast radius lists this many callers unless asked for more: an answer of
+// thousands of rows would fill the calling model's context without telling it more.
+inline constexpr std::int64_t kDefaultCallersPerLevel = 200;
+inline constexpr std::int64_t kMaxCallersPerLevel = 5000;
 inline constexpr std::size_t kNearestIds = 5;
 
 // The six tools, in name order.

@@ -160,6 +160,13 @@ TEST_F(GraphToolsTest, BlastRadiusGivesCallersLevelByLevel) {
     EXPECT_NE(text.find("5 callers on 3 levels in 3 files"), std::string::npos);
     EXPECT_NE(text.find("src/app/main.ts:start:function\tsrc/app/main.ts:5"), std::string::npos);
 
+    // A limit lists the first callers of each level by file; the count stays whole.
+    json limited = call("blast_radius", {{"id", kComputeTotal}, {"limit", 1}})["structuredContent"];
+    EXPECT_EQ(ids(limited["levels"][0]["callers"]), (std::vector<std::string>{"py/pkg/report.py:report:function"}));
+    EXPECT_EQ(limited["levels"][0]["count"], 2);
+    EXPECT_EQ(limited["levels"][0]["omitted"], 1);
+    EXPECT_EQ(limited["levels"][2]["omitted"], 0);
+
     // Depth cuts the walk.
     EXPECT_EQ(call("blast_radius", {{"id", kComputeTotal}, {"depth", 1}})["structuredContent"]["levels"].size(), 1u);
     EXPECT_EQ(call("blast_radius", {{"id", kStart}})["structuredContent"]["summary"], "No callers");
@@ -255,10 +262,10 @@ TEST_F(GraphToolsTest, ProtocolErrorsAndNotifications) {
     EXPECT_EQ(callError({{"name", "no_such_tool"}}), kInvalidParams);
 
     // Notifications, responses and blank lines get no reply, whatever they say.
-    for (const char* line : {R"({"jsonrpc":"2.0","method":"notifications/initialized"})",
-                             R"({"jsonrpc":"2.0","method":"notifications/cancelled","params":{"requestId":1}})",
-                             R"({"jsonrpc":"2.0","method":"no/such/method"})", R"({"jsonrpc":"2.0","id":9,"result":{}})",
-                             "", "  \r"})
+    for (const char* line :
+         {R"({"jsonrpc":"2.0","method":"notifications/initialized"})",
+          R"({"jsonrpc":"2.0","method":"notifications/cancelled","params":{"requestId":1}})",
+          R"({"jsonrpc":"2.0","method":"no/such/method"})", R"({"jsonrpc":"2.0","id":9,"result":{}})", "", "  \r"})
         EXPECT_EQ(mcp().handle(line), std::nullopt) << line;
     // Requests before initialize are answered.
     EXPECT_FALSE(mcp().initialized());

@@ -7,8 +7,8 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <chrono>
 #include <gtest/gtest.h>
+#include <chrono>
 #include <nlohmann/json.hpp>
 #include <thread>
 
@@ -70,7 +70,8 @@ public:
                 buffer_.erase(0, end + 1);
                 return line;
             }
-            auto left = std::chrono::duration_cast<std::chrono::milliseconds>(deadline - std::chrono::steady_clock::now());
+            auto left =
+                std::chrono::duration_cast<std::chrono::milliseconds>(deadline - std::chrono::steady_clock::now());
             if (left.count() <= 0) return std::nullopt;
             pollfd fd{fromChild_, POLLIN, 0};
             if (::poll(&fd, 1, static_cast<int>(left.count())) <= 0) continue;
@@ -126,9 +127,10 @@ std::vector<std::string> callerIds(const json& reply) {
 TEST(McpCommand, ASaveReachesTheAnswers) {
     TempDir dir;
     std::string root = dir.copyFixture("scan-project");
-    McpProcess mcp({VANTREL_CLI_PATH, "mcp", root, "--cache-dir", dir / "cache"},
-                   {"HOME=" + dir / "home", "XDG_DATA_HOME=" + dir / "home/data", "GIT_CEILING_DIRECTORIES=" + dir.path()},
-                   dir / "stderr.txt");
+    McpProcess mcp(
+        {VANTREL_CLI_PATH, "mcp", root, "--cache-dir", dir / "cache"},
+        {"HOME=" + dir / "home", "XDG_DATA_HOME=" + dir / "home/data", "GIT_CEILING_DIRECTORIES=" + dir.path()},
+        dir / "stderr.txt");
     json init = mcp.request(1, "initialize", {{"protocolVersion", "2025-06-18"}, {"capabilities", json::object()}});
     ASSERT_EQ(init["result"]["protocolVersion"], "2025-06-18") << init.dump();
     mcp.send({{"jsonrpc", "2.0"}, {"method", "notifications/initialized"}});
@@ -146,7 +148,8 @@ TEST(McpCommand, ASaveReachesTheAnswers) {
     int id = 3;
     for (auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(60);
          !seen && std::chrono::steady_clock::now() < deadline; ++id) {
-        auto callers = callerIds(mcp.request(id, "tools/call", {{"name", "blast_radius"}, {"arguments", {{"id", pad}}}}));
+        auto callers =
+            callerIds(mcp.request(id, "tools/call", {{"name", "blast_radius"}, {"arguments", {{"id", pad}}}}));
         seen = std::find(callers.begin(), callers.end(), banner) != callers.end();
         if (!seen) std::this_thread::sleep_for(std::chrono::milliseconds(200));
     }
