@@ -2,84 +2,101 @@
 
 #include <chrono>
 
-#include "core/config/PathGlobMatcher.h"
-#include "core/languages/LanguagePlugin.h"
+#include "core/scan/IncrementalScan.h"
 #include "core/util/Paths.h"
-#include "core/util/Text.h"
 
 namespace vantrel {
+
+namespace {
+
+// Files whose change voids what every record was made with, or (package.json, in precise
+// linking) how the project's own packages resolve: the project is scanned again.
+bool isSettingsFile(const std::string& relPath, LinkingMode linking) {
+    if (relPath == "vantrel.json" || relPath == ".vantrel/config.json" || relPath == ".vantrel" ||
+        relPath == "tsconfig.json" || relPath == "jsconfig.json")
+        return true;
+    return linking == LinkingMode::precise && lastPathComponent(relPath) == "package.json";
+}
+
+double secondsSince(std::chrono::steady_clock::time_point start) {
+    return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+}
+
+}  // namespace
 
 struct LiveProject::State {
     SymbolScanner scanner;
     LiveProjectOptions options;
-    VantrelConfig config;
-    ProjectIR graph;
+    std::unique_ptr<IncrementalScan> scan;
     mutable std::shared_ptr<const ProjectIR> shared;
+    ProjectIR empty;
 };
 
 LiveProject::LiveProject(SymbolScanner scanner, LiveProjectOptions options)
-    : state_(std::make_unique<State>(State{std::move(scanner), std::move(options), {}, {}, {}})) {}
+    : state_(std::make_unique<State>(State{std::move(scanner), std::move(options), nullptr, nullptr, {}})) {}
 
 LiveProject::~LiveProject() = default;
 
 const std::string& LiveProject::root() const { return state_->options.root; }
-const VantrelConfig& LiveProject::config() const { return state_->config; }
-const ProjectIR& LiveProject::graph() const { return state_->graph; }
+
+const VantrelConfig& LiveProject::config() const {
+    static const VantrelConfig none;
+    return state_->scan ? state_->scan->config() : none;
+}
+
+const ProjectIR& LiveProject::graph() const { return state_->scan ? state_->scan->graph() : state_->empty; }
 
 std::shared_ptr<const ProjectIR> LiveProject::snapshot() const {
-    if (!state_->shared) state_->shared = std::make_shared<const ProjectIR>(state_->graph);
+    if (!state_->shared) state_->shared = std::make_shared<const ProjectIR>(graph());
     return state_->shared;
 }
 
 LiveUpdate LiveProject::open() { return rescan(); }
 
 LiveUpdate LiveProject::rescan() {
-    auto start = std::chrono::steady_clock::now();
+    const auto start = std::chrono::steady_clock::now();
     State& s = *state_;
-    s.config = s.options.loadConfig ? s.options.loadConfig() : VantrelConfig{};
-    ScanOptions scan;
-    scan.root = s.options.root;
-    scan.config = s.config;
-    scan.maxConcurrentParses = s.options.maxConcurrentParses;
-    scan.progress = s.options.progress;
-    scan.isCancelled = s.options.isCancelled;
-    ProjectIR next = s.scanner.scanProject(scan);
+    VantrelConfig config = s.options.loadConfig ? s.options.loadConfig() : VantrelConfig{};
+    auto next = std::make_unique<IncrementalScan>(s.scanner, s.options.root, std::move(config),
+                                                  s.options.maxConcurrentParses);
+    next->scanAll(s.options.progress, s.options.isCancelled);
     LiveUpdate result;
     result.fullScan = true;
-    result.graphChanged = next.symbols != s.graph.symbols || next.diagnostics != s.graph.diagnostics;
-    s.graph = std::move(next);
+    result.graphChanged = !s.scan || next->graph().symbols != s.scan->graph().symbols ||
+                          next->graph().diagnostics != s.scan->graph().diagnostics;
+    s.scan = std::move(next);
     s.shared.reset();
-    result.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+    result.seconds = secondsSince(start);
     return result;
 }
 
-// A first version: every relevant change scans the project again through the cache.
 LiveUpdate LiveProject::update(const std::vector<std::string>& paths) {
-    bool relevant = false;
-    for (const auto& path : paths) relevant = relevant || path.empty() || caresAbout(path) || watchesFolder(path);
-    if (!relevant) return {};
-    return rescan();
+    if (!state_->scan) return open();
+    const LinkingMode linking = config().linking.value_or(LinkingMode::names);
+    for (const auto& path : paths)
+        if (isSettingsFile(path, linking)) return rescan();
+    const auto start = std::chrono::steady_clock::now();
+    IncrementalChanges changes = state_->scan->update(paths);
+    LiveUpdate result;
+    result.changed = std::move(changes.changed);
+    result.added = std::move(changes.added);
+    result.removed = std::move(changes.removed);
+    result.reanalysed = std::move(changes.reanalysed);
+    result.relinkedFiles = changes.relinkedFiles;
+    result.fullScan = changes.fullScan;
+    result.graphChanged = !result.reanalysed.empty() || !result.removed.empty();
+    if (result.graphChanged) state_->shared.reset();
+    result.seconds = secondsSince(start);
+    return result;
 }
 
 bool LiveProject::watchesFolder(const std::string& relDir) const {
-    if (relDir.empty()) return true;
-    for (auto part : splitKeepingEmpty(relDir, "/"))
-        if (part.empty() || part.front() == '.' || part == "node_modules") return false;
-    return !PathGlobMatcher(state_->config.exclude).matches(relDir);
+    return !state_->scan || state_->scan->includesFolder(relDir);
 }
 
 bool LiveProject::caresAbout(const std::string& relPath) const {
-    std::string name = lastPathComponent(relPath);
-    if (name == "vantrel.json" || name == "tsconfig.json" || name == "jsconfig.json" || name == "package.json")
-        return true;
-    std::string parent = deletingLastPathComponent(relPath);
-    if (!watchesFolder(parent == relPath ? std::string() : parent)) return false;
-    if (PathGlobMatcher(state_->config.exclude).matches(relPath)) return false;
-    std::string ext = lowercased(pathExtension(relPath));
-    for (const auto& plugin : activePlugins(state_->scanner.plugins(), state_->config.enabledLanguages))
-        for (const auto& e : plugin->fileExtensions())
-            if (e == ext) return true;
-    return false;
+    if (isSettingsFile(relPath, config().linking.value_or(LinkingMode::names))) return true;
+    return state_->scan && state_->scan->includesFile(relPath);
 }
 
 }  // namespace vantrel

@@ -28,6 +28,12 @@ FileAnalysisResult analyzeSource(const LanguagePlugin& plugin, const EnumeratedF
     return plugin.analyzeFile(AnalysisInput{file.path, file.relPath, root, text, top, tsconfig, linking, packages});
 }
 
+std::u16string analysableText(std::string_view bytes) {
+    // Text that is not valid UTF-8, and a file too large to analyse, count as an empty file.
+    if (bytes.size() > AnalysisLimits::maxFileBytes) return {};
+    return utf8ToUtf16(bytes).value_or(std::u16string());
+}
+
 void FileScratch::releaseLarge() {
     constexpr std::size_t kLargeBuffer = std::size_t{1} << 20;
     if (source.capacity() > kLargeBuffer) std::string().swap(source);
@@ -60,14 +66,22 @@ bool parseAndCache(const EnumeratedFile& file, const FileAnalysisContext& contex
         return true;
     }
 
-    // Text that is not valid UTF-8, and a file too large to analyse, count as an empty file.
-    std::u16string text;
-    if (bytes.size() <= AnalysisLimits::maxFileBytes) text = utf8ToUtf16(bytes).value_or(std::u16string());
+    std::u16string text = analysableText(bytes);
     scratch.releaseLarge();  // the bytes are not needed from here on
+    if (context.pluginByExt.find(file.ext) == context.pluginByExt.end()) return false;
+    analyseTextAndStore(file, text, std::move(fileHash), context, record);
+    return true;
+}
 
+void analyseAndStore(const EnumeratedFile& file, std::string_view bytes, std::string fileHash,
+                     const FileAnalysisContext& context, CachedFileResult& record) {
+    if (context.pluginByExt.find(file.ext) == context.pluginByExt.end()) return;
+    analyseTextAndStore(file, analysableText(bytes), std::move(fileHash), context, record);
+}
+
+void analyseTextAndStore(const EnumeratedFile& file, std::u16string_view text, std::string fileHash,
+                         const FileAnalysisContext& context, CachedFileResult& record) {
     auto plugin = context.pluginByExt.find(file.ext);
-    if (plugin == context.pluginByExt.end()) return false;
-
     if (context.stats) ++context.stats->parsed;
     FileAnalysisResult analysis =
         analyzeSource(*plugin->second, file, text, context.root, context.tsconfig, context.linking, context.packages);
@@ -79,7 +93,6 @@ bool parseAndCache(const EnumeratedFile& file, const FileAnalysisContext& contex
                               std::move(analysis.calls), std::move(analysis.diagnostics), std::move(analysis.sites),
                               std::move(analysis.facts)};
     context.cache.saveFile(record, context.root, file.relPath);
-    return true;
 }
 
 }  // namespace vantrel

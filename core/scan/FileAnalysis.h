@@ -68,4 +68,16 @@ struct FileScratch {
 // cancelled, when the file cannot be read, or when the parser gives no tree.
 [[nodiscard]] bool parseAndCache(const EnumeratedFile& file, const FileAnalysisContext& context, FileScratch& scratch);
 
+// Analyses the file's `bytes` (whose SHA-256 is `fileHash`) afresh into `record` and saves
+// it, whatever the cache holds: for a file whose bytes are unchanged but whose imports may
+// now resolve otherwise, since another file appeared or went. Leaves `record` untouched
+// when no plugin takes the file's extension. Throws as analyzeSource does.
+void analyseAndStore(const EnumeratedFile& file, std::string_view bytes, std::string fileHash,
+                     const FileAnalysisContext& context, CachedFileResult& record);
+// The same from the text analysableText gave; the plugin of the file's extension must exist.
+void analyseTextAndStore(const EnumeratedFile& file, std::u16string_view text, std::string fileHash,
+                         const FileAnalysisContext& context, CachedFileResult& record);
+// The text a file's bytes are analysed as: empty when they are not UTF-8 or too large.
+std::u16string analysableText(std::string_view bytes);
+
 }  // namespace vantrel

@@ -73,9 +73,6 @@ void GraphBuilder::addEdge(const GraphSymbol& caller, Symbol& callee) {
     callee.refsIn.insert(std::string(caller.id));
 }
 
-namespace {
-
-// Stable, by importer path, then import path.
 std::vector<ResolutionDiagnostic> sortedDiagnostics(std::vector<ResolutionDiagnostic> diagnostics) {
     auto order = orderByText(
         diagnostics, [](const ResolutionDiagnostic& d) -> std::string_view { return d.importerPath; },
@@ -86,7 +83,6 @@ std::vector<ResolutionDiagnostic> sortedDiagnostics(std::vector<ResolutionDiagno
     return sorted;
 }
 
-}  // namespace
 
 ProjectIR GraphBuilder::take() {
     ir_.diagnostics = sortedDiagnostics(std::move(diagnostics_));

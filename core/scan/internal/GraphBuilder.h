@@ -34,6 +34,9 @@ struct FileSymbols {
     void take(CachedFileResult& record);
 };
 
+// Stable, by importer path, then import path: the order of a graph's diagnostics.
+std::vector<ResolutionDiagnostic> sortedDiagnostics(std::vector<ResolutionDiagnostic> diagnostics);
+
 // A symbol of the graph with its key, which outlives the builder's walks.
 struct GraphSymbol {
     Symbol* symbol = nullptr;

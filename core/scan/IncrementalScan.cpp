@@ -1,0 +1,511 @@
+#include "core/scan/IncrementalScan.h"
+
+#include <algorithm>
+#include <cctype>
+#include <exception>
+#include <map>
+#include <optional>
+#include <set>
+#include <unordered_map>
+
+#include "core/cache/Hashing.h"
+#include "core/languages/LanguagePlugin.h"
+#include "core/resolution/ProjectPackages.h"
+#include "core/resolution/TSConfigResolver.h"
+#include "core/scan/FileAnalysis.h"
+#include "core/scan/internal/GraphBuilder.h"
+#include "core/scan/internal/Linker.h"
+#include "core/scan/internal/SymbolNameIndex.h"
+#include "core/util/FileIO.h"
+#include "core/util/ParallelFor.h"
+#include "core/util/Paths.h"
+#include "core/util/Text.h"
+#include "core/util/Timestamp.h"
+
+namespace vantrel {
+
+namespace {
+
+// What the index keeps of one file between updates.
+struct FileState {
+    std::string relPath;
+    std::string hash;
+    std::vector<std::string> ids;                   // its symbols, sorted
+    std::vector<ResolutionDiagnostic> diagnostics;  // in the record's order
+    std::vector<std::string> callees;               // names mode: the names it calls, sorted
+    std::vector<std::string> words;                 // of its imports, sorted: see importWords
+};
+
+void addWords(std::string_view text, std::vector<std::string>& out) {
+    std::size_t start = 0;
+    auto flush = [&](std::size_t end) {
+        if (end > start) out.emplace_back(text.substr(start, end - start));
+    };
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        const unsigned char c = static_cast<unsigned char>(text[i]);
+        if (!(std::isalnum(c) || c == '_' || c == '$' || c >= 0x80)) {
+            flush(i);
+            start = i + 1;
+        }
+    }
+    flush(text.size());
+}
+
+void sortUnique(std::vector<std::string>& list) {
+    std::sort(list.begin(), list.end());
+    list.erase(std::unique(list.begin(), list.end()), list.end());
+}
+
+// The words of everything a file's imports resolved to or failed on: local names, resolved
+// paths, import texts. A file that appears or goes can change how an import resolves only
+// if the import's words include the file's stem (or, for an index or __init__ file, its
+// folder's name), so these words pick the files to analyse again.
+std::vector<std::string> importWords(const CachedFileResult& record) {
+    std::vector<std::string> words;
+    for (const auto& [local, path] : record.imports) {
+        addWords(local, words);
+        addWords(path, words);
+    }
+    for (const auto& diagnostic : record.diagnostics) addWords(diagnostic.importPath, words);
+    for (const auto* bindings : {&record.facts.imports, &record.facts.exports})
+        for (const auto& binding : *bindings) {
+            addWords(binding.local, words);
+            addWords(binding.path, words);
+            addWords(binding.name, words);
+        }
+    sortUnique(words);
+    return words;
+}
+
+bool isFolderModule(const std::string& relPath) {
+    std::string name = lastPathComponent(relPath);
+    std::string stem = name.substr(0, name.find('.'));
+    return stem == "index" || stem == "__init__" || stem == "__main__" || stem.empty();
+}
+
+// The words by which imports can name a file (see importWords): its stem, or for a folder's
+// own module (index, __init__) the folder's name. Files inside that folder can also name
+// it without a word ("." or ".."); the caller takes those by place.
+std::vector<std::string> namingWords(const std::string& relPath) {
+    std::vector<std::string> words;
+    if (isFolderModule(relPath)) {
+        addWords(lastPathComponent(deletingLastPathComponent(relPath)), words);
+    } else {
+        std::string name = lastPathComponent(relPath);
+        addWords(name.substr(0, name.find('.')), words);
+    }
+    sortUnique(words);
+    return words;
+}
+
+bool intersects(const std::vector<std::string>& a, const std::vector<std::string>& b) {
+    auto i = a.begin();
+    auto j = b.begin();
+    while (i != a.end() && j != b.end()) {
+        if (*i < *j) ++i;
+        else if (*j < *i) ++j;
+        else return true;
+    }
+    return false;
+}
+
+// The ids a record gives the graph: a later symbol of one id replaces an earlier one.
+std::map<std::string, const Symbol*> symbolsById(const CachedFileResult& record) {
+    std::map<std::string, const Symbol*> byId;
+    for (const auto& symbol : record.symbols) byId[symbol.id] = &symbol;
+    return byId;
+}
+
+FileState stateOf(const std::string& relPath, const CachedFileResult& record) {
+    FileState state;
+    state.relPath = relPath;
+    state.hash = record.fileHash;
+    for (const auto& [id, symbol] : symbolsById(record)) state.ids.push_back(id);
+    state.diagnostics = record.diagnostics;
+    for (const auto& call : record.calls) state.callees.push_back(call.calleeName);
+    sortUnique(state.callees);
+    state.words = importWords(record);
+    return state;
+}
+
+std::string_view nameOf(std::string_view id) {
+    auto named = idNameAndFileLength(id);
+    return named ? named->first : std::string_view();
+}
+
+}  // namespace
+
+struct IncrementalScan::State {
+    const SymbolScanner& scanner;
+    std::string root;
+    VantrelConfig config;
+    std::int64_t permits;
+    LinkingMode linking;
+    ProjectCache cache;
+    PluginList active;
+    PluginByExt pluginByExt;
+    PathGlobMatcher exclude;
+    std::optional<TSConfigResolver> tsconfig;
+    std::optional<ProjectPackages> packages;
+    WorkerPool pool;
+
+    ProjectIR ir;
+    std::map<std::string, FileState> files;
+    // Names mode: callee name -> the files calling it.
+    std::unordered_map<std::string, std::vector<const FileState*>> callersOf;
+    SymbolNameIndex index;  // borrows ir's keys; made again whenever the set of ids changes
+    // Files met by the scan without a record to index (written meanwhile, or an unwritable
+    // cache): analysed at the next update.
+    std::set<std::string> pending;
+
+    State(const SymbolScanner& s, std::string r, VantrelConfig c, std::int64_t p)
+        : scanner(s),
+          root(std::move(r)),
+          config(std::move(c)),
+          permits(std::max<std::int64_t>(1, p)),
+          linking(config.linking.value_or(LinkingMode::names)),
+          cache(s.cache().forLinking(linking)),
+          active(activePlugins(s.plugins(), config.enabledLanguages)),
+          pluginByExt(makeEnumerator(root, active).pluginByExt),
+          exclude(config.exclude),
+          pool(static_cast<std::size_t>(std::min<std::int64_t>(permits, 64))) {}
+
+    FileAnalysisContext analysisContext() const {
+        static const CancelCheck never;
+        return FileAnalysisContext{root,   pluginByExt, tsconfig ? &*tsconfig : nullptr, cache, never, nullptr,
+                                   linking, packages ? &*packages : nullptr};
+    }
+
+    void indexFile(FileState state) {
+        auto [it, inserted] = files.insert_or_assign(state.relPath, std::move(state));
+        for (const auto& name : it->second.callees) callersOf[name].push_back(&it->second);
+    }
+
+    void forgetFile(const std::string& relPath) {
+        auto it = files.find(relPath);
+        if (it == files.end()) return;
+        for (const auto& name : it->second.callees) {
+            auto callers = callersOf.find(name);
+            if (callers == callersOf.end()) continue;
+            std::erase(callers->second, &it->second);
+            if (callers->second.empty()) callersOf.erase(callers);
+        }
+        files.erase(it);
+    }
+
+    bool includes(const std::string& rel, bool file) const {
+        if (rel.empty()) return !file;
+        std::string prefix;
+        for (auto part : splitKeepingEmpty(rel, "/")) {
+            if (part.empty() || part.front() == '.' || part == "node_modules") return false;
+            if (!prefix.empty()) prefix.push_back('/');
+            prefix.append(part);
+            if (exclude.matches(prefix)) return false;
+        }
+        return !file || pluginByExt.count(lowercased(pathExtension(rel))) > 0;
+    }
+
+    EnumeratedFile enumerated(const std::string& rel) const {
+        return EnumeratedFile{appendPathComponent(root, rel), rel, lowercased(pathExtension(rel))};
+    }
+
+    // The file's ids in the graph: from its state, or, for a file the index has not met,
+    // from the graph itself.
+    std::vector<std::string> idsOfFile(const std::string& rel) const {
+        if (auto known = files.find(rel); known != files.end()) return known->second.ids;
+        std::vector<std::string> ids;
+        const std::string prefix = rel + ":";
+        for (auto it = ir.symbols.lower_bound(prefix); it != ir.symbols.end() && it->first.starts_with(prefix); ++it)
+            if (symbolFilePath(it->first) == std::optional<std::string_view>(rel)) ids.push_back(it->first);
+        return ids;
+    }
+
+    void unlinkOutgoing(const std::string& id) {
+        auto it = ir.symbols.find(id);
+        if (it == ir.symbols.end()) return;
+        for (const auto& callee : it->second.refsOut)
+            if (auto target = ir.symbols.find(callee); target != ir.symbols.end()) target->second.refsIn.erase(id);
+        it->second.refsOut.clear();
+    }
+
+    void eraseSymbol(const std::string& id) {
+        auto it = ir.symbols.find(id);
+        if (it == ir.symbols.end()) return;
+        unlinkOutgoing(id);
+        for (const auto& caller : it->second.refsIn)
+            if (auto source = ir.symbols.find(caller); source != ir.symbols.end()) source->second.refsOut.erase(id);
+        ir.symbols.erase(it);
+    }
+
+    // A file's call sites wired as the link walk wires them.
+    void wire(const std::vector<CachedCallSite>& calls, const std::map<std::string, std::string>& imports,
+              const std::string& relPath) {
+        for (const auto& call : calls) {
+            auto caller = ir.symbols.find(call.callerId);
+            if (caller == ir.symbols.end()) continue;
+            std::string_view current = symbolFilePath(call.callerId).value_or(relPath);
+            const NameCandidate* callee = resolveCallee(call.calleeName, imports, current, index);
+            if (!callee || callee->id == caller->first) continue;
+            caller->second.refsOut.insert(std::string(callee->id));
+            callee->symbol->refsIn.insert(caller->first);
+        }
+    }
+
+    void rebuildDiagnostics() {
+        std::vector<ResolutionDiagnostic> all;
+        for (const auto& [path, state] : files) all.insert(all.end(), state.diagnostics.begin(), state.diagnostics.end());
+        ir.diagnostics = detail::sortedDiagnostics(std::move(all));
+    }
+};
+
+IncrementalScan::IncrementalScan(const SymbolScanner& scanner, std::string root, VantrelConfig config,
+                                 std::int64_t maxConcurrentParses)
+    : s_(std::make_unique<State>(scanner, std::move(root), std::move(config), maxConcurrentParses)) {}
+
+IncrementalScan::~IncrementalScan() = default;
+
+ProjectIR& IncrementalScan::graph() { return s_->ir; }
+const VantrelConfig& IncrementalScan::config() const { return s_->config; }
+bool IncrementalScan::includesFolder(const std::string& relDir) const { return s_->includes(relDir, false); }
+bool IncrementalScan::includesFile(const std::string& relPath) const { return s_->includes(relPath, true); }
+
+void IncrementalScan::scanAll(const ProgressCallback& progress, const CancelCheck& isCancelled) {
+    State& s = *s_;
+    s.tsconfig = TSConfigResolver::loadIfPresent(s.root);
+    if (s.linking == LinkingMode::precise) s.packages = ProjectPackages::load(s.root);
+    ScanOptions options;
+    options.root = s.root;
+    options.config = s.config;
+    options.maxConcurrentParses = s.permits;
+    options.progress = progress;
+    options.isCancelled = isCancelled;
+    s.ir = s.scanner.scanProject(options);
+
+    // Every file's record, read back in parallel into its place.
+    const std::vector<std::string> paths = listSourceFiles(s.root, s.config, s.scanner.plugins(), isCancelled);
+    std::vector<std::optional<FileState>> states(paths.size());
+    parallelFor(s.pool, paths.size(), s.pool.threadCount() + 1, [&](std::size_t i, std::size_t) {
+        if (auto record = s.cache.loadFile(s.root, paths[i], RecordFields::all)) states[i] = stateOf(paths[i], *record);
+    });
+    s.files.clear();
+    s.callersOf.clear();
+    s.pending.clear();
+    for (std::size_t i = 0; i < paths.size(); ++i) {
+        if (states[i]) s.indexFile(std::move(*states[i]));
+        else s.pending.insert(paths[i]);
+    }
+    s.index = symbolNameIndex(s.ir);
+}
+
+IncrementalChanges IncrementalScan::update(const std::vector<std::string>& requested) {
+    State& s = *s_;
+    IncrementalChanges out;
+
+    // 1. Which files the paths stand for: known files at or below them, and source files
+    // found there on disk.
+    std::set<std::string> candidates(s.pending.begin(), s.pending.end());
+    for (const auto& path : requested) {
+        if (path.empty()) {
+            for (const auto& [rel, state] : s.files) candidates.insert(rel);
+            for (auto& rel : listSourceFiles(s.root, s.config, s.scanner.plugins())) candidates.insert(std::move(rel));
+            continue;
+        }
+        const std::string below = path + "/";
+        for (auto it = s.files.lower_bound(path); it != s.files.end(); ++it) {
+            if (it->first != path && !it->first.starts_with(below)) break;
+            candidates.insert(it->first);
+        }
+        const std::string absolute = appendPathComponent(s.root, path);
+        if (isDirectory(absolute)) {
+            if (!s.includes(path, false)) continue;
+            auto walker = DirectoryWalker::open(absolute);
+            while (walker) {
+                auto entry = walker->next();
+                if (!entry) break;
+                if (auto file = shouldInclude(*entry, s.root, s.exclude, s.pluginByExt, *walker))
+                    candidates.insert(file->relPath);
+            }
+        } else if (s.includes(path, true)) {
+            candidates.insert(path);
+        }
+    }
+
+    // 2. What happened to each: read and hashed; the same bytes are no change.
+    struct Fresh {
+        std::string rel;
+        std::string bytes;
+        std::string hash;
+    };
+    std::vector<Fresh> fresh;
+    for (const auto& rel : candidates) {
+        const bool known = s.files.count(rel) > 0;
+        const std::string absolute = appendPathComponent(s.root, rel);
+        if (!s.includes(rel, true) || !pathExists(absolute) || isDirectory(absolute)) {
+            if (known) out.removed.push_back(rel);
+            continue;
+        }
+        std::string bytes, error;
+        if (!readWholeFileInto(absolute, bytes, &error)) throw ScanError(ScanError::Kind::readFailed, absolute, error);
+        std::string hash = sha256Hex(bytes);
+        if (known && !s.pending.count(rel) && s.files.at(rel).hash == hash) continue;
+        (known ? out.changed : out.added).push_back(rel);
+        fresh.push_back({rel, std::move(bytes), std::move(hash)});
+    }
+
+    // 3. Files whose imports may resolve otherwise now that files appeared or went.
+    std::set<std::string> reanalyse;
+    for (const auto& f : fresh) reanalyse.insert(f.rel);
+    if (!out.added.empty() || !out.removed.empty()) {
+        std::vector<std::string> words;
+        std::vector<std::string> folders;  // of folder modules: "" the root, else with a "/" after
+        for (const auto* list : {&out.added, &out.removed})
+            for (const auto& rel : *list) {
+                auto naming = namingWords(rel);
+                words.insert(words.end(), naming.begin(), naming.end());
+                if (isFolderModule(rel)) {
+                    std::string folder = deletingLastPathComponent(rel);
+                    folders.push_back(folder.empty() || folder == rel ? std::string() : folder + "/");
+                }
+            }
+        sortUnique(words);
+        auto inFolder = [&](const std::string& rel) {
+            return std::any_of(folders.begin(), folders.end(),
+                               [&](const std::string& folder) { return rel.starts_with(folder); });
+        };
+        const std::set<std::string> gone(out.removed.begin(), out.removed.end());
+        for (const auto& [rel, state] : s.files) {
+            if (gone.count(rel) || reanalyse.count(rel)) continue;
+            if (intersects(state.words, words) || inFolder(rel)) {
+                std::string bytes, error;
+                const std::string absolute = appendPathComponent(s.root, rel);
+                if (!readWholeFileInto(absolute, bytes, &error))
+                    throw ScanError(ScanError::Kind::readFailed, absolute, error);
+                std::string hash = sha256Hex(bytes);
+                fresh.push_back({rel, std::move(bytes), std::move(hash)});
+                reanalyse.insert(rel);
+            }
+        }
+    }
+    if (fresh.empty() && out.removed.empty()) {
+        s.pending.clear();
+        return out;
+    }
+
+    // 4. Analysed afresh, in parallel; nothing of the state has changed yet, so a failure
+    // leaves it whole.
+    std::vector<CachedFileResult> records(fresh.size());
+    std::vector<std::exception_ptr> errors(fresh.size());
+    const FileAnalysisContext context = s.analysisContext();
+    parallelFor(s.pool, fresh.size(), s.pool.threadCount() + 1, [&](std::size_t i, std::size_t) {
+        try {
+            analyseAndStore(s.enumerated(fresh[i].rel), fresh[i].bytes, fresh[i].hash, context, records[i]);
+        } catch (...) {
+            errors[i] = std::current_exception();
+        }
+    });
+    for (auto& error : errors)
+        if (error) std::rethrow_exception(error);
+    s.pending.clear();
+    for (const auto& f : fresh) out.reanalysed.push_back(f.rel);
+    std::sort(out.reanalysed.begin(), out.reanalysed.end());
+
+    if (s.linking == LinkingMode::precise) {
+        // A site's target may depend on any file's facts: link the whole project again,
+        // from the records just refreshed.
+        for (const auto& rel : out.removed) s.forgetFile(rel);
+        for (std::size_t i = 0; i < fresh.size(); ++i) s.indexFile(stateOf(fresh[i].rel, records[i]));
+        ScanOptions options;
+        options.root = s.root;
+        options.config = s.config;
+        options.maxConcurrentParses = s.permits;
+        try {
+            s.ir = s.scanner.scanProject(options);
+        } catch (...) {
+            // Their states are new, the graph is not: look at them again next time.
+            for (const auto& f : fresh) s.pending.insert(f.rel);
+            throw;
+        }
+        s.index = symbolNameIndex(s.ir);
+        out.relinkedFiles = s.files.size();
+        return out;
+    }
+
+    // 5. Names mode. The names whose set of symbols changed, and the files calling them.
+    std::set<std::string> touchedNames;
+    std::map<std::string, std::map<std::string, const Symbol*>> newIds;  // file -> its ids now
+    for (std::size_t i = 0; i < fresh.size(); ++i) newIds[fresh[i].rel] = symbolsById(records[i]);
+    std::set<std::string> relink;
+    bool idsChanged = false;
+    auto compareIds = [&](const std::string& rel, const std::map<std::string, const Symbol*>* now) {
+        const std::vector<std::string> before = s.idsOfFile(rel);
+        for (const auto& id : before)
+            if (!now || !now->count(id)) {
+                touchedNames.emplace(nameOf(id));
+                idsChanged = true;
+            }
+        if (now)
+            for (const auto& [id, symbol] : *now)
+                if (!std::binary_search(before.begin(), before.end(), id)) {
+                    touchedNames.emplace(nameOf(id));
+                    idsChanged = true;
+                }
+    };
+    for (const auto& [rel, ids] : newIds) compareIds(rel, &ids);
+    for (const auto& rel : out.removed) compareIds(rel, nullptr);
+    for (const auto& name : touchedNames)
+        if (auto callers = s.callersOf.find(name); callers != s.callersOf.end())
+            for (const FileState* caller : callers->second) relink.insert(caller->relPath);
+    for (const auto& rel : out.removed) relink.erase(rel);
+    for (const auto& f : fresh) relink.erase(f.rel);  // wired from their new records below
+
+    // 6. Old edges out of every file to be wired again, and out of removed files.
+    auto unlinkFile = [&](const std::string& rel) {
+        for (const auto& id : s.idsOfFile(rel)) s.unlinkOutgoing(id);
+    };
+    for (const auto& rel : relink) unlinkFile(rel);
+    for (const auto& f : fresh) unlinkFile(f.rel);
+    for (const auto& rel : out.removed) unlinkFile(rel);
+
+    // 7. The symbols: removed files' and vanished ids go, new ids come, kept ids take
+    // their new place in the file.
+    for (const auto& rel : out.removed)
+        for (const auto& id : s.idsOfFile(rel)) s.eraseSymbol(id);
+    for (const auto& [rel, ids] : newIds) {
+        for (const auto& id : s.idsOfFile(rel))
+            if (!ids.count(id)) s.eraseSymbol(id);
+        for (const auto& [id, symbol] : ids) {
+            auto [it, inserted] = s.ir.symbols.try_emplace(id);
+            if (inserted) it->second.id = id;
+            it->second.kind = symbol->kind;
+            it->second.range = symbol->range;
+        }
+    }
+    if (idsChanged) s.index = symbolNameIndex(s.ir);
+
+    // 8. The index of files, then the edges.
+    bool diagnosticsTouched = false;
+    for (const auto& rel : out.removed) {
+        diagnosticsTouched = diagnosticsTouched || !s.files.at(rel).diagnostics.empty();
+        s.forgetFile(rel);
+    }
+    for (std::size_t i = 0; i < fresh.size(); ++i) {
+        if (auto known = s.files.find(fresh[i].rel); known != s.files.end()) {
+            diagnosticsTouched = diagnosticsTouched || known->second.diagnostics != records[i].diagnostics;
+            s.forgetFile(fresh[i].rel);
+        } else {
+            diagnosticsTouched = diagnosticsTouched || !records[i].diagnostics.empty();
+        }
+        s.indexFile(stateOf(fresh[i].rel, records[i]));
+    }
+    for (std::size_t i = 0; i < fresh.size(); ++i) s.wire(records[i].calls, records[i].imports, fresh[i].rel);
+    for (const auto& rel : relink) {
+        if (auto record = s.cache.loadFile(s.root, rel, RecordFields::links)) s.wire(record->calls, record->imports, rel);
+        else s.pending.insert(rel);
+    }
+    out.relinkedFiles = relink.size() + fresh.size();
+    if (diagnosticsTouched) s.rebuildDiagnostics();
+    s.ir.lastScan = referenceSecondsNow();
+    return out;
+}
+
+}  // namespace vantrel

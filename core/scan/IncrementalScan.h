@@ -1,0 +1,61 @@
+// A scan that can be brought up to date in part. After a full scan it keeps, beside the
+// graph, each file's hash, symbol ids, diagnostics and import words, and (in the names
+// mode) which files call which names. `update` is told which paths may have changed,
+// finds out from the disk what did, and then:
+//   - re-reads and re-analyses only the changed and added files, and, when files appeared
+//     or went, the files whose imports name them (their resolution may differ now);
+//   - in the names mode re-links only the call sites whose target their names can touch:
+//     those of the re-analysed files, and those calling a name whose set of symbols
+//     changed (a call's target depends on nothing else);
+//   - in precise linking, whose targets depend on the facts of the whole project, links
+//     again through the cache, which the re-analysed files have just refreshed.
+// The graph it leaves is the one a full scan of the same files, with no cache, gives.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "core/scan/SymbolScanner.h"
+
+namespace vantrel {
+
+// What one update changed. Paths are project-relative and sorted.
+struct IncrementalChanges {
+    std::vector<std::string> changed;     // files whose bytes changed
+    std::vector<std::string> added;
+    std::vector<std::string> removed;
+    std::vector<std::string> reanalysed;  // changed, added and the files whose imports name them
+    std::size_t relinkedFiles = 0;        // files whose call sites were resolved again
+    bool fullScan = false;
+};
+
+class IncrementalScan {
+public:
+    IncrementalScan(const SymbolScanner& scanner, std::string root, VantrelConfig config,
+                    std::int64_t maxConcurrentParses);
+    ~IncrementalScan();
+    IncrementalScan(const IncrementalScan&) = delete;
+    IncrementalScan& operator=(const IncrementalScan&) = delete;
+
+    // The full scan through the cache, then every file's record read back for the index.
+    // Throws ScanError.
+    void scanAll(const ProgressCallback& progress = {}, const CancelCheck& isCancelled = {});
+    // Brings the graph up to date with whatever happened at or below `paths` (relative to
+    // the root; a folder stands for all below it). Throws ScanError when a file cannot be
+    // read or parsed, leaving the graph as it was.
+    IncrementalChanges update(const std::vector<std::string>& paths);
+
+    ProjectIR& graph();
+    const VantrelConfig& config() const;
+    // Whether a scan would enter this folder ("" the root) / take this file.
+    bool includesFolder(const std::string& relDir) const;
+    bool includesFile(const std::string& relPath) const;
+
+private:
+    struct State;
+    std::unique_ptr<State> s_;
+};
+
+}  // namespace vantrel
