@@ -2,6 +2,8 @@
 // The folder is scanned once; the graph is then kept up to date as files change, and each
 // tool call answers from the latest graph. Standard output carries protocol messages only,
 // one per line; everything else goes to standard error.
+#include <unistd.h>
+
 #include <csignal>
 #include <cstdio>
 #include <iostream>
@@ -105,6 +107,13 @@ int runMcpCommand(int argc, char** argv) {
     };
     VantrelConfig config = loadConfig();  // a bad --config is a usage error before anything starts
 
+    // Standard output belongs to the protocol: replies go to a duplicate of it, and the
+    // descriptor itself now leads to standard error, so that nothing else written there
+    // (a library, a child process) can break the stream.
+    std::FILE* protocol = nullptr;
+    if (int fd = ::dup(STDOUT_FILENO); fd >= 0) protocol = ::fdopen(fd, "w");
+    if (!protocol || ::dup2(STDERR_FILENO, STDOUT_FILENO) < 0) throw CommandError("cannot set up standard output");
+
     LiveProjectOptions options;
     options.root = root;
     options.loadConfig = loadConfig;
@@ -152,7 +161,7 @@ int runMcpCommand(int argc, char** argv) {
         if (!reply) continue;
         std::lock_guard guard(outLock);
         reply->push_back('\n');
-        if (std::fwrite(reply->data(), 1, reply->size(), stdout) != reply->size() || std::fflush(stdout) != 0) {
+        if (std::fwrite(reply->data(), 1, reply->size(), protocol) != reply->size() || std::fflush(protocol) != 0) {
             log("standard output closed; stopping");
             return kExitOk;
         }
