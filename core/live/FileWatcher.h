@@ -9,6 +9,14 @@
 // appeared, vanished or moved is named as a folder). A queue overflow reports the root
 // itself (""), meaning "look at everything". Both callbacks run on the watcher's own
 // thread, one at a time; a slow `onBatch` delays the next burst but loses nothing.
+// A burst that never goes quiet (a file rewritten many times a second) is handed over
+// anyway once it is `maxBurst` old, so steady writes cannot hold every change back.
+//
+// Files and folders with hidden names (a leading dot: editors' swap files, .git) are not
+// reported, as no scan reads them. Written over the system calls rather than taken from a
+// watch library: it has to refuse folders before watching them, report a queue overflow as
+// such, and walk with the scan's own DirectoryWalker when it polls, so both agree on what
+// belongs to the project.
 #pragma once
 
 #include <chrono>
@@ -27,6 +35,7 @@ struct FileWatcherOptions {
     std::function<bool(const std::string& relDir)> watchFolder;
     std::chrono::milliseconds quiet{300};
     std::chrono::milliseconds pollInterval{3000};
+    std::chrono::milliseconds maxBurst{2000};
     // Watches to use at most: for tests of the fallback; unset means the kernel's limit.
     std::optional<std::size_t> maxWatches;
 };
@@ -49,6 +58,11 @@ public:
     bool polling() const;
     // Folders watched by inotify right now.
     std::size_t watchedFolders() const;
+    // Whether nothing is on its way: no event waits unread in the kernel's queue, no burst
+    // is being gathered or handed over. Any thread. Once this answers true, every change
+    // made before the call has reached `onBatch` (when inotify watches it), which is how a
+    // consumer waits for the changes it made itself to arrive.
+    bool idle() const;
 
 private:
     struct Impl;

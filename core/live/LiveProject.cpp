@@ -1,6 +1,7 @@
 #include "core/live/LiveProject.h"
 
 #include <chrono>
+#include <set>
 
 #include "core/scan/IncrementalScan.h"
 #include "core/util/Paths.h"
@@ -24,16 +25,38 @@ double secondsSince(std::chrono::steady_clock::time_point start) {
 
 }  // namespace
 
+// The copies readers get. Two take turns, so that the one not handed out last can be
+// brought up to date by copying only the symbols the updates since its turn touched: a
+// whole copy costs 100 ms at 10,000 files, a save's touched symbols well under one. A
+// copy still held by a reader is never written; a new one is made instead.
+struct Published {
+    std::shared_ptr<ProjectIR> graph;
+    std::set<std::string> behind;  // ids touched since it was last brought up to date
+    bool wholeBehind = true;
+    bool diagnosticsBehind = true;
+};
+
 struct LiveProject::State {
     SymbolScanner scanner;
     LiveProjectOptions options;
     std::unique_ptr<IncrementalScan> scan;
-    mutable std::shared_ptr<const ProjectIR> shared;
     ProjectIR empty;
+    Published published[2];
+    int latest = -1;  // the copy handed out last, while it is current
+    int last = 1;     // the copy handed out last, current or not
+
+    void touched(const std::vector<std::string>& ids, bool all, bool diagnostics) {
+        for (auto& copy : published) {
+            if (all) copy.wholeBehind = true;
+            else copy.behind.insert(ids.begin(), ids.end());
+            copy.diagnosticsBehind = copy.diagnosticsBehind || diagnostics;
+        }
+        latest = -1;
+    }
 };
 
 LiveProject::LiveProject(SymbolScanner scanner, LiveProjectOptions options)
-    : state_(std::make_unique<State>(State{std::move(scanner), std::move(options), nullptr, nullptr, {}})) {}
+    : state_(std::make_unique<State>(State{std::move(scanner), std::move(options), nullptr, {}, {}, -1, 1})) {}
 
 LiveProject::~LiveProject() = default;
 
@@ -47,8 +70,27 @@ const VantrelConfig& LiveProject::config() const {
 const ProjectIR& LiveProject::graph() const { return state_->scan ? state_->scan->graph() : state_->empty; }
 
 std::shared_ptr<const ProjectIR> LiveProject::snapshot() const {
-    if (!state_->shared) state_->shared = std::make_shared<const ProjectIR>(graph());
-    return state_->shared;
+    State& s = *state_;
+    if (s.latest >= 0) return s.published[s.latest].graph;
+    const int next = 1 - s.last;
+    Published& copy = s.published[next];
+    const ProjectIR& now = graph();
+    if (copy.graph && copy.graph.use_count() == 1 && !copy.wholeBehind) {
+        for (const auto& id : copy.behind) {
+            if (auto it = now.symbols.find(id); it != now.symbols.end()) copy.graph->symbols.insert_or_assign(id, it->second);
+            else copy.graph->symbols.erase(id);
+        }
+        if (copy.diagnosticsBehind) copy.graph->diagnostics = now.diagnostics;
+        copy.graph->lastScan = now.lastScan;
+        copy.graph->projectId = now.projectId;
+    } else {
+        copy.graph = std::make_shared<ProjectIR>(now);
+    }
+    copy.behind.clear();
+    copy.wholeBehind = false;
+    copy.diagnosticsBehind = false;
+    s.latest = s.last = next;
+    return copy.graph;
 }
 
 LiveUpdate LiveProject::open() { return rescan(); }
@@ -65,7 +107,7 @@ LiveUpdate LiveProject::rescan() {
     result.graphChanged = !s.scan || next->graph().symbols != s.scan->graph().symbols ||
                           next->graph().diagnostics != s.scan->graph().diagnostics;
     s.scan = std::move(next);
-    s.shared.reset();
+    s.touched({}, true, true);
     result.seconds = secondsSince(start);
     return result;
 }
@@ -84,8 +126,8 @@ LiveUpdate LiveProject::update(const std::vector<std::string>& paths) {
     result.reanalysed = std::move(changes.reanalysed);
     result.relinkedFiles = changes.relinkedFiles;
     result.fullScan = changes.fullScan;
-    result.graphChanged = !result.reanalysed.empty() || !result.removed.empty();
-    if (result.graphChanged) state_->shared.reset();
+    result.graphChanged = changes.allTouched || changes.diagnosticsChanged || !changes.touchedIds.empty();
+    if (result.graphChanged) state_->touched(changes.touchedIds, changes.allTouched, changes.diagnosticsChanged);
     result.seconds = secondsSince(start);
     return result;
 }

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cctype>
 #include <exception>
+#include <filesystem>
 #include <map>
 #include <optional>
 #include <set>
@@ -157,6 +158,7 @@ struct IncrementalScan::State {
     // Files met by the scan without a record to index (written meanwhile, or an unwritable
     // cache): analysed at the next update.
     std::set<std::string> pending;
+    std::set<std::string> touched;  // of the update under way
 
     State(const SymbolScanner& s, std::string r, VantrelConfig c, std::int64_t p)
         : scanner(s),
@@ -223,8 +225,11 @@ struct IncrementalScan::State {
     void unlinkOutgoing(const std::string& id) {
         auto it = ir.symbols.find(id);
         if (it == ir.symbols.end()) return;
-        for (const auto& callee : it->second.refsOut)
+        if (!it->second.refsOut.empty()) touched.insert(id);
+        for (const auto& callee : it->second.refsOut) {
             if (auto target = ir.symbols.find(callee); target != ir.symbols.end()) target->second.refsIn.erase(id);
+            touched.insert(callee);
+        }
         it->second.refsOut.clear();
     }
 
@@ -232,8 +237,11 @@ struct IncrementalScan::State {
         auto it = ir.symbols.find(id);
         if (it == ir.symbols.end()) return;
         unlinkOutgoing(id);
-        for (const auto& caller : it->second.refsIn)
+        touched.insert(id);
+        for (const auto& caller : it->second.refsIn) {
             if (auto source = ir.symbols.find(caller); source != ir.symbols.end()) source->second.refsOut.erase(id);
+            touched.insert(caller);
+        }
         ir.symbols.erase(it);
     }
 
@@ -248,6 +256,8 @@ struct IncrementalScan::State {
             if (!callee || callee->id == caller->first) continue;
             caller->second.refsOut.insert(std::string(callee->id));
             callee->symbol->refsIn.insert(caller->first);
+            touched.insert(caller->first);
+            touched.emplace(callee->id);
         }
     }
 
@@ -340,12 +350,17 @@ IncrementalChanges IncrementalScan::update(const std::vector<std::string>& reque
     for (const auto& rel : candidates) {
         const bool known = s.files.count(rel) > 0;
         const std::string absolute = appendPathComponent(s.root, rel);
-        if (!s.includes(rel, true) || !pathExists(absolute) || isDirectory(absolute)) {
+        // As the walk sees entries: a link is never followed, so a dangling one is a file
+        // that cannot be read, which fails the update as it fails a scan.
+        std::error_code error;
+        const auto status = std::filesystem::symlink_status(absolute, error);
+        const bool present = !error && std::filesystem::exists(status);
+        if (!s.includes(rel, true) || !present || std::filesystem::is_directory(status)) {
             if (known) out.removed.push_back(rel);
             continue;
         }
-        std::string bytes, error;
-        if (!readWholeFileInto(absolute, bytes, &error)) throw ScanError(ScanError::Kind::readFailed, absolute, error);
+        std::string bytes, readError;
+        if (!readWholeFileInto(absolute, bytes, &readError)) throw ScanError(ScanError::Kind::readFailed, absolute, readError);
         std::string hash = sha256Hex(bytes);
         if (known && !s.pending.count(rel) && s.files.at(rel).hash == hash) continue;
         (known ? out.changed : out.added).push_back(rel);
@@ -427,10 +442,13 @@ IncrementalChanges IncrementalScan::update(const std::vector<std::string>& reque
         }
         s.index = symbolNameIndex(s.ir);
         out.relinkedFiles = s.files.size();
+        out.allTouched = true;
+        out.diagnosticsChanged = true;
         return out;
     }
 
     // 5. Names mode. The names whose set of symbols changed, and the files calling them.
+    s.touched.clear();
     std::set<std::string> touchedNames;
     std::map<std::string, std::map<std::string, const Symbol*>> newIds;  // file -> its ids now
     for (std::size_t i = 0; i < fresh.size(); ++i) newIds[fresh[i].rel] = symbolsById(records[i]);
@@ -458,6 +476,16 @@ IncrementalChanges IncrementalScan::update(const std::vector<std::string>& reque
     for (const auto& rel : out.removed) relink.erase(rel);
     for (const auto& f : fresh) relink.erase(f.rel);  // wired from their new records below
 
+    // The index's groups of those names are replaced below, once the graph has its new
+    // symbols; meanwhile their names live in `touchedNames`, and their ids are copied.
+    std::map<std::string, std::set<std::string>, std::less<>> namesIds;
+    if (idsChanged)
+        for (const auto& name : touchedNames) {
+            auto& ids = namesIds[name];
+            for (const auto& candidate : s.index.candidates(name)) ids.emplace(candidate.id);
+            s.index.lendName(name);
+        }
+
     // 6. Old edges out of every file to be wired again, and out of removed files.
     auto unlinkFile = [&](const std::string& rel) {
         for (const auto& id : s.idsOfFile(rel)) s.unlinkOutgoing(id);
@@ -476,11 +504,20 @@ IncrementalChanges IncrementalScan::update(const std::vector<std::string>& reque
         for (const auto& [id, symbol] : ids) {
             auto [it, inserted] = s.ir.symbols.try_emplace(id);
             if (inserted) it->second.id = id;
+            if (inserted || it->second.kind != symbol->kind || it->second.range != symbol->range) s.touched.insert(id);
             it->second.kind = symbol->kind;
             it->second.range = symbol->range;
         }
     }
-    if (idsChanged) s.index = symbolNameIndex(s.ir);
+    if (idsChanged) {
+        for (const auto& [rel, ids] : newIds)
+            for (const auto& [id, symbol] : ids)
+                if (auto named = namesIds.find(nameOf(id)); named != namesIds.end()) named->second.insert(id);
+        bool patched = true;
+        for (const auto& [name, ids] : namesIds)
+            if (!(patched = s.index.replaceName(name, std::vector<std::string>(ids.begin(), ids.end()), s.ir))) break;
+        if (!patched) s.index = symbolNameIndex(s.ir);
+    }
 
     // 8. The index of files, then the edges.
     bool diagnosticsTouched = false;
@@ -503,7 +540,10 @@ IncrementalChanges IncrementalScan::update(const std::vector<std::string>& reque
         else s.pending.insert(rel);
     }
     out.relinkedFiles = relink.size() + fresh.size();
+    out.touchedIds.assign(s.touched.begin(), s.touched.end());
+    s.touched.clear();
     if (diagnosticsTouched) s.rebuildDiagnostics();
+    out.diagnosticsChanged = diagnosticsTouched;
     s.ir.lastScan = referenceSecondsNow();
     return out;
 }

@@ -29,6 +29,11 @@ struct IncrementalChanges {
     std::vector<std::string> reanalysed;  // changed, added and the files whose imports name them
     std::size_t relinkedFiles = 0;        // files whose call sites were resolved again
     bool fullScan = false;
+    // The ids of the symbols that were added, removed or changed (their place or edges),
+    // sorted; or all of them, when the whole project was linked again.
+    std::vector<std::string> touchedIds;
+    bool allTouched = false;
+    bool diagnosticsChanged = false;
 };
 
 class IncrementalScan {

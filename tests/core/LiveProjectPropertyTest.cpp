@@ -174,6 +174,9 @@ void runSequence(std::uint32_t seed, LinkingMode linking, int steps) {
     options.maxConcurrentParses = 2;
     LiveProject live(SymbolScanner(SymbolScanner::defaultPlugins(), ProjectCache(support.path())), options);
     live.open();
+    // A copy a reader holds must never change under it.
+    std::shared_ptr<const ProjectIR> held;
+    ProjectIR heldAsItWas;
 
     for (int step = 0; step < steps; ++step) {
         std::vector<std::string> touched;
@@ -227,6 +230,16 @@ void runSequence(std::uint32_t seed, LinkingMode linking, int steps) {
         const ProjectIR full = fullScanWithoutCache(root, linking);
         const std::string difference = firstDifference(live.graph(), full);
         ASSERT_EQ(difference, "") << "seed " << seed << ", step " << step << ": " << what;
+        // Readers' copies, brought up to date from the symbols the update touched.
+        auto snapshot = live.snapshot();
+        ASSERT_EQ(firstDifference(*snapshot, full), "") << "snapshot, seed " << seed << ", step " << step;
+        if (held) {
+            ASSERT_EQ(firstDifference(*held, heldAsItWas), "") << "held copy changed at step " << step;
+        }
+        if (step % 5 == 0) {
+            held = snapshot;
+            heldAsItWas = *snapshot;
+        }
     }
 }
 

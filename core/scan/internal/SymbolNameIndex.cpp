@@ -115,6 +115,55 @@ const NameCandidate* SymbolNameIndex::find(std::string_view id) const {
     return at != group.end() && at->id == id ? &*at : nullptr;
 }
 
+void SymbolNameIndex::lendName(const std::string& name) {
+    if (slots_.empty()) return;
+    std::uint64_t hash = std::hash<std::string_view>{}(name);
+    std::size_t mask = slots_.size() - 1;
+    for (std::size_t slot = hash & mask; slots_[slot] != 0; slot = (slot + 1) & mask) {
+        Group& group = groups_[slots_[slot] - 1];
+        if (group.hash == hash && group.name == name) {
+            group.name = name;
+            return;
+        }
+    }
+}
+
+bool SymbolNameIndex::replaceName(std::string_view name, const std::vector<std::string>& ids, ProjectIR& ir) {
+    if (slots_.empty()) return false;
+    std::vector<NameCandidate> fresh;
+    fresh.reserve(ids.size());
+    for (const auto& id : ids) {
+        auto it = ir.symbols.find(id);
+        auto parts = idNameAndFileLength(id);
+        if (it == ir.symbols.end() || !parts || parts->first != name) continue;
+        fresh.push_back(NameCandidate{it->first, parts->second, &it->second});
+    }
+    std::uint64_t hash = std::hash<std::string_view>{}(name);
+    std::size_t mask = slots_.size() - 1;
+    std::size_t slot = hash & mask;
+    for (; slots_[slot] != 0; slot = (slot + 1) & mask) {
+        const Group& group = groups_[slots_[slot] - 1];
+        if (group.hash == hash && group.name == name) break;
+    }
+    if (slots_[slot] == 0) {
+        if (fresh.empty()) return true;
+        if ((groups_.size() + 1) * 2 > slots_.size()) return false;
+        groups_.push_back(Group{hash, {}, 0, 0});
+        slots_[slot] = static_cast<std::uint32_t>(groups_.size());
+    }
+    Group& group = groups_[slots_[slot] - 1];
+    abandoned_ += group.end - group.begin;
+    if (abandoned_ > candidates_.size() / 2 + 1024) return false;
+    sortGroup(fresh);
+    group.begin = static_cast<std::uint32_t>(candidates_.size());
+    candidates_.insert(candidates_.end(), fresh.begin(), fresh.end());
+    group.end = static_cast<std::uint32_t>(candidates_.size());
+    // Named after a key of the graph while it has candidates; an empty group keeps its
+    // slot (the probes go past it) but matches no name.
+    group.name = fresh.empty() ? std::string_view() : idNameAndFileLength(fresh.front().id)->first;
+    return true;
+}
+
 SymbolNameIndex symbolNameIndex(ProjectIR& ir) {
     SymbolNameIndex index;
     for (auto& [id, symbol] : ir.symbols) index.add(id, symbol);

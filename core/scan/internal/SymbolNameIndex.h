@@ -42,6 +42,17 @@ public:
     const NameCandidate* find(std::string_view id) const;
     std::size_t nameCount() const { return groups_.size(); }
 
+    // After the graph's symbols of some names changed (a live update), those names' groups
+    // are replaced one by one, instead of the index being made again (40 ms at 70,000
+    // symbols). First, while the graph still holds the old symbols, each such name is
+    // lent storage of the caller's that outlives the replacement, since the key the group
+    // borrowed its name from may be erased.
+    void lendName(const std::string& name);
+    // The candidates of `name` become `ids` (ids of `ir` with that name). False when the
+    // table has no room for another name or replaced candidates have piled up: the caller
+    // then makes the index again.
+    [[nodiscard]] bool replaceName(std::string_view name, const std::vector<std::string>& ids, ProjectIR& ir);
+
 private:
     struct Entry {
         std::uint64_t hash;
@@ -58,6 +69,7 @@ private:
     std::vector<NameCandidate> candidates_;
     std::vector<Group> groups_;
     std::vector<std::uint32_t> slots_;  // group index + 1; 0 is free
+    std::size_t abandoned_ = 0;         // candidates no group points at any more
 };
 
 // The index of all of a graph's symbols, finished.
