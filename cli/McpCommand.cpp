@@ -19,6 +19,7 @@
 #include "core/changes/UnifiedDiff.h"
 #include "core/config/GlobalDefaults.h"
 #include "core/live/LiveProject.h"
+#include "core/live/LiveSession.h"
 #include "core/util/FileIO.h"
 #include "core/util/Paths.h"
 #include "mcp/GraphTools.h"
@@ -30,6 +31,10 @@ const char* const kMcpUsage =
     "usage: vantrel-cli mcp DIR [--config FILE] [--cache-dir DIR] [--linking names|precise] [--base REV]";
 
 namespace {
+
+// How long a tool call waits for an update in progress before answering from the graph
+// it has.
+constexpr std::chrono::milliseconds kFreshnessWait{2000};
 
 void log(const std::string& line) {
     std::fprintf(stderr, "vantrel-cli mcp: %s\n", line.c_str());
@@ -119,31 +124,37 @@ int runMcpCommand(int argc, char** argv) {
     options.loadConfig = loadConfig;
     options.maxConcurrentParses = std::max<std::int64_t>(1, std::thread::hardware_concurrency());
     options.isCancelled = [] { return interrupted(); };
-    LiveProject project(makeScanner(cacheDir), options);
+    auto project = std::make_unique<LiveProject>(makeScanner(cacheDir), options);
     log("scanning " + root);
     try {
-        project.open();
+        project->open();
     } catch (const ScanError& e) {
         if (e.kind() == ScanError::Kind::cancelled) throw CommandError("scan cancelled", kExitCancelled);
         throw CommandError(std::string("scan failed: ") + e.what());
     }
-    log(std::to_string(project.graph().symbols.size()) + " symbols; serving on standard input and output");
+    log(std::to_string(project->graph().symbols.size()) + " symbols; serving on standard input and output");
 
-    // Until the watcher runs the project, each call first brings the graph up to date,
-    // at most once a second: a scan through the cache re-reads only what changed.
-    auto lastUpdate = std::chrono::steady_clock::now();
+    // The session's thread applies each quiet burst of saves; its handlers only log, to
+    // standard error, which stays apart from the protocol.
+    LiveSessionHandlers handlers;
+    handlers.updated = [](const LiveUpdate& update, const std::shared_ptr<const ProjectIR>& graph) {
+        char seconds[32];
+        std::snprintf(seconds, sizeof seconds, "%.3f", update.seconds);
+        log("updated: " + std::to_string(update.reanalysed.size()) + " files analysed again, " +
+            std::to_string(graph->symbols.size()) + " symbols, " + seconds + " s");
+    };
+    handlers.state = [](LiveState state, const std::string& message) {
+        if (state == LiveState::failed) log("update failed, answering from the last graph: " + message);
+    };
+    handlers.notice = [](const std::string& message) { log(message); };
+    LiveSession session(std::move(project), LiveSessionOptions{}, std::move(handlers));
+
     mcp::GraphToolsOptions tools;
-    tools.graph = [&project, &lastUpdate] {
-        auto now = std::chrono::steady_clock::now();
-        if (now - lastUpdate >= std::chrono::seconds(1)) {
-            lastUpdate = now;
-            try {
-                project.update({""});
-            } catch (const ScanError& e) {
-                log(std::string("update failed, answering from the last graph: ") + e.what());
-            }
-        }
-        return project.snapshot();
+    // A call waits briefly for saves the watcher has seen to be applied, so that an agent
+    // that edits and then asks gets the answer of its edit.
+    tools.graph = [&session] {
+        session.waitUntilIdle(kFreshnessWait);
+        return session.graph();
     };
     tools.projectRoot = root;
     tools.changes = ChangesSource(root, config, cacheDir);
