@@ -5,7 +5,9 @@
 //   - "body": a file's bytes change but not its symbols (the common save);
 //   - "new function": a function of a fresh name is added (the set of ids changes, so the
 //     name index is made again).
-// It also times the immutable copy of the graph that readers on other threads take.
+// It also times the immutable copy of the graph that readers on other threads take, and,
+// last, the whole path through a live session: a file written, the watcher's quiet period
+// (300 ms), the update and the copy handed to the session's handler.
 //
 //   vantrel_bench_live_update [--files N] [--dir DIR] [--saves N] [--linking names|precise] [--jobs N]
 #include <algorithm>
@@ -18,6 +20,10 @@
 
 #include "bench/SyntheticProject.h"
 #include "core/live/LiveProject.h"
+#include "core/live/LiveSession.h"
+
+#include <condition_variable>
+#include <mutex>
 #include "core/util/FileIO.h"
 
 using namespace vantrel;
@@ -98,7 +104,9 @@ int main(int argc, char** argv) {
         start = std::chrono::steady_clock::now();
         LiveUpdate update = live.update({rel});
         body.ms.push_back(msSince(start));
-        if (update.reanalysed.size() != 1) std::fprintf(stderr, "unexpected: %zu files analysed\n", update.reanalysed.size());
+        if (update.reanalysed.size() != 1 || update.relinkedFiles != 1)
+            std::fprintf(stderr, "unexpected: %zu files analysed, %zu linked\n", update.reanalysed.size(),
+                         update.relinkedFiles);
         start = std::chrono::steady_clock::now();
         auto snapshot = live.snapshot();
         // The first two saves make the two copies readers take in turn; from then on a copy
@@ -116,8 +124,51 @@ int main(int argc, char** argv) {
         writeFileAtomically(path, original);
         live.update({rel});
     }
+    // Through a live session: from the write to the end of its update, less the quiet period.
+    Figures session;
+    {
+        std::mutex mutex;
+        std::condition_variable arrived;
+        int updates = 0;
+        LiveSessionHandlers handlers;
+        // An update that leaves the graph as it was calls no `updated`, but every update ends
+        // in a state.
+        handlers.state = [&](LiveState state, const std::string&) {
+            if (state == LiveState::updating) return;
+            std::lock_guard lock(mutex);
+            ++updates;
+            arrived.notify_all();
+        };
+        auto watched = std::make_unique<LiveProject>(
+            SymbolScanner(SymbolScanner::defaultPlugins(), ProjectCache(cacheDir)), options);
+        watched->open();
+        LiveSession live(std::move(watched), LiveSessionOptions{}, handlers);
+        for (int round = 0; round < saves; ++round) {
+            const std::int64_t index = (files / saves) * round + 11;
+            const std::string rel = bench::syntheticRelPath(index % files, files, bench::Mix::mixed);
+            const std::string path = project + "/" + rel;
+            std::string original;
+            if (!readWholeFileInto(path, original)) continue;
+            const bool python = rel.ends_with(".py");
+            int seen = 0;
+            {
+                std::lock_guard lock(mutex);
+                seen = updates;
+            }
+            writeFileAtomically(path, original + (python ? "\n# watched\n" : "\n// watched\n"));
+            start = std::chrono::steady_clock::now();
+            std::unique_lock lock(mutex);
+            if (!arrived.wait_for(lock, std::chrono::seconds(30), [&] { return updates > seen; })) break;
+            session.ms.push_back(msSince(start) - 300.0);
+            lock.unlock();
+            writeFileAtomically(path, original);
+            live.waitUntilIdle(std::chrono::seconds(30));
+        }
+    }
+
     body.print("one-file save, body");
     added.print("one-file save, new function");
     copy.print("copy for readers");
+    session.print("session, after quiet period");
     return 0;
 }

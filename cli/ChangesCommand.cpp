@@ -1,20 +1,19 @@
 // changes: what a git change reaches. The working tree's graph comes from a scan of the
 // folder, the base graph from a scan of the folder as it stood at the base revision; the
 // changed lines of git's diff name the changed symbols, whose blast radii are joined.
+#include <algorithm>
 #include <cstdio>
 #include <limits>
+#include <thread>
 
+#include "cli/ChangesSupport.h"
 #include "cli/Commands.h"
-#include "core/changes/BaseWorkspace.h"
-#include "core/changes/ChangeReach.h"
-#include "core/changes/ChangedSymbols.h"
+#include "cli/ProgressDisplay.h"
+#include "core/cache/ProjectCache.h"
 #include "core/changes/ChangesReport.h"
 #include "core/changes/GitRepository.h"
-#include "core/changes/UnifiedDiff.h"
 #include "core/config/GlobalDefaults.h"
-#include "core/util/FileIO.h"
 #include "core/util/Paths.h"
-#include "core/util/Text.h"
 
 namespace vantrel::cli {
 
@@ -36,63 +35,64 @@ auto withGit(Work work) {
     }
 }
 
+}  // namespace
+
 std::string supportDirFor(const std::optional<std::string>& cacheDir) {
     if (cacheDir) return standardizePath(*cacheDir);
     if (auto dir = defaultApplicationSupportDirectory()) return *dir;
     throw CommandError("no place for the base tree: set HOME or XDG_DATA_HOME, or pass --cache-dir");
 }
 
-// The base tree inside the scanned folder would be scanned as part of the working tree,
-// unless a hidden folder (which scans pass over) holds it.
-void requireOutsideScan(const std::string& baseTree, const std::string& root) {
-    std::string relative = relativePath(baseTree, root);
-    if (relative.starts_with("/")) return;
-    for (auto component : splitKeepingEmpty(relative, "/"))
-        if (component.starts_with(".")) return;
-    throw CommandError("the cache folder lies inside " + root +
-                       ", where the base tree would be scanned with it; "
-                       "pass a --cache-dir outside it");
-}
-
-struct BaseGraph {
-    ProjectIR ir;
-    std::string origin;  // how it was obtained, for the summary
-};
-
-// The folder's graph at `commit`: the stored one when the same tree was scanned with the
-// same settings before, else a scan of a checkout of that tree.
-BaseGraph loadBaseGraph(const git::WorkTree& tree, const std::string& commit, const BaseWorkspace& workspace,
-                        const ScanRequest& scanTemplate) {
-    const std::string& root = scanTemplate.root;
-    auto treeId = withGit([&] { return git::subtreeId(root, commit, tree.prefix); });
-    if (!treeId) return {ProjectIR{}, "the folder did not exist then"};
-    BaseWorkspace::Lock lock(workspace);
-    std::string key = baseGraphKey(*treeId, scanTemplate.config, SymbolScanner::defaultPlugins());
-    if (auto stored = workspace.loadGraph(key)) {
-        std::string origin = "stored graph, " + std::to_string(stored->symbols.size()) + " symbols";
-        return {std::move(*stored), origin};
+std::unique_ptr<WorkingChanges> openWorkingChanges(const ScanRequest& request, const std::string& revision,
+                                                   ProgressDisplay& display) {
+    WorkingChangesOptions options;
+    options.root = request.root;
+    options.revision = revision;
+    options.config = request.config;
+    if (request.linking) options.config.linking = request.linking;  // the base graph's key names the mode
+    options.supportDir = supportDirFor(request.cacheDir);
+    options.maxConcurrentParses =
+        request.jobs > 0 ? request.jobs : std::max<std::int64_t>(1, std::thread::hardware_concurrency());
+    options.progress = [&display](const ScanProgress& p) { display.update(p); };
+    options.isCancelled = [] { return interrupted(); };
+    try {
+        return withGit([&] { return std::make_unique<WorkingChanges>(std::move(options)); });
+    } catch (const WorkingChangesError&) {
+        throw CommandError("the cache folder lies inside " + request.root +
+                           ", where the base tree would be scanned with it; "
+                           "pass a --cache-dir outside it");
     }
-    // Without its index the tree's files are of unknown origin: they must not enter the scan.
-    if (!pathExists(workspace.indexFile())) workspace.clearTree();
-    withGit([&] {
-        try {
-            git::checkoutTree(root, *treeId, workspace.indexFile(), workspace.treeDir());
-        } catch (const git::GitError&) {
-            if (interrupted()) throw;
-            // A damaged index or the lock of a killed run: start afresh, once.
-            workspace.clearTree();
-            git::checkoutTree(root, *treeId, workspace.indexFile(), workspace.treeDir());
-        }
-    });
-    ScanRequest request = scanTemplate;
-    request.root = workspace.treeDir();
-    ScanOutcome outcome = runScan(request);
-    workspace.storeGraph(key, outcome.ir);
-    std::string origin = summaryLine(outcome);
-    return {std::move(outcome.ir), origin};
 }
 
-}  // namespace
+ChangesReport computeChanges(WorkingChanges& changes, const ProjectIR& current, std::int64_t depth,
+                             ProgressDisplay& display) {
+    try {
+        display.begin();
+        ChangesReport report = withGit([&] { return changes.compute(current, depth); });
+        display.finish();
+        return report;
+    } catch (const ScanError& e) {
+        display.finish();
+        if (e.kind() == ScanError::Kind::cancelled) throw CommandError("scan cancelled", kExitCancelled);
+        throw CommandError(std::string("scan failed: ") + e.what());
+    } catch (...) {
+        display.finish();
+        throw;
+    }
+}
+
+std::string baseOrigin(const BaseGraphInfo& info, const ProjectIR& base) {
+    switch (info.origin) {
+        case BaseGraphInfo::Origin::absent:
+            return "the folder did not exist then";
+        case BaseGraphInfo::Origin::stored:
+            return "stored graph, " + std::to_string(base.symbols.size()) + " symbols";
+        case BaseGraphInfo::Origin::scanned:
+        case BaseGraphInfo::Origin::none:
+            break;
+    }
+    return summaryLine(base, info.files, info.parsed, info.fromCache, info.seconds);
+}
 
 int runChangesCommand(int argc, char** argv) {
     ParsedArgs args = parseArgs(
@@ -111,29 +111,19 @@ int runChangesCommand(int argc, char** argv) {
     request.cacheDir = args.value("--cache-dir");
     request.quiet = args.has("--quiet");
     request.linking = linkingOption(args);
-    auto tree = withGit([&] { return git::locateWorkTree(request.root); });
-    std::string commit = withGit([&] { return git::resolveCommit(request.root, revision); });
     request.config = resolveConfig(request.root, args.value("--config"));
-    if (request.linking) request.config.linking = request.linking;  // the base graph's key names the mode
-    BaseWorkspace workspace(supportDirFor(request.cacheDir), request.root);
-    requireOutsideScan(workspace.treeDir(), request.root);
+    ProgressDisplay display(progressMode(request.quiet));
+    auto changes = openWorkingChanges(request, revision, display);
 
-    auto changes = withGit([&] {
-        return changesBelowFolder(parseUnifiedDiff(git::diffAgainst(request.root, commit)),
-                                  git::untrackedFiles(request.root), tree.prefix);
-    });
     ScanOutcome current = runScan(request);
-    BaseGraph base = loadBaseGraph(tree, commit, workspace, request);
-
-    auto changed = changedSymbols(changes, current.ir, base.ir);
-    auto reached = reachOfChanges(changed, current.ir, base.ir, depth);
-    ChangesReport report = makeChangesReport(revision, commit, depth, changed, reached, current.ir, base.ir);
+    ChangesReport report = computeChanges(*changes, current.ir, depth, display);
     writeOutput(std::nullopt, format == "json"       ? renderChangesJson(report)
                               : format == "markdown" ? renderChangesMarkdown(report)
                                                      : renderChangesText(report));
     if (!request.quiet) {
         std::fprintf(stderr, "working tree: %s\nbase %s: %s\n%zu changed, %zu reached within depth %lld\n",
-                     summaryLine(current).c_str(), commit.substr(0, 12).c_str(), base.origin.c_str(),
+                     summaryLine(current).c_str(), report.baseCommit.substr(0, 12).c_str(),
+                     baseOrigin(changes->baseInfo(), changes->baseGraph()).c_str(),
                      report.changed.size(), report.reachedCount(), static_cast<long long>(depth));
     }
     if (failOver && static_cast<std::int64_t>(report.reachedCount()) > *failOver) {

@@ -119,15 +119,18 @@ std::optional<LinkingMode> linkingOption(const ParsedArgs& args) {
     return mode;
 }
 
+ProgressDisplay::Mode progressMode(bool quiet) {
+    if (quiet) return ProgressDisplay::Mode::silent;
+    return isatty(STDERR_FILENO) ? ProgressDisplay::Mode::terminal : ProgressDisplay::Mode::lines;
+}
+
 ScanOutcome runScan(const ScanRequest& given) {
     ScanRequest request = given;
     if (request.linking) request.config.linking = request.linking;
     SymbolScanner scanner = makeScanner(request.cacheDir);
     std::int64_t jobs =
         request.jobs > 0 ? request.jobs : std::max<std::int64_t>(1, std::thread::hardware_concurrency());
-    ProgressDisplay display(
-        request.quiet ? ProgressDisplay::Mode::silent
-                      : (isatty(STDERR_FILENO) ? ProgressDisplay::Mode::terminal : ProgressDisplay::Mode::lines));
+    ProgressDisplay display(progressMode(request.quiet));
     CancelCheck isCancelled = [] { return interrupted(); };
     ScanStats stats;
     auto start = std::chrono::steady_clock::now();
@@ -158,12 +161,16 @@ std::int64_t edgeCount(const ProjectIR& ir) {
 }
 
 std::string summaryLine(const ScanOutcome& outcome) {
-    char seconds[32];
-    std::snprintf(seconds, sizeof seconds, "%.2f", outcome.seconds);
-    return std::to_string(outcome.files) + " files (" + std::to_string(outcome.parsed) + " parsed, " +
-           std::to_string(outcome.fromCache) + " from cache), " + std::to_string(outcome.ir.symbols.size()) +
-           " symbols, " + std::to_string(edgeCount(outcome.ir)) + " edges, " +
-           std::to_string(outcome.ir.diagnostics.size()) + " diagnostics in " + seconds + " s";
+    return summaryLine(outcome.ir, outcome.files, outcome.parsed, outcome.fromCache, outcome.seconds);
+}
+
+std::string summaryLine(const ProjectIR& ir, std::int64_t files, std::int64_t parsed, std::int64_t fromCache,
+                        double seconds) {
+    char secondsText[32];
+    std::snprintf(secondsText, sizeof secondsText, "%.2f", seconds);
+    return std::to_string(files) + " files (" + std::to_string(parsed) + " parsed, " + std::to_string(fromCache) +
+           " from cache), " + std::to_string(ir.symbols.size()) + " symbols, " + std::to_string(edgeCount(ir)) +
+           " edges, " + std::to_string(ir.diagnostics.size()) + " diagnostics in " + secondsText + " s";
 }
 
 std::string requireFolder(const std::string& path) {

@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "cli/ProgressDisplay.h"
 #include "core/config/VantrelConfig.h"
 #include "core/model/ProjectIR.h"
 #include "core/scan/SymbolScanner.h"
@@ -81,12 +82,18 @@ struct ScanOutcome {
     double seconds = 0;
 };
 
+// How scan progress shows on standard error: nothing when quiet, a live bar on a
+// terminal, a line per phase otherwise.
+ProgressDisplay::Mode progressMode(bool quiet);
+
 // Scans with the progress display on standard error; throws CommandError (exit 1 with
 // the file and cause, or 130 when interrupted).
 ScanOutcome runScan(const ScanRequest& request);
 
 std::int64_t edgeCount(const ProjectIR& ir);
 std::string summaryLine(const ScanOutcome& outcome);
+std::string summaryLine(const ProjectIR& ir, std::int64_t files, std::int64_t parsed, std::int64_t fromCache,
+                        double seconds);
 
 // A folder is scanned; anything else is read as a ProjectIR JSON file.
 ProjectIR loadGraph(const std::string& pathOrDir, const ScanRequest& scanTemplate);

@@ -16,6 +16,8 @@ extern const char* const kExportUsage;
 int runExportCommand(int argc, char** argv);
 extern const char* const kChangesUsage;
 int runChangesCommand(int argc, char** argv);
+extern const char* const kWatchUsage;
+int runWatchCommand(int argc, char** argv);
 extern const char* const kMcpUsage;
 int runMcpCommand(int argc, char** argv);
 

@@ -18,7 +18,8 @@ struct Command {
 const Command kCommands[] = {
     {"scan", &kScanUsage, runScanCommand},          {"impact", &kImpactUsage, runImpactCommand},
     {"diff", &kDiffUsage, runDiffCommand},          {"export", &kExportUsage, runExportCommand},
-    {"changes", &kChangesUsage, runChangesCommand},  {"mcp", &kMcpUsage, runMcpCommand},
+    {"changes", &kChangesUsage, runChangesCommand}, {"watch", &kWatchUsage, runWatchCommand},
+    {"mcp", &kMcpUsage, runMcpCommand},
 };
 
 void printHelp(std::FILE* out) {
@@ -29,7 +30,7 @@ void printHelp(std::FILE* out) {
     for (const auto& command : kCommands) std::fprintf(out, "  %s\n", *command.usage + std::strlen("usage: "));
     std::fprintf(out,
                  "\nExit codes: 0 success, 1 failure, 2 usage error, 3 over the --fail-over gate of changes,\n"
-                 "130 interrupted.\n");
+                 "130 interrupted (the way watch ends).\n");
 }
 
 }  // namespace

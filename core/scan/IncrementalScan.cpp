@@ -16,6 +16,8 @@
 #include "core/scan/FileAnalysis.h"
 #include "core/scan/internal/GraphBuilder.h"
 #include "core/scan/internal/Linker.h"
+#include "core/scan/internal/PreciseLinker.h"
+#include "core/scan/internal/ProjectFacts.h"
 #include "core/scan/internal/SymbolNameIndex.h"
 #include "core/util/FileIO.h"
 #include "core/util/ParallelFor.h"
@@ -35,6 +37,8 @@ struct FileState {
     std::vector<ResolutionDiagnostic> diagnostics;  // in the record's order
     std::vector<std::string> callees;               // names mode: the names it calls, sorted
     std::vector<std::string> words;                 // of its imports, sorted: see importWords
+    std::string factsKey;                           // precise linking: the hash of its facts
+    detail::FileSites sites;                        // precise linking: its call sites, compactly
 };
 
 void addWords(std::string_view text, std::vector<std::string>& out) {
@@ -117,7 +121,18 @@ std::map<std::string, const Symbol*> symbolsById(const CachedFileResult& record)
     return byId;
 }
 
-FileState stateOf(const std::string& relPath, const CachedFileResult& record) {
+// The SHA-256 of a record's facts in the cache's encoding, read back once: the facts of a
+// record read from the cache and of a fresh analysis are then compared alike.
+std::string factsKeyOf(CachedFileResult& record) {
+    CachedFileResult factsOnly;
+    std::swap(factsOnly.facts, record.facts);
+    std::string encoded = encodeFileRecord(factsOnly);
+    std::swap(factsOnly.facts, record.facts);
+    if (auto decoded = decodeFileRecord(encoded)) encoded = encodeFileRecord(*decoded);
+    return sha256Hex(encoded);
+}
+
+FileState stateOf(const std::string& relPath, CachedFileResult& record) {
     FileState state;
     state.relPath = relPath;
     state.hash = record.fileHash;
@@ -126,6 +141,7 @@ FileState stateOf(const std::string& relPath, const CachedFileResult& record) {
     for (const auto& call : record.calls) state.callees.push_back(call.calleeName);
     sortUnique(state.callees);
     state.words = importWords(record);
+    if (!record.facts.empty()) state.factsKey = factsKeyOf(record);
     return state;
 }
 
@@ -159,6 +175,13 @@ struct IncrementalScan::State {
     // cache): analysed at the next update.
     std::set<std::string> pending;
     std::set<std::string> touched;  // of the update under way
+    // Precise linking: every file's facts and the linker over them, kept for saves that
+    // leave all facts and ids as they were; made again (from the records) after a save
+    // that changed them.
+    std::unique_ptr<detail::ProjectFacts> facts;
+    std::unique_ptr<detail::PreciseLinker> linker;
+    detail::SiteWriter siteWriter;  // the sites of files analysed by updates
+    std::string siteScratch;
 
     State(const SymbolScanner& s, std::string r, VantrelConfig c, std::int64_t p)
         : scanner(s),
@@ -261,6 +284,38 @@ struct IncrementalScan::State {
         }
     }
 
+    // The facts of every file, and the linker over them.
+    void makeLinker(std::vector<std::unique_ptr<detail::FileEntry>>& entries) {
+        facts = std::make_unique<detail::ProjectFacts>();
+        for (auto& entry : entries)
+            if (entry) facts->add(std::move(entry));
+        facts->finish();
+        linker = std::make_unique<detail::PreciseLinker>(*facts, index);
+    }
+
+    // A file's sites wired as the precise link walk wires them.
+    void wireSites(const detail::FileSites& compact, const std::string& relPath) {
+        const detail::FileEntry* file = linker->file(relPath);
+        if (!file) return;
+        SymbolMap::iterator caller = ir.symbols.end();
+        detail::ClassRef self;
+        compact.forEach(
+            relPath,
+            [&](std::string_view callerId, std::string_view klass) {
+                caller = ir.symbols.find(callerId);
+                self = detail::PreciseLinker::enclosingClass(*file, klass);
+            },
+            [&](CallForm form, std::string_view callee) {
+                if (caller == ir.symbols.end()) return;
+                const NameCandidate* target = linker->resolve(form, callee, *file, self);
+                if (!target || target->id == caller->first) return;
+                caller->second.refsOut.insert(std::string(target->id));
+                target->symbol->refsIn.insert(caller->first);
+                touched.insert(caller->first);
+                touched.emplace(target->id);
+            });
+    }
+
     void rebuildDiagnostics() {
         std::vector<ResolutionDiagnostic> all;
         for (const auto& [path, state] : files) all.insert(all.end(), state.diagnostics.begin(), state.diagnostics.end());
@@ -294,8 +349,18 @@ void IncrementalScan::scanAll(const ProgressCallback& progress, const CancelChec
     // Every file's record, read back in parallel into its place.
     const std::vector<std::string> paths = listSourceFiles(s.root, s.config, s.scanner.plugins(), isCancelled);
     std::vector<std::optional<FileState>> states(paths.size());
-    parallelFor(s.pool, paths.size(), s.pool.threadCount() + 1, [&](std::size_t i, std::size_t) {
-        if (auto record = s.cache.loadFile(s.root, paths[i], RecordFields::all)) states[i] = stateOf(paths[i], *record);
+    std::vector<std::unique_ptr<detail::FileEntry>> entries(paths.size());
+    const bool precise = s.linking == LinkingMode::precise;
+    const std::size_t lanes = s.pool.threadCount() + 1;
+    std::vector<detail::SiteWriter> writers(lanes);
+    std::vector<std::string> scratch(lanes);
+    parallelFor(s.pool, paths.size(), lanes, [&](std::size_t i, std::size_t lane) {
+        if (auto record = s.cache.loadFile(s.root, paths[i], RecordFields::all)) {
+            states[i] = stateOf(paths[i], *record);
+            if (!precise) return;
+            entries[i] = detail::FileEntry::make(paths[i], record->facts);
+            states[i]->sites = detail::FileSites(record->sites, paths[i], scratch[lane], writers[lane]);
+        }
     });
     s.files.clear();
     s.callersOf.clear();
@@ -305,6 +370,9 @@ void IncrementalScan::scanAll(const ProgressCallback& progress, const CancelChec
         else s.pending.insert(paths[i]);
     }
     s.index = symbolNameIndex(s.ir);
+    s.linker.reset();
+    s.facts.reset();
+    if (precise) s.makeLinker(entries);
 }
 
 IncrementalChanges IncrementalScan::update(const std::vector<std::string>& requested) {
@@ -425,25 +493,88 @@ IncrementalChanges IncrementalScan::update(const std::vector<std::string>& reque
     std::sort(out.reanalysed.begin(), out.reanalysed.end());
 
     if (s.linking == LinkingMode::precise) {
-        // A site's target may depend on any file's facts: link the whole project again,
-        // from the records just refreshed.
-        for (const auto& rel : out.removed) s.forgetFile(rel);
-        for (std::size_t i = 0; i < fresh.size(); ++i) s.indexFile(stateOf(fresh[i].rel, records[i]));
-        ScanOptions options;
-        options.root = s.root;
-        options.config = s.config;
-        options.maxConcurrentParses = s.permits;
-        try {
-            s.ir = s.scanner.scanProject(options);
-        } catch (...) {
-            // Their states are new, the graph is not: look at them again next time.
-            for (const auto& f : fresh) s.pending.insert(f.rel);
-            throw;
+        // A site's target depends on the facts of the whole project and on its ids. When a
+        // save left both as they were (the common save: a body changed), only the saved
+        // files' own sites can link otherwise.
+        std::vector<FileState> states;
+        for (std::size_t i = 0; i < fresh.size(); ++i) states.push_back(stateOf(fresh[i].rel, records[i]));
+        bool same = out.added.empty() && out.removed.empty();
+        for (std::size_t i = 0; same && i < fresh.size(); ++i) {
+            const FileState& before = s.files.at(fresh[i].rel);
+            same = before.factsKey == states[i].factsKey && before.ids == states[i].ids;
+
         }
-        s.index = symbolNameIndex(s.ir);
-        out.relinkedFiles = s.files.size();
-        out.allTouched = true;
-        out.diagnosticsChanged = true;
+        for (std::size_t i = 0; i < fresh.size(); ++i)
+            states[i].sites = detail::FileSites(records[i].sites, fresh[i].rel, s.siteScratch, s.siteWriter);
+        bool diagnosticsTouched = !out.removed.empty();
+        for (std::size_t i = 0; i < fresh.size(); ++i) {
+            auto known = s.files.find(fresh[i].rel);
+            diagnosticsTouched = diagnosticsTouched ||
+                                 (known == s.files.end() ? !states[i].diagnostics.empty()
+                                                         : known->second.diagnostics != states[i].diagnostics);
+        }
+        s.touched.clear();
+        if (same) {
+            for (std::size_t i = 0; i < fresh.size(); ++i) {
+                for (const auto& id : states[i].ids) s.unlinkOutgoing(id);
+                for (const auto& [id, symbol] : symbolsById(records[i])) {
+                    Symbol& kept = s.ir.symbols.at(id);
+                    if (kept.range != symbol->range) s.touched.insert(id);
+                    kept.range = symbol->range;
+                }
+                s.forgetFile(fresh[i].rel);
+                s.indexFile(std::move(states[i]));
+            }
+            for (const auto& f : fresh) s.wireSites(s.files.at(f.rel).sites, f.rel);
+            out.relinkedFiles = fresh.size();
+            out.touchedIds.assign(s.touched.begin(), s.touched.end());
+        } else {
+            // Otherwise the facts are indexed again, with the saved files' new ones, and every
+            // file's sites (kept compactly in memory) are linked again.
+            for (const auto& rel : out.removed)
+                for (const auto& id : s.idsOfFile(rel)) s.ir.symbols.erase(id);
+            for (std::size_t i = 0; i < fresh.size(); ++i) {
+                auto ids = symbolsById(records[i]);
+                for (const auto& id : s.idsOfFile(fresh[i].rel))
+                    if (!ids.count(id)) s.ir.symbols.erase(id);
+                for (const auto& [id, symbol] : ids) {
+                    auto [it, inserted] = s.ir.symbols.try_emplace(id);
+                    if (inserted) it->second.id = id;
+                    it->second.kind = symbol->kind;
+                    it->second.range = symbol->range;
+                }
+            }
+            std::map<std::string, std::unique_ptr<detail::FileEntry>> entries;
+            for (auto& entry : s.facts->release()) {
+                std::string path(entry->path);
+                entries.emplace(std::move(path), std::move(entry));
+            }
+            for (const auto& rel : out.removed) {
+                entries.erase(rel);
+                s.forgetFile(rel);
+            }
+            for (std::size_t i = 0; i < fresh.size(); ++i) {
+                entries[fresh[i].rel] = detail::FileEntry::make(fresh[i].rel, records[i].facts);
+                s.forgetFile(fresh[i].rel);
+                s.indexFile(std::move(states[i]));
+            }
+            s.linker.reset();
+            std::vector<std::unique_ptr<detail::FileEntry>> all;
+            for (auto& [path, entry] : entries) all.push_back(std::move(entry));
+            s.index = symbolNameIndex(s.ir);
+            s.makeLinker(all);
+            for (auto& [id, symbol] : s.ir.symbols) {
+                symbol.refsIn.clear();
+                symbol.refsOut.clear();
+            }
+            for (const auto& [rel, state] : s.files) s.wireSites(state.sites, rel);
+            out.relinkedFiles = s.files.size();
+            out.allTouched = true;
+        }
+        if (diagnosticsTouched) s.rebuildDiagnostics();
+        out.diagnosticsChanged = diagnosticsTouched;
+        s.touched.clear();
+        s.ir.lastScan = referenceSecondsNow();
         return out;
     }
 

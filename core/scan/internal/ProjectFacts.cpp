@@ -224,6 +224,15 @@ const BindingRef* FileEntry::exported(std::string_view name) const { return find
 
 void ProjectFacts::add(std::unique_ptr<FileEntry> file) { files_.push_back(std::move(file)); }
 
+std::vector<std::unique_ptr<FileEntry>> ProjectFacts::release() {
+    for (int python = 0; python < 2; ++python) {
+        classesByName_[python].clear();
+        classesByFoldedName_[python].clear();
+        declarers_[python].clear();
+    }
+    return std::move(files_);
+}
+
 void ProjectFacts::finish() {
     // Path order, so that every list built below is in an order of its own.
     std::sort(files_.begin(), files_.end(), [](const auto& a, const auto& b) { return a->path < b->path; });

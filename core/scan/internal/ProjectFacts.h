@@ -181,8 +181,11 @@ class ProjectFacts {
 public:
     // The facts of one file; one caller at a time, before `finish`.
     void add(std::unique_ptr<FileEntry> file);
-    // Indexes what was added; once.
+    // Indexes what was added; once, unless `release` gives the files back first.
     void finish();
+    // The files, handed back for a new round of `add` and `finish` (a live update that
+    // replaced some of them); the facts are empty afterwards.
+    [[nodiscard]] std::vector<std::unique_ptr<FileEntry>> release();
     // Resolves every base expression of every class once, with `resolve(file, expression)`.
     template <typename Resolve>
     void resolveBases(Resolve&& resolve) {
