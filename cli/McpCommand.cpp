@@ -10,18 +10,11 @@
 #include <mutex>
 #include <thread>
 
+#include "cli/ChangesSupport.h"
 #include "cli/Commands.h"
-#include "core/cache/ProjectCache.h"
-#include "core/changes/BaseWorkspace.h"
-#include "core/changes/ChangeReach.h"
-#include "core/changes/ChangedSymbols.h"
-#include "core/changes/GitRepository.h"
-#include "core/changes/UnifiedDiff.h"
-#include "core/config/GlobalDefaults.h"
+#include "cli/ProgressDisplay.h"
 #include "core/live/LiveProject.h"
 #include "core/live/LiveSession.h"
-#include "core/util/FileIO.h"
-#include "core/util/Paths.h"
 #include "mcp/GraphTools.h"
 #include "mcp/McpServer.h"
 
@@ -41,59 +34,36 @@ void log(const std::string& line) {
     std::fflush(stderr);
 }
 
-// The working tree's changes against a revision, asked afresh at every call: git's diff
-// of the moment, the base graph from the workspace that `changes` keeps (scanned once per
-// base tree and stored).
+// The working tree's changes against a revision, through the WorkingChanges that
+// `changes` and `watch` use: git's diff at every call, the base graph kept while the
+// revision names the same tree. One revision at a time; another replaces it.
 class ChangesSource {
 public:
-    ChangesSource(std::string root, VantrelConfig config, std::optional<std::string> cacheDir)
-        : root_(std::move(root)), config_(std::move(config)), cacheDir_(std::move(cacheDir)) {}
+    explicit ChangesSource(ScanRequest request) : state_(std::make_shared<State>(std::move(request))) {}
 
     ChangesReport operator()(const ProjectIR& current, const std::string& revision, std::int64_t depth) {
+        State& s = *state_;
         try {
-            auto tree = git::locateWorkTree(root_);
-            std::string commit = git::resolveCommit(root_, revision);
-            auto changes = changesBelowFolder(parseUnifiedDiff(git::diffAgainst(root_, commit)),
-                                              git::untrackedFiles(root_), tree.prefix);
-            ProjectIR base = baseGraph(tree, commit);
-            auto changed = changedSymbols(changes, current, base);
-            auto reached = reachOfChanges(changed, current, base, depth);
-            return makeChangesReport(revision, commit, depth, changed, reached, current, base);
-        } catch (const git::GitError& e) {
+            if (!s.changes || s.revision != revision) {
+                s.changes.reset();
+                s.changes = openWorkingChanges(s.request, revision, s.display);
+                s.revision = revision;
+            }
+            return computeChanges(*s.changes, current, depth, s.display);
+        } catch (const CommandError& e) {
             throw mcp::ToolFailure(e.what());
-        } catch (const ScanError& e) {
-            throw mcp::ToolFailure(std::string("the base tree's scan failed: ") + e.what());
         }
     }
 
 private:
-    std::string supportDir() const {
-        if (cacheDir_) return standardizePath(*cacheDir_);
-        if (auto dir = defaultApplicationSupportDirectory()) return *dir;
-        throw mcp::ToolFailure("no place for the base tree: set HOME or XDG_DATA_HOME, or start with --cache-dir");
-    }
-
-    ProjectIR baseGraph(const git::WorkTree& tree, const std::string& commit) {
-        auto treeId = git::subtreeId(root_, commit, tree.prefix);
-        if (!treeId) return {};
-        BaseWorkspace workspace(supportDir(), root_);
-        BaseWorkspace::Lock lock(workspace);
-        std::string key = baseGraphKey(*treeId, config_, SymbolScanner::defaultPlugins());
-        if (auto stored = workspace.loadGraph(key)) return std::move(*stored);
-        if (!pathExists(workspace.indexFile())) workspace.clearTree();
-        git::checkoutTree(root_, *treeId, workspace.indexFile(), workspace.treeDir());
-        ScanOptions scan;
-        scan.root = workspace.treeDir();
-        scan.config = config_;
-        scan.maxConcurrentParses = std::max<std::int64_t>(1, std::thread::hardware_concurrency());
-        ProjectIR base = makeScanner(cacheDir_).scanProject(scan);
-        workspace.storeGraph(key, base);
-        return base;
-    }
-
-    std::string root_;
-    VantrelConfig config_;
-    std::optional<std::string> cacheDir_;
+    struct State {
+        explicit State(ScanRequest r) : request(std::move(r)) {}
+        ScanRequest request;
+        ProgressDisplay display{ProgressDisplay::Mode::silent};  // nothing may reach standard output
+        std::unique_ptr<WorkingChanges> changes;
+        std::string revision;
+    };
+    std::shared_ptr<State> state_;  // the provider is copied; the base graph is not
 };
 
 }  // namespace
@@ -157,7 +127,13 @@ int runMcpCommand(int argc, char** argv) {
         return session.graph();
     };
     tools.projectRoot = root;
-    tools.changes = ChangesSource(root, config, cacheDir);
+    ScanRequest changesRequest;
+    changesRequest.root = root;
+    changesRequest.config = config;
+    changesRequest.cacheDir = cacheDir;
+    changesRequest.quiet = true;
+    changesRequest.linking = linking;
+    tools.changes = ChangesSource(std::move(changesRequest));
     tools.defaultBase = args.value("--base").value_or("HEAD");
 
     mcp::McpServer server({"vantrel", VANTREL_VERSION, mcp::graphToolsInstructions()},
