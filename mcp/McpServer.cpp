@@ -52,7 +52,8 @@ std::optional<std::string> McpServer::handle(std::string_view line) {
                                    "Invalid request: needs \"jsonrpc\": \"2.0\", a method name and a string or "
                                    "integer id"));
     }
-    const json params = message.value("params", json::object());
+    json params = message.value("params", json::object());
+    if (params.is_null()) params = json::object();  // some clients send null for "no params"
     if (!params.is_object() && !params.is_array()) {
         if (!hasId) return std::nullopt;
         return dumpLine(errorReply(id, kInvalidParams, "Invalid params: not an object"));

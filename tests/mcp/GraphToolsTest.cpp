@@ -270,6 +270,8 @@ TEST_F(GraphToolsTest, ProtocolErrorsAndNotifications) {
     // Requests before initialize are answered.
     EXPECT_FALSE(mcp().initialized());
     EXPECT_TRUE(send(R"({"jsonrpc":"2.0","id":7,"method":"tools/list"})").contains("result"));
+    EXPECT_TRUE(send(R"({"jsonrpc":"2.0","id":8,"method":"ping","params":null})").contains("result"));
+    EXPECT_EQ(code(R"({"jsonrpc":"2.0","id":10,"method":"ping","params":"x"})"), kInvalidParams);
 }
 
 }  // namespace
