@@ -52,6 +52,7 @@ int main(int argc, char** argv) {
     std::string dir;
     int saves = 15;
     int jobs = 2;
+    bool bodyOnly = false;  // only the saves that keep the symbols (for profiling them)
     LinkingMode linking = LinkingMode::names;
     for (int i = 1; i < argc; ++i) {
         std::string arg = argv[i];
@@ -60,10 +61,11 @@ int main(int argc, char** argv) {
         else if (arg == "--dir") dir = next();
         else if (arg == "--saves") saves = std::stoi(next());
         else if (arg == "--jobs") jobs = std::stoi(next());
+        else if (arg == "--body-only") bodyOnly = true;
         else if (arg == "--linking") linking = next() == "precise" ? LinkingMode::precise : LinkingMode::names;
         else {
             std::fprintf(stderr, "usage: vantrel_bench_live_update [--files N] [--dir DIR] [--saves N] "
-                                 "[--linking names|precise] [--jobs N]\n");
+                                 "[--linking names|precise] [--jobs N] [--body-only]\n");
             return 2;
         }
     }
@@ -113,6 +115,11 @@ int main(int argc, char** argv) {
         // is brought up to date by the symbols the saves touched, the steady state.
         if (round >= 2) copy.ms.push_back(msSince(start));
 
+        if (bodyOnly) {
+            writeFileAtomically(path, original);
+            live.update({rel});
+            continue;
+        }
         // A new function of a fresh name.
         const std::string name = "live_saved_" + std::to_string(round);
         writeFileAtomically(path, original + (python ? "\ndef " + name + "():\n    return 1\n"
