@@ -5,7 +5,9 @@
 //   - "body": a file's bytes change but not its symbols (the common save);
 //   - "new function": a function of a fresh name is added (the set of ids changes, so the
 //     name index is made again).
-// It also times the immutable copy of the graph that readers on other threads take.
+// It also times the immutable copy of the graph that readers on other threads take, and,
+// last, the whole path through a live session: a file written, the watcher's quiet period
+// (300 ms), the update and the copy handed to the session's handler.
 //
 //   vantrel_bench_live_update [--files N] [--dir DIR] [--saves N] [--linking names|precise] [--jobs N]
 #include <algorithm>
@@ -18,6 +20,10 @@
 
 #include "bench/SyntheticProject.h"
 #include "core/live/LiveProject.h"
+#include "core/live/LiveSession.h"
+
+#include <condition_variable>
+#include <mutex>
 #include "core/util/FileIO.h"
 
 using namespace vantrel;
@@ -46,6 +52,7 @@ int main(int argc, char** argv) {
     std::string dir;
     int saves = 15;
     int jobs = 2;
+    bool bodyOnly = false;  // only the saves that keep the symbols (for profiling them)
     LinkingMode linking = LinkingMode::names;
     for (int i = 1; i < argc; ++i) {
         std::string arg = argv[i];
@@ -54,10 +61,11 @@ int main(int argc, char** argv) {
         else if (arg == "--dir") dir = next();
         else if (arg == "--saves") saves = std::stoi(next());
         else if (arg == "--jobs") jobs = std::stoi(next());
+        else if (arg == "--body-only") bodyOnly = true;
         else if (arg == "--linking") linking = next() == "precise" ? LinkingMode::precise : LinkingMode::names;
         else {
             std::fprintf(stderr, "usage: vantrel_bench_live_update [--files N] [--dir DIR] [--saves N] "
-                                 "[--linking names|precise] [--jobs N]\n");
+                                 "[--linking names|precise] [--jobs N] [--body-only]\n");
             return 2;
         }
     }
@@ -107,6 +115,11 @@ int main(int argc, char** argv) {
         // is brought up to date by the symbols the saves touched, the steady state.
         if (round >= 2) copy.ms.push_back(msSince(start));
 
+        if (bodyOnly) {
+            writeFileAtomically(path, original);
+            live.update({rel});
+            continue;
+        }
         // A new function of a fresh name.
         const std::string name = "live_saved_" + std::to_string(round);
         writeFileAtomically(path, original + (python ? "\ndef " + name + "():\n    return 1\n"
@@ -118,8 +131,51 @@ int main(int argc, char** argv) {
         writeFileAtomically(path, original);
         live.update({rel});
     }
+    // Through a live session: from the write to the end of its update, less the quiet period.
+    Figures session;
+    {
+        std::mutex mutex;
+        std::condition_variable arrived;
+        int updates = 0;
+        LiveSessionHandlers handlers;
+        // An update that leaves the graph as it was calls no `updated`, but every update ends
+        // in a state.
+        handlers.state = [&](LiveState state, const std::string&) {
+            if (state == LiveState::updating) return;
+            std::lock_guard lock(mutex);
+            ++updates;
+            arrived.notify_all();
+        };
+        auto watched = std::make_unique<LiveProject>(
+            SymbolScanner(SymbolScanner::defaultPlugins(), ProjectCache(cacheDir)), options);
+        watched->open();
+        LiveSession live(std::move(watched), LiveSessionOptions{}, handlers);
+        for (int round = 0; round < saves; ++round) {
+            const std::int64_t index = (files / saves) * round + 11;
+            const std::string rel = bench::syntheticRelPath(index % files, files, bench::Mix::mixed);
+            const std::string path = project + "/" + rel;
+            std::string original;
+            if (!readWholeFileInto(path, original)) continue;
+            const bool python = rel.ends_with(".py");
+            int seen = 0;
+            {
+                std::lock_guard lock(mutex);
+                seen = updates;
+            }
+            writeFileAtomically(path, original + (python ? "\n# watched\n" : "\n// watched\n"));
+            start = std::chrono::steady_clock::now();
+            std::unique_lock lock(mutex);
+            if (!arrived.wait_for(lock, std::chrono::seconds(30), [&] { return updates > seen; })) break;
+            session.ms.push_back(msSince(start) - 300.0);
+            lock.unlock();
+            writeFileAtomically(path, original);
+            live.waitUntilIdle(std::chrono::seconds(30));
+        }
+    }
+
     body.print("one-file save, body");
     added.print("one-file save, new function");
     copy.print("copy for readers");
+    session.print("session, after quiet period");
     return 0;
 }

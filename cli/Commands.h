@@ -18,5 +18,7 @@ extern const char* const kChangesUsage;
 int runChangesCommand(int argc, char** argv);
 extern const char* const kWatchUsage;
 int runWatchCommand(int argc, char** argv);
+extern const char* const kMcpUsage;
+int runMcpCommand(int argc, char** argv);
 
 }  // namespace vantrel::cli

@@ -19,6 +19,7 @@ const Command kCommands[] = {
     {"scan", &kScanUsage, runScanCommand},          {"impact", &kImpactUsage, runImpactCommand},
     {"diff", &kDiffUsage, runDiffCommand},          {"export", &kExportUsage, runExportCommand},
     {"changes", &kChangesUsage, runChangesCommand}, {"watch", &kWatchUsage, runWatchCommand},
+    {"mcp", &kMcpUsage, runMcpCommand},
 };
 
 void printHelp(std::FILE* out) {

@@ -110,7 +110,9 @@ struct FileWatcher::Impl {
             limitReached = true;
             return AddResult::limitReached;
         }
-        int wd = ::inotify_add_watch(inotifyFd, absolute(rel).c_str(), kWatchMask);
+        // The root is followed when it is a link, as a scan opens it; links below it never are.
+        const std::uint32_t mask = rel.empty() ? (kWatchMask & ~std::uint32_t{IN_DONT_FOLLOW}) : kWatchMask;
+        int wd = ::inotify_add_watch(inotifyFd, absolute(rel).c_str(), mask);
         if (wd < 0) {
             if (errno == ENOSPC) {
                 limitReached = true;

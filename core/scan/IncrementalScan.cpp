@@ -175,6 +175,7 @@ struct IncrementalScan::State {
     // cache): analysed at the next update.
     std::set<std::string> pending;
     std::set<std::string> touched;  // of the update under way
+    bool trackTouched = true;       // off while every edge is made again
     // Precise linking: every file's facts and the linker over them, kept for saves that
     // leave all facts and ids as they were; made again (from the records) after a save
     // that changed them.
@@ -311,6 +312,7 @@ struct IncrementalScan::State {
                 if (!target || target->id == caller->first) return;
                 caller->second.refsOut.insert(std::string(target->id));
                 target->symbol->refsIn.insert(caller->first);
+                if (!trackTouched) return;
                 touched.insert(caller->first);
                 touched.emplace(target->id);
             });
@@ -567,7 +569,9 @@ IncrementalChanges IncrementalScan::update(const std::vector<std::string>& reque
                 symbol.refsIn.clear();
                 symbol.refsOut.clear();
             }
+            s.trackTouched = false;
             for (const auto& [rel, state] : s.files) s.wireSites(state.sites, rel);
+            s.trackTouched = true;
             out.relinkedFiles = s.files.size();
             out.allTouched = true;
         }

@@ -319,6 +319,18 @@ TEST_F(FileWatcherTest, DestructorStopsPromptlyAndDropsAnUnfinishedBurst) {
     EXPECT_TRUE(recorder.batches().empty());
 }
 
+// A project opened through a link to its folder (a home folder's shortcut to a disk):
+// the root is followed, as the scan follows it, and the paths stay relative to it.
+TEST_F(FileWatcherTest, ARootGivenThroughALinkIsWatched) {
+    dir.symlink(root, "shortcut");
+    auto o = options();
+    o.root = dir / "shortcut";
+    auto watcher = start(std::move(o));
+    append("src/util.js", "// saved\n");
+    append("lib/deep/helpers.js", "// saved\n");
+    EXPECT_TRUE(recorder.waitForPaths({"src/util.js", "lib/deep/helpers.js"}));
+}
+
 TEST(FileWatcherRoot, ThrowsWhenTheRootIsNotAFolder) {
     TempDir dir;
     std::string file = dir.write("plain.txt", "x");
