@@ -1,6 +1,8 @@
 #include "app/state/PreferencesManager.h"
 
 #include <algorithm>
+#include <memory>
+#include <optional>
 
 #include "app/state/Preferences.h"
 #include "core/config/GlobalDefaults.h"
@@ -48,6 +50,18 @@ VantrelConfig PreferencesManager::globalConfig() {
 
 VantrelConfig PreferencesManager::mergedConfig(const QString& projectRoot) {
     return mergeConfig(globalConfig(), VantrelConfig::loadIfPresent(projectRoot.toStdString()));
+}
+
+std::function<VantrelConfig()> PreferencesManager::liveConfigLoader(const QString& projectRoot, VantrelConfig current) {
+    auto first = std::make_shared<std::optional<VantrelConfig>>(std::move(current));
+    return [first, global = globalConfig(), root = projectRoot.toStdString()] {
+        if (*first) {
+            VantrelConfig config = std::move(**first);
+            first->reset();
+            return config;
+        }
+        return mergeConfig(global, VantrelConfig::loadIfPresent(root));
+    };
 }
 
 bool PreferencesManager::wantsOnboardingAtLaunch() {

@@ -2,6 +2,8 @@
 // project's own configuration file. Stateless: every call reads the preferences anew.
 #pragma once
 
+#include <functional>
+
 #include <QString>
 #include <cstdint>
 #include <optional>
@@ -34,6 +36,11 @@ struct PreferencesManager {
 
     // The project's file laid over globalConfig() by the same merge the headless tool uses.
     static VantrelConfig mergedConfig(const QString& projectRoot);
+
+    // What a live project scans with: `current` first, then, each time a settings file
+    // changed, the project's file read again over the global settings of now. Called on
+    // the main thread; the loader may run on any thread, since it reads no preferences.
+    static std::function<VantrelConfig()> liveConfigLoader(const QString& projectRoot, VantrelConfig current);
 
     // Whether first launch should show the sample project: onboarding not completed and
     // `showOnboardingOnLaunch` not turned off (a non-Boolean value counts as on).

@@ -5,6 +5,7 @@
 #include <atomic>
 #include <mutex>
 
+#include "app/state/PreferencesManager.h"
 #include "app/state/ProjectStore.h"
 #include "core/changes/GitRepository.h"
 #include "core/changes/WorkingChanges.h"
@@ -109,7 +110,7 @@ void ProjectStore::reopenLive() {
     stopLive_ = [stopped] { stopped->store(true); };
     LiveProjectOptions options;
     options.root = projectRoot_.toStdString();
-    options.loadConfig = [config = config_] { return config; };
+    options.loadConfig = PreferencesManager::liveConfigLoader(projectRoot_, config_);
     options.maxConcurrentParses = ScanJob::kMaxConcurrentParses;
     options.isCancelled = [stopped] { return stopped->load(); };
     pool_.start([this, generation, stopped, scanner = scanner_, options = std::move(options)]() mutable {

@@ -1,5 +1,7 @@
 #include "app/state/ScanJob.h"
 
+#include "app/state/PreferencesManager.h"
+
 #include <QMetaObject>
 
 namespace vantrel {
@@ -58,11 +60,12 @@ void ScanJob::startCount(QThreadPool& pool) {
 void ScanJob::startScan(QThreadPool& pool, std::int64_t fileCount) {
     // The live project counts the files itself; the count only had to be confirmed.
     (void)fileCount;
-    pool.start([self = shared_from_this()] {
+    pool.start([self = shared_from_this(),
+                loadConfig = PreferencesManager::liveConfigLoader(QString::fromStdString(root_), config_)] {
         self->runGuarded([&] {
             LiveProjectOptions options;
             options.root = self->root_;
-            options.loadConfig = [config = self->config_] { return config; };
+            options.loadConfig = loadConfig;
             options.maxConcurrentParses = kMaxConcurrentParses;
             // Captures the job weakly: the live project outlives it, and must not keep it.
             options.progress = [weak = self->weak_from_this()](const ScanProgress& report) {

@@ -138,6 +138,19 @@ private slots:
         QVERIFY(f.store.ir()->symbols.count(kPad));
     }
 
+    // A project file written while the project is watched: the next scan takes its
+    // exclusion, not the settings the project was opened with.
+    void aProjectFileSavedWhileWatchedIsReadAgain() {
+        StoreFixture f;
+        const QString root = copyScanProject(f.dir);
+        f.store.scan(root);
+        QVERIFY(waitForScanState(f.store, Kind::ready));
+        QVERIFY(f.store.ir()->symbols.count(kPad));
+        f.dir.write("project/vantrel.json", "{\"exclude\": [\"src/lib/strings.ts\"], \"maxDepth\": 3}\n");
+        QTRY_VERIFY_WITH_TIMEOUT(f.store.ir() && !f.store.ir()->symbols.count(kPad), kLongWait);
+        QVERIFY(f.store.ir()->symbols.count(kAdd));
+    }
+
     void watchingOffChangesNothingUntilItIsOnAgain() {
         Preferences::setValue(QString::fromUtf8(prefkeys::kWatchProject), false);
         StoreFixture f;
