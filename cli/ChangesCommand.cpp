@@ -106,12 +106,7 @@ int runChangesCommand(int argc, char** argv) {
     auto failOver = args.integer("--fail-over", 0, std::numeric_limits<std::int64_t>::max());
     std::string revision = args.value("--base").value_or("HEAD");
 
-    ScanRequest request;
-    request.root = requireFolder(args.positional[0]);
-    request.cacheDir = args.value("--cache-dir");
-    request.quiet = args.has("--quiet");
-    request.linking = linkingOption(args);
-    request.config = resolveConfig(request.root, args.value("--config"));
+    ScanRequest request = changesScanRequest(args);
     ProgressDisplay display(progressMode(request.quiet));
     auto changes = openWorkingChanges(request, revision, display);
 

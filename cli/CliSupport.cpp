@@ -119,6 +119,16 @@ std::optional<LinkingMode> linkingOption(const ParsedArgs& args) {
     return mode;
 }
 
+ScanRequest changesScanRequest(const ParsedArgs& args) {
+    ScanRequest request;
+    request.root = requireFolder(args.positional[0]);
+    request.cacheDir = args.value("--cache-dir");
+    request.quiet = args.has("--quiet");
+    request.linking = linkingOption(args);
+    request.config = resolveConfig(request.root, args.value("--config"));
+    return request;
+}
+
 ProgressDisplay::Mode progressMode(bool quiet) {
     if (quiet) return ProgressDisplay::Mode::silent;
     return isatty(STDERR_FILENO) ? ProgressDisplay::Mode::terminal : ProgressDisplay::Mode::lines;

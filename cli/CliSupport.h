@@ -74,6 +74,10 @@ struct ScanRequest {
 // The value of --linking (names or precise); UsageError for any other.
 std::optional<LinkingMode> linkingOption(const ParsedArgs& args);
 
+// The scan that `changes` and `watch` ask for: the folder, --cache-dir, --quiet,
+// --linking and --config, read in that order (the first wrong one is the error).
+ScanRequest changesScanRequest(const ParsedArgs& args);
+
 struct ScanOutcome {
     ProjectIR ir;
     std::int64_t files = 0;

@@ -76,12 +76,7 @@ int runWatchCommand(int argc, char** argv) {
     std::int64_t depth = args.integer("--depth", 1, 12).value_or(kDefaultMaxDepth);
     std::string revision = args.value("--base").value_or("HEAD");
 
-    ScanRequest request;
-    request.root = requireFolder(args.positional[0]);
-    request.cacheDir = args.value("--cache-dir");
-    request.quiet = args.has("--quiet");
-    request.linking = linkingOption(args);
-    request.config = resolveConfig(request.root, args.value("--config"));
+    ScanRequest request = changesScanRequest(args);
     if (request.linking) request.config.linking = request.linking;
     ProgressDisplay display(progressMode(request.quiet));
     auto changes = openWorkingChanges(request, revision, display);

@@ -104,6 +104,8 @@ LiveUpdate LiveProject::rescan() {
     next->scanAll(s.options.progress, s.options.isCancelled);
     LiveUpdate result;
     result.fullScan = true;
+    result.allTouched = true;
+    result.diagnosticsChanged = true;
     result.graphChanged = !s.scan || next->graph().symbols != s.scan->graph().symbols ||
                           next->graph().diagnostics != s.scan->graph().diagnostics;
     s.scan = std::move(next);
@@ -118,16 +120,10 @@ LiveUpdate LiveProject::update(const std::vector<std::string>& paths) {
     for (const auto& path : paths)
         if (isSettingsFile(path, linking)) return rescan();
     const auto start = std::chrono::steady_clock::now();
-    IncrementalChanges changes = state_->scan->update(paths);
     LiveUpdate result;
-    result.changed = std::move(changes.changed);
-    result.added = std::move(changes.added);
-    result.removed = std::move(changes.removed);
-    result.reanalysed = std::move(changes.reanalysed);
-    result.relinkedFiles = changes.relinkedFiles;
-    result.fullScan = changes.fullScan;
-    result.graphChanged = changes.allTouched || changes.diagnosticsChanged || !changes.touchedIds.empty();
-    if (result.graphChanged) state_->touched(changes.touchedIds, changes.allTouched, changes.diagnosticsChanged);
+    static_cast<IncrementalChanges&>(result) = state_->scan->update(paths);
+    result.graphChanged = result.allTouched || result.diagnosticsChanged || !result.touchedIds.empty();
+    if (result.graphChanged) state_->touched(result.touchedIds, result.allTouched, result.diagnosticsChanged);
     result.seconds = secondsSince(start);
     return result;
 }

@@ -18,20 +18,16 @@
 #include <vector>
 
 #include "core/model/ProjectIR.h"
+#include "core/scan/IncrementalScan.h"
 #include "core/scan/SymbolScanner.h"
 
 namespace vantrel {
 
-// What one call changed. Paths are project-relative and sorted.
-struct LiveUpdate {
-    std::vector<std::string> changed;  // files whose bytes changed
-    std::vector<std::string> added;
-    std::vector<std::string> removed;
-    std::vector<std::string> reanalysed;  // all files analysed again (changed, added and their dependents)
-    std::size_t relinkedFiles = 0;        // files whose call sites were resolved again
-    bool fullScan = false;                // the whole project was scanned (first scan, settings changed)
-    bool graphChanged = false;            // symbols, edges or diagnostics differ from before
-    double seconds = 0;                   // wall-clock time of the call
+// What one call changed (the files, see IncrementalChanges), whether the graph readers see
+// differs from before, and how long the call took.
+struct LiveUpdate : IncrementalChanges {
+    bool graphChanged = false;  // symbols, edges or diagnostics differ from before
+    double seconds = 0;         // wall-clock time of the call
     bool empty() const { return changed.empty() && added.empty() && removed.empty() && !fullScan; }
 };
 
