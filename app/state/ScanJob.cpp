@@ -58,15 +58,14 @@ void ScanJob::startCount(QThreadPool& pool) {
 }
 
 void ScanJob::startScan(QThreadPool& pool, std::int64_t fileCount) {
-    // The live project counts the files itself; the count only had to be confirmed.
-    (void)fileCount;
-    pool.start([self = shared_from_this(),
+    pool.start([self = shared_from_this(), fileCount,
                 loadConfig = PreferencesManager::liveConfigLoader(QString::fromStdString(root_), config_)] {
         self->runGuarded([&] {
             LiveProjectOptions options;
             options.root = self->root_;
             options.loadConfig = loadConfig;
             options.maxConcurrentParses = kMaxConcurrentParses;
+            options.knownFileCount = fileCount;
             // Captures the job weakly: the live project outlives it, and must not keep it.
             options.progress = [weak = self->weak_from_this()](const ScanProgress& report) {
                 auto job = weak.lock();

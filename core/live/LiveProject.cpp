@@ -2,6 +2,7 @@
 
 #include <chrono>
 #include <set>
+#include <utility>
 
 #include "core/scan/IncrementalScan.h"
 #include "core/util/Paths.h"
@@ -101,7 +102,7 @@ LiveUpdate LiveProject::rescan() {
     VantrelConfig config = s.options.loadConfig ? s.options.loadConfig() : VantrelConfig{};
     auto next = std::make_unique<IncrementalScan>(s.scanner, s.options.root, std::move(config),
                                                   s.options.maxConcurrentParses);
-    next->scanAll(s.options.progress, s.options.isCancelled);
+    next->scanAll(s.options.progress, s.options.isCancelled, std::exchange(s.options.knownFileCount, std::nullopt));
     LiveUpdate result;
     result.fullScan = true;
     result.allTouched = true;

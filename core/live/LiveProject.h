@@ -14,6 +14,7 @@
 #include <chrono>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -40,6 +41,9 @@ struct LiveProjectOptions {
     std::int64_t maxConcurrentParses = 4;
     ProgressCallback progress;  // the full scans' progress
     CancelCheck isCancelled;    // polled by full scans
+    // The files the first scan will find, when counted already (spares its counting walk;
+    // later full scans count again, since files may have come or gone).
+    std::optional<std::int64_t> knownFileCount;
 };
 
 class LiveProject {

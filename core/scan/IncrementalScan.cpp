@@ -336,7 +336,8 @@ const VantrelConfig& IncrementalScan::config() const { return s_->config; }
 bool IncrementalScan::includesFolder(const std::string& relDir) const { return s_->includes(relDir, false); }
 bool IncrementalScan::includesFile(const std::string& relPath) const { return s_->includes(relPath, true); }
 
-void IncrementalScan::scanAll(const ProgressCallback& progress, const CancelCheck& isCancelled) {
+void IncrementalScan::scanAll(const ProgressCallback& progress, const CancelCheck& isCancelled,
+                              std::optional<std::int64_t> knownFileCount) {
     State& s = *s_;
     s.tsconfig = TSConfigResolver::loadIfPresent(s.root);
     if (s.linking == LinkingMode::precise) s.packages = ProjectPackages::load(s.root);
@@ -346,6 +347,7 @@ void IncrementalScan::scanAll(const ProgressCallback& progress, const CancelChec
     options.maxConcurrentParses = s.permits;
     options.progress = progress;
     options.isCancelled = isCancelled;
+    options.knownFileCount = knownFileCount;
     s.ir = s.scanner.scanProject(options);
 
     // Every file's record, read back in parallel into its place.

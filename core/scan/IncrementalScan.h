@@ -14,6 +14,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -46,7 +47,8 @@ public:
 
     // The full scan through the cache, then every file's record read back for the index.
     // Throws ScanError.
-    void scanAll(const ProgressCallback& progress = {}, const CancelCheck& isCancelled = {});
+    void scanAll(const ProgressCallback& progress = {}, const CancelCheck& isCancelled = {},
+                 std::optional<std::int64_t> knownFileCount = std::nullopt);
     // Brings the graph up to date with whatever happened at or below `paths` (relative to
     // the root; a folder stands for all below it). Throws ScanError when a file cannot be
     // read or parsed, leaving the graph as it was.
