@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cctype>
 #include <exception>
+#include <iterator>
 #include <filesystem>
 #include <map>
 #include <optional>
@@ -235,6 +236,61 @@ struct IncrementalScan::State {
         return EnumeratedFile{appendPathComponent(root, rel), rel, lowercased(pathExtension(rel))};
     }
 
+    // The known files whose imports may resolve otherwise now that `added` appeared and
+    // `removed` went: their import words hold the stem of one of them (or, for a folder's
+    // own module, the folder's name), or they lie inside such a folder, whose module `.`
+    // and `..` name without a word.
+    std::vector<std::string> dependentsOf(const std::vector<std::string>& added,
+                                          const std::vector<std::string>& removed) const {
+        std::vector<std::string> words;
+        std::vector<std::string> folders;  // of folder modules: "" the root, else with a "/" after
+        for (const auto* list : {&added, &removed})
+            for (const auto& rel : *list) {
+                auto naming = namingWords(rel);
+                words.insert(words.end(), naming.begin(), naming.end());
+                if (isFolderModule(rel)) {
+                    std::string folder = deletingLastPathComponent(rel);
+                    folders.push_back(folder.empty() || folder == rel ? std::string() : folder + "/");
+                }
+            }
+        sortUnique(words);
+        auto inFolder = [&](const std::string& rel) {
+            return std::any_of(folders.begin(), folders.end(),
+                               [&](const std::string& folder) { return rel.starts_with(folder); });
+        };
+        std::vector<std::string> dependents;
+        for (const auto& [rel, state] : files)
+            if (intersects(state.words, words) || inFolder(rel)) dependents.push_back(rel);
+        return dependents;
+    }
+
+    // The files of the project as the live index last knew them, kept beside the records:
+    // the next opening compares them with what it finds, since a warm scan keeps a record
+    // whose bytes are the same even when its imports would now resolve otherwise.
+    std::optional<std::string> fileListPath() const {
+        auto dir = cache.projectDirURL(root);
+        if (!dir) return std::nullopt;
+        return appendPathComponent(*dir, "live-files");
+    }
+    void saveFileList() const {
+        auto path = fileListPath();
+        if (!path) return;
+        std::string text;
+        for (const auto& [rel, state] : files) text.append(rel).push_back('\n');
+        for (const auto& rel : pending) text.append(rel).push_back('\n');
+        writeFileAtomically(*path, text);
+    }
+    std::optional<std::vector<std::string>> loadFileList() const {
+        auto path = fileListPath();
+        std::string text;
+        if (!path || !readWholeFileInto(*path, text)) return std::nullopt;
+        std::vector<std::string> list;
+        for (auto line : splitKeepingEmpty(text, "\n"))
+            if (!line.empty()) list.emplace_back(line);
+        std::sort(list.begin(), list.end());
+        return list;
+    }
+
     // The file's ids in the graph: from its state, or, for a file the index has not met,
     // from the graph itself.
     std::vector<std::string> idsOfFile(const std::string& rel) const {
@@ -377,6 +433,18 @@ void IncrementalScan::scanAll(const ProgressCallback& progress, const CancelChec
     s.linker.reset();
     s.facts.reset();
     if (precise) s.makeLinker(entries);
+
+    // Files that came or went since the index last saw the project: the records of the files
+    // whose imports name them were kept for their bytes alone, so they are analysed again.
+    if (auto before = s.loadFileList()) {
+        std::vector<std::string> added, removed;
+        std::set_difference(paths.begin(), paths.end(), before->begin(), before->end(), std::back_inserter(added));
+        std::set_difference(before->begin(), before->end(), paths.begin(), paths.end(), std::back_inserter(removed));
+        if (!added.empty() || !removed.empty())
+            for (auto& rel : s.dependentsOf(added, removed)) s.pending.insert(std::move(rel));
+    }
+    if (!s.pending.empty()) update({});
+    s.saveFileList();
 }
 
 IncrementalChanges IncrementalScan::update(const std::vector<std::string>& requested) {
@@ -443,35 +511,17 @@ IncrementalChanges IncrementalScan::update(const std::vector<std::string>& reque
     std::set<std::string> reanalyse;
     for (const auto& f : fresh) reanalyse.insert(f.rel);
     if (!out.added.empty() || !out.removed.empty()) {
-        std::vector<std::string> words;
-        std::vector<std::string> folders;  // of folder modules: "" the root, else with a "/" after
-        for (const auto* list : {&out.added, &out.removed})
-            for (const auto& rel : *list) {
-                auto naming = namingWords(rel);
-                words.insert(words.end(), naming.begin(), naming.end());
-                if (isFolderModule(rel)) {
-                    std::string folder = deletingLastPathComponent(rel);
-                    folders.push_back(folder.empty() || folder == rel ? std::string() : folder + "/");
-                }
-            }
-        sortUnique(words);
-        auto inFolder = [&](const std::string& rel) {
-            return std::any_of(folders.begin(), folders.end(),
-                               [&](const std::string& folder) { return rel.starts_with(folder); });
-        };
         const std::set<std::string> gone(out.removed.begin(), out.removed.end());
-        for (const auto& [rel, state] : s.files) {
+        for (const auto& rel : s.dependentsOf(out.added, out.removed)) {
             if (gone.count(rel) || reanalyse.count(rel)) continue;
-            if (intersects(state.words, words) || inFolder(rel)) {
-                std::string bytes, error;
-                const std::string absolute = appendPathComponent(s.root, rel);
-                if (!readWholeFileInto(absolute, bytes, &error))
-                    throw ScanError(ScanError::Kind::readFailed, absolute, error);
-                std::string hash = sha256Hex(bytes);
-                fresh.push_back({rel, std::move(bytes), std::move(hash)});
-                reanalyse.insert(rel);
-            }
+            std::string bytes, error;
+            const std::string absolute = appendPathComponent(s.root, rel);
+            if (!readWholeFileInto(absolute, bytes, &error)) throw ScanError(ScanError::Kind::readFailed, absolute, error);
+            std::string hash = sha256Hex(bytes);
+            fresh.push_back({rel, std::move(bytes), std::move(hash)});
+            reanalyse.insert(rel);
         }
+        s.saveFileList();
     }
     if (fresh.empty() && out.removed.empty()) {
         s.pending.clear();

@@ -352,5 +352,43 @@ TEST(LiveProjectTest, UpdatesOnlyWhatAChangeCanReach) {
     EXPECT_TRUE(live.update({"node_modules/x/index.js", "notes.txt", ".git/HEAD"}).empty());
 }
 
+// Files added and removed while nothing watched: the records of the files importing them
+// were kept for their bytes, so opening the project again must analyse those afresh.
+TEST(LiveProjectTest, OpeningAgainCatchesUpWithFilesThatCameOrWentMeanwhile) {
+    testing::TempDir dir;
+    testing::TempDir support;
+    dir.write("p/a.ts", "import { b } from './b';\nexport function a() { return b(); }\n");
+    dir.write("p/c.ts", "export function b() { return 0; }\n");
+    LiveProjectOptions options;
+    options.root = dir.at("p");
+    auto open = [&] {
+        auto live = std::make_unique<LiveProject>(
+            SymbolScanner(SymbolScanner::defaultPlugins(), ProjectCache(support.path())), options);
+        live->open();
+        return live;
+    };
+    {
+        auto live = open();
+        // './b' does not exist: two diagnostics (the statement's match and its name's), and
+        // the call links by its unique name to c.ts.
+        EXPECT_EQ(live->graph().diagnostics.size(), 2u);
+        EXPECT_EQ(live->graph().symbols.at("a.ts:a:function").refsOut, IdSet{"c.ts:b:function"});
+    }
+    dir.write("p/b.ts", "export function b() { return 1; }\n");
+    {
+        // Now './b' resolves and the name is no longer unique: the import decides.
+        auto live = open();
+        EXPECT_TRUE(live->graph().diagnostics.empty());
+        EXPECT_EQ(live->graph().symbols.at("a.ts:a:function").refsOut, IdSet{"b.ts:b:function"});
+        EXPECT_EQ(firstDifference(live->graph(), fullScanWithoutCache(dir.at("p"), LinkingMode::names)), "");
+    }
+    std::filesystem::remove(dir.at("p/b.ts"));
+    {
+        auto live = open();
+        EXPECT_EQ(live->graph().diagnostics.size(), 2u);
+        EXPECT_EQ(live->graph().symbols.at("a.ts:a:function").refsOut, IdSet{"c.ts:b:function"});
+    }
+}
+
 }  // namespace
 }  // namespace vantrel
