@@ -129,6 +129,10 @@ LiveUpdate LiveProject::update(const std::vector<std::string>& paths) {
     return result;
 }
 
+std::vector<std::string> LiveProject::touchedSinceScan() const {
+    return state_->scan ? state_->scan->touchedSinceScan() : std::vector<std::string>{};
+}
+
 bool LiveProject::watchesFolder(const std::string& relDir) const {
     return !state_->scan || state_->scan->includesFolder(relDir);
 }

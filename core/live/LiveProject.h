@@ -68,6 +68,10 @@ public:
     // An immutable copy of the graph, shared until the next change.
     std::shared_ptr<const ProjectIR> snapshot() const;
 
+    // What may have changed while the last full scan ran, before anything watched: the
+    // session asks for it once its watcher is in place and updates those files.
+    std::vector<std::string> touchedSinceScan() const;
+
     // Whether a folder (relative path, "" the root) can hold files of the project: not
     // hidden, not node_modules, not excluded. The watcher asks before it watches a folder.
     bool watchesFolder(const std::string& relDir) const;

@@ -54,8 +54,41 @@ struct LiveSession::Impl {
         if (handlers.state) handlers.state(state, message);
     }
 
+    // A save made while the project was scanned, before the watcher was in place, would
+    // otherwise wait for the file's next save. The watcher sees every write from here on,
+    // so the files the modification times name now are all that can have been missed. Those
+    // whose bytes are as scanned change nothing, and then nothing is reported.
+    void catchUp() {
+        try {
+            std::vector<std::string> missed;
+            LiveUpdate update;
+            std::shared_ptr<const ProjectIR> graph;
+            {
+                std::lock_guard projectLock(projectMutex);
+                missed = project->touchedSinceScan();
+                if (missed.empty()) return;
+                update = project->update(missed);
+                if (update.graphChanged) graph = project->snapshot();
+            }
+            if (!graph) return;
+            report(LiveState::updating, {});
+            {
+                std::lock_guard graphLock(graphMutex);
+                published = graph;
+            }
+            if (handlers.updated) handlers.updated(update, graph);
+            report(LiveState::upToDate, {});
+        } catch (const std::exception&) {
+            // The files are tried again as an update of their own, which reports the failure.
+            enqueue({""}, false);
+        }
+    }
+
     void run() {
+        catchUp();
         std::unique_lock lock(queueMutex);
+        running = false;
+        settled.notify_all();
         while (true) {
             wake.wait(lock,
                       [&] { return stopping || !pendingPaths.empty() || rescanPending || !pendingNotices.empty(); });
@@ -153,6 +186,7 @@ LiveSession::LiveSession(std::unique_ptr<LiveProject> project, LiveSessionOption
             }
             impl->wake.notify_one();
         });
+    s.running = true;  // the catch-up below; the thread's start orders this before it
     s.worker = std::thread([impl = impl_.get()] { impl->run(); });
 }
 

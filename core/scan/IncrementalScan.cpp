@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cctype>
+#include <chrono>
 #include <exception>
 #include <iterator>
 #include <filesystem>
@@ -176,6 +177,7 @@ struct IncrementalScan::State {
     // cache): analysed at the next update.
     std::set<std::string> pending;
     std::set<std::string> touched;  // of the update under way
+    std::filesystem::file_time_type scanStarted{};
     bool trackTouched = true;       // off while every edge is made again
     // Precise linking: every file's facts and the linker over them, kept for saves that
     // leave all facts and ids as they were; made again (from the records) after a save
@@ -395,6 +397,7 @@ bool IncrementalScan::includesFile(const std::string& relPath) const { return s_
 void IncrementalScan::scanAll(const ProgressCallback& progress, const CancelCheck& isCancelled,
                               std::optional<std::int64_t> knownFileCount) {
     State& s = *s_;
+    s.scanStarted = std::filesystem::file_time_type::clock::now();
     s.tsconfig = TSConfigResolver::loadIfPresent(s.root);
     if (s.linking == LinkingMode::precise) s.packages = ProjectPackages::load(s.root);
     ScanOptions options;
@@ -445,6 +448,22 @@ void IncrementalScan::scanAll(const ProgressCallback& progress, const CancelChec
     }
     if (!s.pending.empty()) update({});
     s.saveFileList();
+}
+
+std::vector<std::string> IncrementalScan::touchedSinceScan() const {
+    const State& s = *s_;
+    const auto since = s.scanStarted - std::chrono::seconds(2);
+    std::vector<std::string> touched;
+    const std::vector<std::string> now = listSourceFiles(s.root, s.config, s.scanner.plugins());
+    for (const auto& rel : now) {
+        std::error_code error;
+        const auto modified = std::filesystem::last_write_time(appendPathComponent(s.root, rel), error);
+        if (error || modified >= since || !s.files.count(rel)) touched.push_back(rel);
+    }
+    for (const auto& [rel, state] : s.files)
+        if (!std::binary_search(now.begin(), now.end(), rel)) touched.push_back(rel);
+    std::sort(touched.begin(), touched.end());
+    return touched;
 }
 
 IncrementalChanges IncrementalScan::update(const std::vector<std::string>& requested) {

@@ -54,6 +54,11 @@ public:
     // read or parsed, leaving the graph as it was.
     IncrementalChanges update(const std::vector<std::string>& paths);
 
+    // The source files whose modification time is not older than the last full scan's
+    // start (less a margin for coarse file-system clocks), and the known files gone since:
+    // what a save during that scan, before anything watched, may have changed.
+    std::vector<std::string> touchedSinceScan() const;
+
     ProjectIR& graph();
     const VantrelConfig& config() const;
     // Whether a scan would enter this folder ("" the root) / take this file.

@@ -236,3 +236,29 @@ TEST_F(LiveSessionTest, PollingFallbackStillDeliversAndNoticesOnTheSessionThread
 
 }  // namespace
 }  // namespace vantrel
+
+namespace vantrel {
+namespace {
+
+// Saves made after the project's scan and before the session watched it: a new caller, and
+// a file gone. The session finds them by their times without another save; a file whose
+// bytes are as scanned is read again but reports nothing.
+TEST_F(LiveSessionTest, SavesMadeBeforeTheWatcherStartedAreCaughtUp) {
+    auto project = openProject();
+    dir.write("project/src/c.js", "import { b } from './b.js';\nexport function c() {\n  b();\n}\n");
+    fs::remove(root + "/lib/helper.js");
+    LiveSessionOptions options;
+    options.quiet = 100ms;
+    LiveSession session(std::move(project), options, handlers());
+    ASSERT_TRUE(session.waitUntilIdle(kGenerous));
+    EXPECT_EQ(callersOf(session, kB), (IdSet{kA, kC}));
+
+    // Opened again with nothing saved since the scan: no update is reported.
+    LiveSession quiet(openProject(), options, handlers());
+    ASSERT_TRUE(quiet.waitUntilIdle(kGenerous));
+    std::lock_guard lock(seen.mutex);
+    EXPECT_EQ(seen.updates.size(), 1u);
+}
+
+}  // namespace
+}  // namespace vantrel
