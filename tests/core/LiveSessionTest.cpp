@@ -100,9 +100,13 @@ protected:
         return h;
     }
 
+    // A session past its start, whose catch-up with saves made during the scan (the
+    // fixture's files are all that recent) has run: what a test writes next is its own.
     std::unique_ptr<LiveSession> start(LiveSessionOptions options = {}) {
         if (options.quiet == LiveSessionOptions{}.quiet) options.quiet = 100ms;
-        return std::make_unique<LiveSession>(openProject(), options, handlers());
+        auto session = std::make_unique<LiveSession>(openProject(), options, handlers());
+        EXPECT_TRUE(session->waitUntilIdle(kGenerous));
+        return session;
     }
 
     std::pair<LiveState, std::string> lastState() {
