@@ -4,16 +4,16 @@
 // it draws, so a reach of thousands costs little more than a few.
 #pragma once
 
-#include <QAbstractItemModel>
 #include <optional>
 #include <string>
 #include <vector>
 
+#include "app/views/GroupedTreeModel.h"
 #include "core/impact/ImpactReach.h"
 
 namespace vantrel {
 
-class ImpactReachModel : public QAbstractItemModel {
+class ImpactReachModel : public GroupedTreeModel {
     Q_OBJECT
 
 public:
@@ -21,22 +21,17 @@ public:
     // LevelRole the level (0 for the callees).
     enum Role { IdRole = Qt::UserRole + 1, KindTextRole, PlaceRole, IsGroupRole, LevelRole };
 
-    using QAbstractItemModel::QAbstractItemModel;
+    using GroupedTreeModel::GroupedTreeModel;
 
     void setReach(ImpactReach reach);
     const ImpactReach& reach() const { return reach_; }
 
-    int groupCount() const { return static_cast<int>(groups_.size()); }
+    int groupCount() const override { return static_cast<int>(groups_.size()); }
+    int groupSize(int group) const override;
     QString groupTitle(int group) const;
-    // The index of `row` of `group`; of the group itself when `row` is absent.
-    QModelIndex rowIndex(int group, std::optional<int> row = std::nullopt) const;
     // The symbol of a row; nothing for a group or an invalid index.
     const ReachRow* rowAt(const QModelIndex& index) const;
 
-    QModelIndex index(int row, int column, const QModelIndex& parent = {}) const override;
-    QModelIndex parent(const QModelIndex& child) const override;
-    int rowCount(const QModelIndex& parent = {}) const override;
-    int columnCount(const QModelIndex& parent = {}) const override;
     QVariant data(const QModelIndex& index, int role) const override;
 
 private:

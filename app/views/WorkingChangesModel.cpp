@@ -6,8 +6,6 @@ namespace vantrel {
 
 namespace {
 
-constexpr quintptr kGroupTag = 0;  // a row's index carries its group's number plus one
-
 int changeOrder(const std::optional<ChangeKind>& change) { return change ? static_cast<int>(*change) : 3; }
 
 }  // namespace
@@ -54,36 +52,15 @@ QString WorkingChangesModel::groupTitle(int group) const {
     return name + QStringLiteral(" \u00b7 ") + QString::number(g.rows.size());
 }
 
-QModelIndex WorkingChangesModel::rowIndex(int group, std::optional<int> row) const {
-    QModelIndex groupIndex = index(group, 0);
-    return row ? index(*row, 0, groupIndex) : groupIndex;
+int WorkingChangesModel::groupSize(int group) const {
+    return static_cast<int>(groups_.at(static_cast<std::size_t>(group)).rows.size());
 }
 
 const ChangeRow* WorkingChangesModel::rowAt(const QModelIndex& index) const {
-    if (!index.isValid() || index.internalId() == kGroupTag) return nullptr;
-    const Group& group = groups_.at(static_cast<std::size_t>(index.internalId() - 1));
-    return &group.rows.at(static_cast<std::size_t>(index.row()));
+    auto group = groupOfRow(index);
+    if (!group) return nullptr;
+    return &groups_.at(static_cast<std::size_t>(*group)).rows.at(static_cast<std::size_t>(index.row()));
 }
-
-QModelIndex WorkingChangesModel::index(int row, int column, const QModelIndex& parent) const {
-    if (column != 0 || row < 0) return {};
-    if (!parent.isValid()) return row < groupCount() ? createIndex(row, 0, kGroupTag) : QModelIndex();
-    if (parent.internalId() != kGroupTag || row >= rowCount(parent)) return {};
-    return createIndex(row, 0, static_cast<quintptr>(parent.row()) + 1);
-}
-
-QModelIndex WorkingChangesModel::parent(const QModelIndex& child) const {
-    if (!child.isValid() || child.internalId() == kGroupTag) return {};
-    return createIndex(static_cast<int>(child.internalId() - 1), 0, kGroupTag);
-}
-
-int WorkingChangesModel::rowCount(const QModelIndex& parent) const {
-    if (!parent.isValid()) return groupCount();
-    if (parent.internalId() != kGroupTag) return 0;
-    return static_cast<int>(groups_.at(static_cast<std::size_t>(parent.row())).rows.size());
-}
-
-int WorkingChangesModel::columnCount(const QModelIndex&) const { return 1; }
 
 QVariant WorkingChangesModel::data(const QModelIndex& index, int role) const {
     if (!index.isValid()) return {};

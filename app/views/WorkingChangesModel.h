@@ -5,7 +5,6 @@
 // row's ChangeRole says how it changed, and the Changed group's level is kChangedLevel.
 #pragma once
 
-#include <QAbstractItemModel>
 #include <optional>
 #include <string>
 #include <vector>
@@ -22,30 +21,26 @@ struct ChangeRow {
     bool operator==(const ChangeRow&) const = default;
 };
 
-class WorkingChangesModel : public QAbstractItemModel {
+class WorkingChangesModel : public GroupedTreeModel {
     Q_OBJECT
 
 public:
     static constexpr int ChangeRole = ImpactReachModel::LevelRole + 1;
     static constexpr int kChangedLevel = -1;
 
-    using QAbstractItemModel::QAbstractItemModel;
+    using GroupedTreeModel::GroupedTreeModel;
 
     // Names, kinds and lines come from `current`; a removed symbol's from what its id tells.
     void setReport(const ChangesReport& report, const ProjectIR& current);
     void clear();
 
-    int groupCount() const { return static_cast<int>(groups_.size()); }
+    int groupCount() const override { return static_cast<int>(groups_.size()); }
+    int groupSize(int group) const override;
     QString groupTitle(int group) const;
     int groupLevel(int group) const { return groups_.at(static_cast<std::size_t>(group)).level; }
     const std::vector<ChangeRow>& groupRows(int group) const { return groups_.at(static_cast<std::size_t>(group)).rows; }
-    QModelIndex rowIndex(int group, std::optional<int> row = std::nullopt) const;
     const ChangeRow* rowAt(const QModelIndex& index) const;
 
-    QModelIndex index(int row, int column, const QModelIndex& parent = {}) const override;
-    QModelIndex parent(const QModelIndex& child) const override;
-    int rowCount(const QModelIndex& parent = {}) const override;
-    int columnCount(const QModelIndex& parent = {}) const override;
     QVariant data(const QModelIndex& index, int role) const override;
 
 private:

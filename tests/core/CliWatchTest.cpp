@@ -1,117 +1,26 @@
 // vantrel-cli watch as a user runs it: the real binary over a temporary git repository,
 // its standard output read line by line while files are edited, then Ctrl-C. Every wait
 // has a deadline, so a watch that hangs fails the test instead of blocking it.
-#include <fcntl.h>
-#include <poll.h>
 #include <signal.h>
-#include <spawn.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include <gtest/gtest.h>
 
 #include <chrono>
 #include <nlohmann/json.hpp>
-#include <optional>
 #include <string>
-#include <thread>
-#include <vector>
 
 #include "core/util/FileIO.h"
+#include "tests/support/ChildProcess.h"
 #include "tests/support/GitSandbox.h"
 #include "tests/support/TempDir.h"
-
-extern char** environ;
 
 namespace vantrel {
 namespace {
 
 using namespace std::chrono_literals;
+using testing::ChildProcess;
 using testing::GitSandbox;
 using testing::TempDir;
-
-// A running program whose standard output is read here and whose standard error goes to
-// a file. Killed when the test ends early.
-class Child {
-public:
-    Child(const std::vector<std::string>& args, const std::string& errFile) : errFile_(errFile) {
-        int fds[2];
-        if (::pipe2(fds, O_CLOEXEC) != 0) return;
-        posix_spawn_file_actions_t actions;
-        posix_spawn_file_actions_init(&actions);
-        posix_spawn_file_actions_adddup2(&actions, fds[1], STDOUT_FILENO);
-        posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, errFile.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
-        posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
-        std::vector<char*> argv;
-        for (const auto& arg : args) argv.push_back(const_cast<char*>(arg.c_str()));
-        argv.push_back(nullptr);
-        if (posix_spawn(&pid_, argv[0], &actions, nullptr, argv.data(), environ) != 0) pid_ = -1;
-        posix_spawn_file_actions_destroy(&actions);
-        ::close(fds[1]);
-        out_ = fds[0];
-    }
-    ~Child() {
-        if (pid_ > 0) {
-            ::kill(pid_, SIGKILL);
-            ::waitpid(pid_, nullptr, 0);
-        }
-        if (out_ >= 0) ::close(out_);
-    }
-
-    bool started() const { return pid_ > 0; }
-
-    // The next line of standard output without its newline; nothing at the deadline or
-    // the end of the output.
-    std::optional<std::string> readLine(std::chrono::milliseconds timeout) {
-        auto deadline = std::chrono::steady_clock::now() + timeout;
-        for (;;) {
-            if (auto end = buffer_.find('\n'); end != std::string::npos) {
-                std::string line = buffer_.substr(0, end);
-                buffer_.erase(0, end + 1);
-                return line;
-            }
-            auto left = std::chrono::duration_cast<std::chrono::milliseconds>(deadline - std::chrono::steady_clock::now());
-            if (left <= 0ms) return std::nullopt;
-            pollfd p{out_, POLLIN, 0};
-            if (::poll(&p, 1, static_cast<int>(left.count())) <= 0) continue;
-            char chunk[4096];
-            ssize_t got = ::read(out_, chunk, sizeof chunk);
-            if (got <= 0) return std::nullopt;
-            buffer_.append(chunk, static_cast<std::size_t>(got));
-        }
-    }
-
-    // Sends `signal` and waits for the exit; the exit code (128 + signal when killed by
-    // one), or nothing at the deadline.
-    std::optional<int> stop(int signal, std::chrono::milliseconds timeout) {
-        ::kill(pid_, signal);
-        auto deadline = std::chrono::steady_clock::now() + timeout;
-        while (std::chrono::steady_clock::now() < deadline) {
-            int status = 0;
-            if (::waitpid(pid_, &status, WNOHANG) == pid_) {
-                pid_ = -1;
-                return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
-            }
-            std::this_thread::sleep_for(20ms);
-        }
-        return std::nullopt;
-    }
-
-    // What is left of standard output once the program has ended.
-    std::string rest() {
-        std::string all = std::exchange(buffer_, {});
-        while (auto line = readLine(2s)) all += *line + "\n";
-        return all + buffer_;
-    }
-
-    std::string err() const { return readWholeFile(errFile_).value_or(""); }
-
-private:
-    pid_t pid_ = -1;
-    int out_ = -1;
-    std::string errFile_;
-    std::string buffer_;
-};
 
 TEST(CliWatch, PrintsAJsonLineAtStartAndAfterEachEditThenEndsOnCtrlC) {
     TempDir dir;
@@ -121,7 +30,7 @@ TEST(CliWatch, PrintsAJsonLineAtStartAndAfterEachEditThenEndsOnCtrlC) {
               "import { scale } from '../lib/math';\n\nexport function gauge() {\n  return scale(5);\n}\n");
     sandbox.commitAll("a gauge");
 
-    Child watch({VANTREL_CLI_PATH, "watch", sandbox.repo(), "--format", "json", "--cache-dir", dir / "cache"},
+    ChildProcess watch({VANTREL_CLI_PATH, "watch", sandbox.repo(), "--format", "json", "--cache-dir", dir / "cache"},
                 dir / "watch.err");
     ASSERT_TRUE(watch.started());
     auto first = watch.readLine(60s);
@@ -165,7 +74,7 @@ TEST(CliWatch, TextReportsUnderATimeLineAndRefusedArguments) {
     GitSandbox sandbox(dir, "scan-project");
     sandbox.replaceIn("src/lib/math.ts", "Math.max(0, value)", "Math.max(1, value)");
 
-    Child watch({VANTREL_CLI_PATH, "watch", sandbox.repo(), "--cache-dir", dir / "cache", "--quiet"},
+    ChildProcess watch({VANTREL_CLI_PATH, "watch", sandbox.repo(), "--cache-dir", dir / "cache", "--quiet"},
                 dir / "watch.err");
     ASSERT_TRUE(watch.started());
     std::vector<std::string> lines;
@@ -185,7 +94,7 @@ TEST(CliWatch, TextReportsUnderATimeLineAndRefusedArguments) {
     EXPECT_EQ(watch.rest(), "  src/app/main.ts:start:function\n");
     EXPECT_EQ(watch.err(), "");
 
-    Child html({VANTREL_CLI_PATH, "watch", sandbox.repo(), "--format", "markdown"}, dir / "html.err");
+    ChildProcess html({VANTREL_CLI_PATH, "watch", sandbox.repo(), "--format", "markdown"}, dir / "html.err");
     EXPECT_EQ(html.stop(0, 30s), 2);
 }
 
