@@ -304,13 +304,32 @@ struct IncrementalScan::State {
         return ids;
     }
 
+    void touch(std::string_view id) {
+        if (trackTouched) touched.emplace(id);
+    }
+
+    // The graph's symbols of a file become `ids` (none: the file went): vanished ids go
+    // with their edges, new ones come, kept ones take their new place in the file.
+    void placeSymbols(const std::string& rel, const std::map<std::string, const Symbol*>* ids) {
+        for (const auto& id : idsOfFile(rel))
+            if (!ids || !ids->count(id)) eraseSymbol(id);
+        if (!ids) return;
+        for (const auto& [id, symbol] : *ids) {
+            auto [it, inserted] = ir.symbols.try_emplace(id);
+            if (inserted) it->second.id = id;
+            if (inserted || it->second.kind != symbol->kind || it->second.range != symbol->range) touch(id);
+            it->second.kind = symbol->kind;
+            it->second.range = symbol->range;
+        }
+    }
+
     void unlinkOutgoing(const std::string& id) {
         auto it = ir.symbols.find(id);
         if (it == ir.symbols.end()) return;
-        if (!it->second.refsOut.empty()) touched.insert(id);
+        if (!it->second.refsOut.empty()) touch(id);
         for (const auto& callee : it->second.refsOut) {
             if (auto target = ir.symbols.find(callee); target != ir.symbols.end()) target->second.refsIn.erase(id);
-            touched.insert(callee);
+            touch(callee);
         }
         it->second.refsOut.clear();
     }
@@ -319,10 +338,10 @@ struct IncrementalScan::State {
         auto it = ir.symbols.find(id);
         if (it == ir.symbols.end()) return;
         unlinkOutgoing(id);
-        touched.insert(id);
+        touch(id);
         for (const auto& caller : it->second.refsIn) {
             if (auto source = ir.symbols.find(caller); source != ir.symbols.end()) source->second.refsOut.erase(id);
-            touched.insert(caller);
+            touch(caller);
         }
         ir.symbols.erase(it);
     }
@@ -338,8 +357,8 @@ struct IncrementalScan::State {
             if (!callee || callee->id == caller->first) continue;
             caller->second.refsOut.insert(std::string(callee->id));
             callee->symbol->refsIn.insert(caller->first);
-            touched.insert(caller->first);
-            touched.emplace(callee->id);
+            touch(caller->first);
+            touch(callee->id);
         }
     }
 
@@ -370,9 +389,8 @@ struct IncrementalScan::State {
                 if (!target || target->id == caller->first) return;
                 caller->second.refsOut.insert(std::string(target->id));
                 target->symbol->refsIn.insert(caller->first);
-                if (!trackTouched) return;
-                touched.insert(caller->first);
-                touched.emplace(target->id);
+                touch(caller->first);
+                touch(target->id);
             });
     }
 
@@ -592,7 +610,7 @@ IncrementalChanges IncrementalScan::update(const std::vector<std::string>& reque
                 for (const auto& id : states[i].ids) s.unlinkOutgoing(id);
                 for (const auto& [id, symbol] : symbolsById(records[i])) {
                     Symbol& kept = s.ir.symbols.at(id);
-                    if (kept.range != symbol->range) s.touched.insert(id);
+                    if (kept.range != symbol->range) s.touch(id);
                     kept.range = symbol->range;
                 }
                 s.forgetFile(fresh[i].rel);
@@ -604,18 +622,11 @@ IncrementalChanges IncrementalScan::update(const std::vector<std::string>& reque
         } else {
             // Otherwise the facts are indexed again, with the saved files' new ones, and every
             // file's sites (kept compactly in memory) are linked again.
-            for (const auto& rel : out.removed)
-                for (const auto& id : s.idsOfFile(rel)) s.ir.symbols.erase(id);
+            s.trackTouched = false;  // every symbol counts as touched
+            for (const auto& rel : out.removed) s.placeSymbols(rel, nullptr);
             for (std::size_t i = 0; i < fresh.size(); ++i) {
                 auto ids = symbolsById(records[i]);
-                for (const auto& id : s.idsOfFile(fresh[i].rel))
-                    if (!ids.count(id)) s.ir.symbols.erase(id);
-                for (const auto& [id, symbol] : ids) {
-                    auto [it, inserted] = s.ir.symbols.try_emplace(id);
-                    if (inserted) it->second.id = id;
-                    it->second.kind = symbol->kind;
-                    it->second.range = symbol->range;
-                }
+                s.placeSymbols(fresh[i].rel, &ids);
             }
             std::map<std::string, std::unique_ptr<detail::FileEntry>> entries;
             for (auto& entry : s.facts->release()) {
@@ -640,7 +651,6 @@ IncrementalChanges IncrementalScan::update(const std::vector<std::string>& reque
                 symbol.refsIn.clear();
                 symbol.refsOut.clear();
             }
-            s.trackTouched = false;
             for (const auto& [rel, state] : s.files) s.wireSites(state.sites, rel);
             s.trackTouched = true;
             out.relinkedFiles = s.files.size();
@@ -702,19 +712,8 @@ IncrementalChanges IncrementalScan::update(const std::vector<std::string>& reque
 
     // 7. The symbols: removed files' and vanished ids go, new ids come, kept ids take
     // their new place in the file.
-    for (const auto& rel : out.removed)
-        for (const auto& id : s.idsOfFile(rel)) s.eraseSymbol(id);
-    for (const auto& [rel, ids] : newIds) {
-        for (const auto& id : s.idsOfFile(rel))
-            if (!ids.count(id)) s.eraseSymbol(id);
-        for (const auto& [id, symbol] : ids) {
-            auto [it, inserted] = s.ir.symbols.try_emplace(id);
-            if (inserted) it->second.id = id;
-            if (inserted || it->second.kind != symbol->kind || it->second.range != symbol->range) s.touched.insert(id);
-            it->second.kind = symbol->kind;
-            it->second.range = symbol->range;
-        }
-    }
+    for (const auto& rel : out.removed) s.placeSymbols(rel, nullptr);
+    for (const auto& [rel, ids] : newIds) s.placeSymbols(rel, &ids);
     if (idsChanged) {
         for (const auto& [rel, ids] : newIds)
             for (const auto& [id, symbol] : ids)
