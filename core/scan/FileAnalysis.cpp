@@ -43,6 +43,28 @@ void FileScratch::releaseLarge() {
         record = CachedFileResult{};
 }
 
+namespace {
+
+// analyseAndStore from the text analysableText gave; the plugin of the file's extension
+// must exist.
+void analyseTextAndStore(const EnumeratedFile& file, std::u16string_view text, std::string fileHash,
+                         const FileAnalysisContext& context, CachedFileResult& record) {
+    auto plugin = context.pluginByExt.find(file.ext);
+    if (context.stats) ++context.stats->parsed;
+    FileAnalysisResult analysis =
+        analyzeSource(*plugin->second, file, text, context.root, context.tsconfig, context.linking, context.packages);
+
+    // Precise linking finds imported names through the facts' bindings; the bare-name map
+    // would only be read back and thrown away.
+    if (context.linking == LinkingMode::precise) analysis.imports.clear();
+    record = CachedFileResult{std::move(fileHash),       std::move(analysis.symbols),     std::move(analysis.imports),
+                              std::move(analysis.calls), std::move(analysis.diagnostics), std::move(analysis.sites),
+                              std::move(analysis.facts)};
+    context.cache.saveFile(record, context.root, file.relPath);
+}
+
+}  // namespace
+
 bool parseAndCache(const EnumeratedFile& file, const FileAnalysisContext& context, FileScratch& scratch) {
     if (context.isCancelled && context.isCancelled()) throw ScanError(ScanError::Kind::cancelled);
 
@@ -79,20 +101,5 @@ void analyseAndStore(const EnumeratedFile& file, std::string_view bytes, std::st
     analyseTextAndStore(file, analysableText(bytes), std::move(fileHash), context, record);
 }
 
-void analyseTextAndStore(const EnumeratedFile& file, std::u16string_view text, std::string fileHash,
-                         const FileAnalysisContext& context, CachedFileResult& record) {
-    auto plugin = context.pluginByExt.find(file.ext);
-    if (context.stats) ++context.stats->parsed;
-    FileAnalysisResult analysis =
-        analyzeSource(*plugin->second, file, text, context.root, context.tsconfig, context.linking, context.packages);
-
-    // Precise linking finds imported names through the facts' bindings; the bare-name map
-    // would only be read back and thrown away.
-    if (context.linking == LinkingMode::precise) analysis.imports.clear();
-    record = CachedFileResult{std::move(fileHash),       std::move(analysis.symbols),     std::move(analysis.imports),
-                              std::move(analysis.calls), std::move(analysis.diagnostics), std::move(analysis.sites),
-                              std::move(analysis.facts)};
-    context.cache.saveFile(record, context.root, file.relPath);
-}
 
 }  // namespace vantrel

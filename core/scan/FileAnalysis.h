@@ -74,9 +74,6 @@ struct FileScratch {
 // when no plugin takes the file's extension. Throws as analyzeSource does.
 void analyseAndStore(const EnumeratedFile& file, std::string_view bytes, std::string fileHash,
                      const FileAnalysisContext& context, CachedFileResult& record);
-// The same from the text analysableText gave; the plugin of the file's extension must exist.
-void analyseTextAndStore(const EnumeratedFile& file, std::u16string_view text, std::string fileHash,
-                         const FileAnalysisContext& context, CachedFileResult& record);
 // The text a file's bytes are analysed as: empty when they are not UTF-8 or too large.
 std::u16string analysableText(std::string_view bytes);
 
