@@ -82,6 +82,7 @@ void ProjectStore::reset() {
     write(ir_, std::nullopt, &ProjectStore::irChanged);
     write(allSymbolIdsSorted_, SymbolIdList{}, &ProjectStore::allSymbolIdsSortedChanged);
     write(selectedSymbolId_, std::nullopt, &ProjectStore::selectedSymbolIdChanged);
+    selectionAwaitingReturn_.reset();
     write(impactLevels_, ImpactLevels{}, &ProjectStore::impactLevelsChanged);
     write(downstreamContext_, IdSet{}, &ProjectStore::downstreamContextChanged);
     write(nodePositions_, NodePositions{}, &ProjectStore::nodePositionsChanged);

@@ -310,6 +310,10 @@ private:
     VantrelConfig config_ = VantrelConfig::defaultConfig();
     bool showOnboardingOverlay_ = false;
     OptionalSymbolId selectedSymbolId_;
+    // A selection a live update took away: selected again if its symbol comes back
+    // before the user chooses anything else (a save caught half-written, a body
+    // commented out for a moment).
+    OptionalSymbolId selectionAwaitingReturn_;
     ImpactLevels impactLevels_;
     IdSet downstreamContext_;
     NodePositions nodePositions_;

@@ -171,8 +171,10 @@ void ProjectStore::applyLiveState(int state, const QString& message) {
 }
 
 // A new graph of the same project: what the user set up stays, the selection as long as
-// its symbol does. Base positions are laid out again only when the set of symbols
-// changed, so that an edit of a body leaves every node where it was.
+// its symbol does, and again when the symbol comes back; collapsed ids are kept for the
+// same reason (the canvas ignores ids it has no node for). Base positions are laid out
+// again only when the set of symbols changed, so that an edit of a body leaves every
+// node where it was.
 void ProjectStore::applyLiveGraph(std::shared_ptr<ProjectIR> graph) {
     if (!ir_ || scanState_.kind != ScanState::Kind::ready) return;
     SymbolIdList ids;
@@ -183,16 +185,17 @@ void ProjectStore::applyLiveGraph(std::shared_ptr<ProjectIR> graph) {
     if (!sameSymbols) {
         write(nodePositions_, computeForceLayout(*ir_), &ProjectStore::nodePositionsChanged);
         write(allSymbolIdsSorted_, std::move(ids), &ProjectStore::allSymbolIdsSortedChanged);
-        IdSet collapsed;
-        for (const std::string& id : collapsedNodes_)
-            if (ir_->symbols.count(id)) collapsed.insert(id);
-        if (collapsed != collapsedNodes_) write(collapsedNodes_, std::move(collapsed), &ProjectStore::collapsedNodesChanged);
     }
     if (selectedSymbolId_ && ir_->symbols.count(*selectedSymbolId_)) {
         const std::string id = *selectedSymbolId_;  // applySelection writes the field it reads
         applySelection(id);
     } else if (selectedSymbolId_) {
+        std::string gone = *selectedSymbolId_;
         applyClearSelection();
+        selectionAwaitingReturn_ = std::move(gone);
+    } else if (selectionAwaitingReturn_ && ir_->symbols.count(*selectionAwaitingReturn_)) {
+        const std::string id = *selectionAwaitingReturn_;
+        applySelection(id);
     }
     recomputeDiffIfPossible();
     if (workingChangesMode_) requestWorkingChanges();

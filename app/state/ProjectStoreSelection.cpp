@@ -21,6 +21,7 @@ void ProjectStore::clearSelection() {
 
 void ProjectStore::applySelection(const std::string& symbolId) {
     if (!ir_) return;
+    selectionAwaitingReturn_.reset();
     write(selectedSymbolId_, symbolId, &ProjectStore::selectedSymbolIdChanged);
     write(impactLevels_, calculateBlastRadius(symbolId, *ir_, config_.maxDepth), &ProjectStore::impactLevelsChanged);
     auto symbol = ir_->symbols.find(symbolId);
@@ -29,6 +30,7 @@ void ProjectStore::applySelection(const std::string& symbolId) {
 }
 
 void ProjectStore::applyClearSelection() {
+    selectionAwaitingReturn_.reset();
     write(selectedSymbolId_, std::nullopt, &ProjectStore::selectedSymbolIdChanged);
     write(impactLevels_, ImpactLevels{}, &ProjectStore::impactLevelsChanged);
     write(downstreamContext_, IdSet{}, &ProjectStore::downstreamContextChanged);

@@ -127,15 +127,33 @@ private slots:
         QVERIFY(selectionWrites >= 1);
         QCOMPARE(f.store.allSymbolIdsSorted().size(), std::size_t{15});
 
-        // A selected symbol that goes away takes the selection with it.
+        // A selected symbol that goes away takes the selection with it; when it comes back
+        // (a save caught half-written), the selection and its collapse come back too.
+        const char* kStrings =
+            "export function run() {\n  return pad('x');\n}\n\nexport function pad(text: string) {\n"
+            "  return text.padStart(4);\n}\n";
+        const char* kStringsWithoutRun = "export function pad(text: string) {\n  return text.padStart(4);\n}\n";
         f.store.select(kStringsRun);
         QTRY_VERIFY_WITH_TIMEOUT(f.store.selectedSymbolId() == OptionalSymbolId(kStringsRun), kLongWait);
-        f.dir.write("project/src/lib/strings.ts",
-                    "export function pad(text: string) {\n  return text.padStart(4);\n}\n");
+        f.store.toggleCollapsedSelected();
+        f.dir.write("project/src/lib/strings.ts", kStringsWithoutRun);
         QTRY_VERIFY_WITH_TIMEOUT(f.store.ir() && !f.store.ir()->symbols.count(kStringsRun), kLongWait);
         QVERIFY(!f.store.selectedSymbolId());
         QVERIFY(f.store.impactLevels().empty());
         QVERIFY(f.store.ir()->symbols.count(kPad));
+        f.dir.write("project/src/lib/strings.ts", kStrings);
+        QTRY_VERIFY_WITH_TIMEOUT(f.store.selectedSymbolId() == OptionalSymbolId(kStringsRun), kLongWait);
+        QCOMPARE(f.store.collapsedNodes(), (IdSet{kAdd, kStringsRun}));
+
+        // Not when the user has chosen another symbol meanwhile.
+        f.dir.write("project/src/lib/strings.ts", kStringsWithoutRun);
+        QTRY_VERIFY_WITH_TIMEOUT(f.store.ir() && !f.store.ir()->symbols.count(kStringsRun), kLongWait);
+        f.store.select(kPad);
+        QTRY_VERIFY_WITH_TIMEOUT(f.store.selectedSymbolId() == OptionalSymbolId(kPad), kLongWait);
+        f.dir.write("project/src/lib/strings.ts", kStrings);
+        QTRY_VERIFY_WITH_TIMEOUT(f.store.ir() && f.store.ir()->symbols.count(kStringsRun), kLongWait);
+        settle();
+        QCOMPARE(f.store.selectedSymbolId(), OptionalSymbolId(kPad));
     }
 
     // A project file written while the project is watched: the next scan takes its
