@@ -31,6 +31,11 @@ namespace vantrel {
 
 namespace {
 
+// Paths and case-folded names, each as a number the index gave it.
+struct Reads {
+    std::vector<std::uint32_t> files, names;
+};
+
 // What the index keeps of one file between updates.
 struct FileState {
     std::string relPath;
@@ -41,6 +46,9 @@ struct FileState {
     std::vector<std::string> words;                 // of its imports, sorted: see importWords
     std::string factsKey;                           // precise linking: the hash of its facts
     detail::FileSites sites;                        // precise linking: its call sites, compactly
+    // Precise linking: what resolving its sites read, and what resolving its classes'
+    // bases read (see LinkReads), as interned paths and names, sorted.
+    Reads siteReads, baseReads;
 };
 
 void addWords(std::string_view text, std::vector<std::string>& out) {
@@ -58,7 +66,8 @@ void addWords(std::string_view text, std::vector<std::string>& out) {
     flush(text.size());
 }
 
-void sortUnique(std::vector<std::string>& list) {
+template <typename T>
+void sortUnique(std::vector<T>& list) {
     std::sort(list.begin(), list.end());
     list.erase(std::unique(list.begin(), list.end()), list.end());
 }
@@ -105,7 +114,8 @@ std::vector<std::string> namingWords(const std::string& relPath) {
     return words;
 }
 
-bool intersects(const std::vector<std::string>& a, const std::vector<std::string>& b) {
+template <typename T>
+bool intersects(const std::vector<T>& a, const std::vector<T>& b) {
     auto i = a.begin();
     auto j = b.begin();
     while (i != a.end() && j != b.end()) {
@@ -147,6 +157,13 @@ FileState stateOf(const std::string& relPath, CachedFileResult& record) {
     return state;
 }
 
+// A file an update reads afresh.
+struct FreshFile {
+    std::string rel;
+    std::string bytes;
+    std::string hash;
+};
+
 std::string_view nameOf(std::string_view id) {
     auto named = idNameAndFileLength(id);
     return named ? named->first : std::string_view();
@@ -186,6 +203,10 @@ struct IncrementalScan::State {
     std::unique_ptr<detail::PreciseLinker> linker;
     detail::SiteWriter siteWriter;  // the sites of files analysed by updates
     std::string siteScratch;
+    // Precise linking: the numbers of paths and of names in the files' reads. Known once
+    // every file's sites have been resolved with their reads noted.
+    std::unordered_map<std::string, std::uint32_t> pathNumbers, nameNumbers;
+    bool readsKnown = false;
 
     State(const SymbolScanner& s, std::string r, VantrelConfig c, std::int64_t p)
         : scanner(s),
@@ -362,23 +383,60 @@ struct IncrementalScan::State {
         }
     }
 
-    // The facts of every file, and the linker over them.
+    static std::uint32_t number(std::unordered_map<std::string, std::uint32_t>& numbers, std::string text) {
+        return numbers.try_emplace(std::move(text), static_cast<std::uint32_t>(numbers.size())).first->second;
+    }
+    static std::string folded(std::string_view name) {
+        std::string out(name);
+        for (char& c : out) c = asciiLower(c);
+        return out;
+    }
+    // Names are compared without case, as the linker looks classes up both ways.
+    std::uint32_t nameNumber(std::string_view name) { return number(nameNumbers, folded(name)); }
+    std::uint32_t pathNumber(std::string_view path) { return number(pathNumbers, std::string(path)); }
+
+    Reads numbered(detail::LinkReads& reads) {
+        sortUnique(reads.files);
+        sortUnique(reads.names);
+        Reads out;
+        out.files.reserve(reads.files.size());
+        for (const detail::FileEntry* file : reads.files) out.files.push_back(pathNumber(file->path));
+        for (std::string_view name : reads.names) out.names.push_back(nameNumber(name));
+        sortUnique(out.files);
+        sortUnique(out.names);
+        return out;
+    }
+
+    // The facts of every file, and the linker over them; each file's bases' reads noted.
     void makeLinker(std::vector<std::unique_ptr<detail::FileEntry>>& entries) {
         facts = std::make_unique<detail::ProjectFacts>();
         for (auto& entry : entries)
             if (entry) facts->add(std::move(entry));
         facts->finish();
-        linker = std::make_unique<detail::PreciseLinker>(*facts, index);
+        for (auto& [rel, state] : files) state.baseReads = {};
+        linker = std::make_unique<detail::PreciseLinker>(
+            *facts, index, [&](const detail::FileEntry& file, const detail::LinkReads& reads) {
+                auto state = files.find(std::string(file.path));
+                if (state == files.end()) return;
+                detail::LinkReads copy = reads;
+                state->second.baseReads = numbered(copy);
+            });
     }
 
-    // A file's sites wired as the precise link walk wires them.
-    void wireSites(const detail::FileSites& compact, const std::string& relPath) {
-        const detail::FileEntry* file = linker->file(relPath);
-        if (!file) return;
+    // A file's sites wired as the precise link walk wires them (or only resolved, for
+    // their reads, when the graph has their edges already), their reads noted.
+    void linkFile(FileState& state, bool addEdges = true) {
+        const detail::FileEntry* file = linker->file(state.relPath);
+        if (!file) {
+            state.siteReads = {};
+            return;
+        }
+        detail::LinkReads reads;
+        linker->collectReads(&reads);
         SymbolMap::iterator caller = ir.symbols.end();
         detail::ClassRef self;
-        compact.forEach(
-            relPath,
+        state.sites.forEach(
+            state.relPath,
             [&](std::string_view callerId, std::string_view klass) {
                 caller = ir.symbols.find(callerId);
                 self = detail::PreciseLinker::enclosingClass(*file, klass);
@@ -386,12 +444,113 @@ struct IncrementalScan::State {
             [&](CallForm form, std::string_view callee) {
                 if (caller == ir.symbols.end()) return;
                 const NameCandidate* target = linker->resolve(form, callee, *file, self);
-                if (!target || target->id == caller->first) return;
+                if (!addEdges || !target || target->id == caller->first) return;
                 caller->second.refsOut.insert(std::string(target->id));
                 target->symbol->refsIn.insert(caller->first);
                 touch(caller->first);
                 touch(target->id);
             });
+        linker->collectReads(nullptr);
+        state.siteReads = numbered(reads);
+    }
+
+    using Entries = std::map<std::string, std::unique_ptr<detail::FileEntry>>;
+
+    // The facts' files by path, handed back for a new index (the linker goes with them).
+    Entries releaseFacts() {
+        linker.reset();
+        Entries entries;
+        for (auto& entry : facts->release()) {
+            std::string path(entry->path);
+            entries.emplace(std::move(path), std::move(entry));
+        }
+        return entries;
+    }
+    void remakeLinker(Entries& entries) {
+        std::vector<std::unique_ptr<detail::FileEntry>> all;
+        all.reserve(entries.size());
+        for (auto& [path, entry] : entries) all.push_back(std::move(entry));
+        makeLinker(all);
+    }
+
+    // What a file declares to the project-wide look-ups, by name: its classes, each
+    // class's methods (the sole declarer of a method), its symbols (the name index). A look-up's answer can change only with a
+    // name whose entries came or went; one whose entries stayed leads to the same classes
+    // and symbols, whose contents a resolution reads through their files.
+    static std::vector<std::string> declarations(const detail::FileEntry* entry, const std::vector<std::string>& ids) {
+        std::vector<std::string> out;
+        if (entry)
+            for (const auto& klass : entry->classes) {
+                out.push_back("c " + std::string(klass.name));
+                for (const auto& method : klass.methods)
+                    out.push_back("m " + std::string(klass.name) + " " + std::string(method.name));
+            }
+        for (const auto& id : ids) out.push_back("s " + id);
+        std::sort(out.begin(), out.end());
+        return out;
+    }
+    // The numbers of the names whose declarations differ between `before` and `after`.
+    void namesThatDiffer(const std::vector<std::string>& before, const std::vector<std::string>& after,
+                         std::vector<std::uint32_t>& out) {
+        std::vector<std::string> differing;
+        std::set_symmetric_difference(before.begin(), before.end(), after.begin(), after.end(),
+                                      std::back_inserter(differing));
+        for (const auto& entry : differing) {
+            std::string_view name(entry);
+            name.remove_prefix(2);
+            if (entry[0] == 'm') name.remove_prefix(name.find(' ') + 1);
+            if (entry[0] == 's') name = nameOf(name);
+            if (auto it = nameNumbers.find(folded(name)); it != nameNumbers.end()) out.push_back(it->second);
+        }
+    }
+
+    // A save changed the facts or ids of existing files, and no file came or went. A site
+    // resolves otherwise only if it read a saved file, a file whose bases read one, or a
+    // name whose declarations the save changed (see declarations): only
+    // those files' sites are linked again. Names no site has read have no number yet, and
+    // need none. Returns how many files were linked again.
+    std::size_t relinkAfterDeclarationsChanged(const std::vector<FreshFile>& fresh,
+                                               std::vector<CachedFileResult>& records,
+                                               std::vector<FileState>& states) {
+        std::vector<std::unique_ptr<detail::FileEntry>> made(fresh.size());
+        std::vector<std::uint32_t> names, paths;
+        for (std::size_t i = 0; i < fresh.size(); ++i) {
+            made[i] = detail::FileEntry::make(fresh[i].rel, records[i].facts);
+            namesThatDiffer(declarations(facts->file(fresh[i].rel), files.at(fresh[i].rel).ids),
+                            declarations(made[i].get(), states[i].ids), names);
+            paths.push_back(pathNumber(fresh[i].rel));
+        }
+        sortUnique(names);
+        sortUnique(paths);
+        auto reads = [&](const Reads& r) { return intersects(r.files, paths) || intersects(r.names, names); };
+        // A class whose bases read what changed may stand on other bases now.
+        std::vector<std::uint32_t> changed = paths;
+        for (const auto& [rel, state] : files)
+            if (reads(state.baseReads)) changed.push_back(pathNumber(rel));
+        sortUnique(changed);
+        std::vector<std::string> relink;
+        for (const auto& [rel, state] : files)
+            if (intersects(state.siteReads.files, changed) || intersects(state.siteReads.names, names))
+                relink.push_back(rel);
+        for (const auto& f : fresh) relink.push_back(f.rel);
+        sortUnique(relink);
+
+        for (std::size_t i = 0; i < fresh.size(); ++i) {
+            auto ids = symbolsById(records[i]);
+            placeSymbols(fresh[i].rel, &ids);
+        }
+        Entries entries = releaseFacts();
+        for (std::size_t i = 0; i < fresh.size(); ++i) {
+            entries[fresh[i].rel] = std::move(made[i]);
+            forgetFile(fresh[i].rel);
+            indexFile(std::move(states[i]));
+        }
+        index = symbolNameIndex(ir);
+        remakeLinker(entries);
+        for (const auto& rel : relink)
+            for (const auto& id : files.at(rel).ids) unlinkOutgoing(id);
+        for (const auto& rel : relink) linkFile(files.at(rel));
+        return relink.size();
     }
 
     void rebuildDiagnostics() {
@@ -453,7 +612,12 @@ void IncrementalScan::scanAll(const ProgressCallback& progress, const CancelChec
     s.index = symbolNameIndex(s.ir);
     s.linker.reset();
     s.facts.reset();
-    if (precise) s.makeLinker(entries);
+    s.readsKnown = false;
+    if (precise) {
+        s.makeLinker(entries);
+        for (auto& [rel, state] : s.files) s.linkFile(state, false);
+        s.readsKnown = true;
+    }
 
     // Files that came or went since the index last saw the project: the records of the files
     // whose imports name them were kept for their bytes alone, so they are analysed again.
@@ -518,12 +682,7 @@ IncrementalChanges IncrementalScan::update(const std::vector<std::string>& reque
     }
 
     // 2. What happened to each: read and hashed; the same bytes are no change.
-    struct Fresh {
-        std::string rel;
-        std::string bytes;
-        std::string hash;
-    };
-    std::vector<Fresh> fresh;
+    std::vector<FreshFile> fresh;
     for (const auto& rel : candidates) {
         const bool known = s.files.count(rel) > 0;
         const std::string absolute = appendPathComponent(s.root, rel);
@@ -613,11 +772,15 @@ IncrementalChanges IncrementalScan::update(const std::vector<std::string>& reque
                     if (kept.range != symbol->range) s.touch(id);
                     kept.range = symbol->range;
                 }
+                states[i].baseReads = s.files.at(fresh[i].rel).baseReads;  // its facts are the same
                 s.forgetFile(fresh[i].rel);
                 s.indexFile(std::move(states[i]));
             }
-            for (const auto& f : fresh) s.wireSites(s.files.at(f.rel).sites, f.rel);
+            for (const auto& f : fresh) s.linkFile(s.files.at(f.rel));
             out.relinkedFiles = fresh.size();
+            out.touchedIds.assign(s.touched.begin(), s.touched.end());
+        } else if (s.readsKnown && out.added.empty() && out.removed.empty()) {
+            out.relinkedFiles = s.relinkAfterDeclarationsChanged(fresh, records, states);
             out.touchedIds.assign(s.touched.begin(), s.touched.end());
         } else {
             // Otherwise the facts are indexed again, with the saved files' new ones, and every
@@ -628,11 +791,7 @@ IncrementalChanges IncrementalScan::update(const std::vector<std::string>& reque
                 auto ids = symbolsById(records[i]);
                 s.placeSymbols(fresh[i].rel, &ids);
             }
-            std::map<std::string, std::unique_ptr<detail::FileEntry>> entries;
-            for (auto& entry : s.facts->release()) {
-                std::string path(entry->path);
-                entries.emplace(std::move(path), std::move(entry));
-            }
+            auto entries = s.releaseFacts();
             for (const auto& rel : out.removed) {
                 entries.erase(rel);
                 s.forgetFile(rel);
@@ -642,16 +801,14 @@ IncrementalChanges IncrementalScan::update(const std::vector<std::string>& reque
                 s.forgetFile(fresh[i].rel);
                 s.indexFile(std::move(states[i]));
             }
-            s.linker.reset();
-            std::vector<std::unique_ptr<detail::FileEntry>> all;
-            for (auto& [path, entry] : entries) all.push_back(std::move(entry));
             s.index = symbolNameIndex(s.ir);
-            s.makeLinker(all);
+            s.remakeLinker(entries);
             for (auto& [id, symbol] : s.ir.symbols) {
                 symbol.refsIn.clear();
                 symbol.refsOut.clear();
             }
-            for (const auto& [rel, state] : s.files) s.wireSites(state.sites, rel);
+            for (auto& [rel, state] : s.files) s.linkFile(state);
+            s.readsKnown = true;
             s.trackTouched = true;
             out.relinkedFiles = s.files.size();
             out.allTouched = true;

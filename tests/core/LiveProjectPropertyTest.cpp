@@ -352,6 +352,61 @@ TEST(LiveProjectTest, UpdatesOnlyWhatAChangeCanReach) {
     EXPECT_TRUE(live.update({"node_modules/x/index.js", "notes.txt", ".git/HEAD"}).empty());
 }
 
+// Precise linking: a save that changes declarations links again only the files whose
+// resolutions read what changed, worked out by hand here.
+TEST(LiveProjectTest, PreciseDeclarationSavesRelinkOnlyTheFilesThatReadThem) {
+    testing::TempDir dir;
+    testing::TempDir support;
+    dir.write("p/base.ts", "export class Base {\n  greet() {}\n}\n");
+    dir.write("p/shape.ts", "import { Base } from './base';\nexport class Shape extends Base {\n  area() { return 0; }\n}\n");
+    dir.write("p/use.ts", "import { Shape } from './shape';\nexport function draw() {\n  new Shape().greet();\n}\n");
+    dir.write("p/poke.ts", "export function poke(x: any) {\n  x.spin();\n}\n");
+    dir.write("p/far.ts", "export function far() {\n  helper();\n}\nfunction helper() {}\n");
+    dir.write("p/root.ts", "export function unrelated() {}\n");
+    dir.write("p/kid.ts", "import { Root } from './root';\nexport class Kid extends Root {}\n");
+    dir.write("p/call.ts", "import { Kid } from './kid';\nexport function call() {\n  new Kid().wave();\n}\n");
+    LiveProjectOptions options;
+    options.root = dir.at("p");
+    options.loadConfig = [] {
+        VantrelConfig config;
+        config.linking = LinkingMode::precise;
+        return config;
+    };
+    LiveProject live(SymbolScanner(SymbolScanner::defaultPlugins(), ProjectCache(support.path())), options);
+    live.open();
+    const auto& symbols = live.graph().symbols;
+    EXPECT_EQ(symbols.at("use.ts:draw:function").refsOut, IdSet{"base.ts:greet:method"});
+    EXPECT_TRUE(symbols.at("poke.ts:poke:function").refsOut.empty());
+
+    // Base gains `spin`, now the one method of that name: base.ts itself, use.ts (Shape's
+    // base is read through base.ts) and poke.ts (it asked who declares `spin`); not far.ts.
+    dir.write("p/base.ts", "export class Base {\n  greet() {}\n  spin() {}\n}\n");
+    LiveUpdate spin = live.update({"base.ts"});
+    EXPECT_EQ(spin.reanalysed, std::vector<std::string>{"base.ts"});
+    EXPECT_EQ(spin.relinkedFiles, 3u);
+    EXPECT_FALSE(spin.allTouched);
+    EXPECT_EQ(live.graph().symbols.at("poke.ts:poke:function").refsOut, IdSet{"base.ts:spin:method"});
+    EXPECT_EQ(live.graph().symbols.at("use.ts:draw:function").refsOut, IdSet{"base.ts:greet:method"});
+    EXPECT_EQ(live.graph().symbols.at("far.ts:far:function").refsOut, IdSet{"far.ts:helper:function"});
+
+    // Shape overrides greet: shape.ts and use.ts, which reads it; draw now reaches Shape's.
+    dir.write("p/shape.ts", "import { Base } from './base';\nexport class Shape extends Base {\n"
+                            "  area() { return 0; }\n  greet() {}\n}\n");
+    LiveUpdate greet = live.update({"shape.ts"});
+    EXPECT_EQ(greet.relinkedFiles, 2u);
+    EXPECT_EQ(live.graph().symbols.at("use.ts:draw:function").refsOut, IdSet{"shape.ts:greet:method"});
+    EXPECT_TRUE(live.graph().symbols.at("base.ts:greet:method").refsIn.empty());
+
+    // root.ts comes to declare Kid's base: call.ts read only kid.ts (whose base was not in
+    // the project), but kid.ts's base is read through root.ts, so call.ts is linked again.
+    EXPECT_TRUE(live.graph().symbols.at("call.ts:call:function").refsOut.empty());
+    dir.write("p/root.ts", "export class Root {\n  wave() {}\n}\n");
+    LiveUpdate root = live.update({"root.ts"});
+    EXPECT_EQ(root.relinkedFiles, 2u);
+    EXPECT_EQ(live.graph().symbols.at("call.ts:call:function").refsOut, IdSet{"root.ts:wave:method"});
+    EXPECT_EQ(firstDifference(live.graph(), fullScanWithoutCache(dir.at("p"), LinkingMode::precise)), "");
+}
+
 // Files added and removed while nothing watched: the records of the files importing them
 // were kept for their bytes, so opening the project again must analyse those afresh.
 TEST(LiveProjectTest, OpeningAgainCatchesUpWithFilesThatCameOrWentMeanwhile) {

@@ -218,17 +218,37 @@ std::size_t lastStep(std::string_view expression) {
     return dot == std::string_view::npos || dot < skip ? std::string_view::npos : dot;
 }
 
-struct Found {
+}  // namespace
+
+struct PreciseLinker::Found {
     ClassRef owner;
     const TypedRef* entry = nullptr;
     bool external = false;  // the search met a base outside the project
 };
 
+PreciseLinker::PreciseLinker(ProjectFacts& facts, const SymbolNameIndex& index, const BaseReadsSink& baseReads)
+    : facts_(facts), index_(index) {
+    if (!baseReads) {
+        facts_.resolveBases([&](const FileEntry& file, std::string_view base) { return resolveBase(file, base); });
+        return;
+    }
+    LinkReads reads;
+    reads_ = &reads;
+    facts_.resolveBases([&](const FileEntry& file, std::string_view base) { return resolveBase(file, base); },
+                        [&](const FileEntry& file) {
+                            if (!file.bases.empty()) baseReads(file, reads);
+                            reads.clear();
+                        });
+    reads_ = nullptr;
+}
+
 // `name` among the methods (or fields) of `klass` and then of its bases, depth first
 // and left to right.
-Found findMember(const ProjectFacts& facts, ClassRef klass, std::string_view name, bool methods, int& budget) {
+PreciseLinker::Found PreciseLinker::findMember(ClassRef klass, std::string_view name, bool methods,
+                                               int& budget) const {
     Found found;
     if (!klass || --budget < 0) return found;
+    readFile(*klass.file);
     const auto& list = methods ? klass.facts->methods : klass.facts->fields;
     for (const auto& entry : list)
         if (entry.name == name) return Found{klass, &entry, false};
@@ -237,17 +257,11 @@ Found findMember(const ProjectFacts& facts, ClassRef klass, std::string_view nam
             found.external = true;
             continue;
         }
-        Found inBase = findMember(facts, base.klass, name, methods, budget);
+        Found inBase = findMember(base.klass, name, methods, budget);
         if (inBase.entry) return inBase;
         found.external = found.external || inBase.external;
     }
     return found;
-}
-
-}  // namespace
-
-PreciseLinker::PreciseLinker(ProjectFacts& facts, const SymbolNameIndex& index) : facts_(facts), index_(index) {
-    facts_.resolveBases([&](const FileEntry& file, std::string_view base) { return resolveBase(file, base); });
 }
 
 BaseRef PreciseLinker::resolveBase(const FileEntry& file, std::string_view expression) const {
@@ -261,6 +275,7 @@ BaseRef PreciseLinker::resolveBase(const FileEntry& file, std::string_view expre
 PreciseLinker::Value PreciseLinker::evaluate(std::string_view expression, const FileEntry& file, ClassRef self,
                                              int& budget) const {
     if (expression.empty()) return Value::of(Kind::unknown);
+    readFile(file);
     auto [first, rest] = splitHead(expression);
     // A dotted import (`import a.b`) binds "a.b" itself: the longest bound prefix wins.
     if (file.dottedImports && !rest.empty() && rest.front() == '.') {
@@ -303,6 +318,7 @@ PreciseLinker::Value PreciseLinker::head(std::string_view head, const FileEntry&
     if (head == "cls") return self ? Value::ofClass(Kind::klass, self) : Value::of(Kind::unknown);
     if (head == "super") {
         if (!self) return Value::of(Kind::unknown);
+        readFile(*self.file);
         const auto& bases = ProjectFacts::basesOf(self);
         if (bases.empty()) return Value::of(Kind::external);  // `object`, or a base not written down
         if (bases.front().external) return Value::of(Kind::external);
@@ -319,6 +335,7 @@ PreciseLinker::Value PreciseLinker::head(std::string_view head, const FileEntry&
 
 PreciseLinker::Value PreciseLinker::lookUp(const FileEntry& file, std::string_view name, int& budget) const {
     if (--budget < 0) return Value::of(Kind::unknown);
+    readFile(file);
     if (const auto* found = file.klass(name)) return Value::ofClass(Kind::klass, ClassRef{&file, found});
     if (const auto* found = file.function(name)) return Value{Kind::function, &file, nullptr, found};
     if (const auto* found = file.import(name)) {
@@ -338,6 +355,7 @@ PreciseLinker::Value PreciseLinker::lookUp(const FileEntry& file, std::string_vi
     }
     if (isBuiltin(name, file.python)) return Value::of(Kind::external);
     // A class that no import names: in the project, when exactly one class has the name.
+    readName(name);
     if (auto classes = facts_.classesNamed(name, file.python); classes.size() == 1)
         return Value::ofClass(Kind::klass, classes.front());
     return Value::of(Kind::unknown);
@@ -345,6 +363,7 @@ PreciseLinker::Value PreciseLinker::lookUp(const FileEntry& file, std::string_vi
 
 PreciseLinker::Value PreciseLinker::moduleMember(const FileEntry& module, std::string_view name, int& budget) const {
     if (--budget < 0) return Value::of(Kind::unknown);
+    readFile(module);
     if (const auto* found = module.klass(name)) return Value::ofClass(Kind::klass, ClassRef{&module, found});
     if (const auto* found = module.function(name)) return Value{Kind::function, &module, nullptr, found};
     if (const auto* found = module.variable(name)) return evaluate(found->type, module, ClassRef{}, budget);
@@ -382,6 +401,7 @@ PreciseLinker::Value PreciseLinker::moduleMember(const FileEntry& module, std::s
 PreciseLinker::Value PreciseLinker::unwrapModule(const Value& value, int& budget) const {
     if (value.kind != Kind::module) return value;
     const FileEntry& module = *value.file;
+    readFile(module);
     for (std::string_view whole : {std::string_view("module.exports"), std::string_view("default")}) {
         if (const auto* found = module.variable(whole)) return evaluate(found->type, module, ClassRef{}, budget);
         if (module.exported(whole)) return moduleMember(module, whole, budget);
@@ -399,9 +419,9 @@ PreciseLinker::Value PreciseLinker::member(const Value& value, std::string_view 
         }
         case Kind::klass:
         case Kind::instance: {
-            Found method = findMember(facts_, value.classRef(), name, true, budget);
+            Found method = findMember(value.classRef(), name, true, budget);
             if (method.entry) return Value{Kind::method, method.owner.file, method.owner.facts, method.entry};
-            Found field = findMember(facts_, value.classRef(), name, false, budget);
+            Found field = findMember(value.classRef(), name, false, budget);
             if (field.entry) {
                 Value held = evaluate(field.entry->type, *field.owner.file, field.owner, budget);
                 return held.kind == Kind::unknown && (method.external || field.external) ? Value::of(Kind::external)
@@ -432,6 +452,7 @@ PreciseLinker::Value PreciseLinker::call(const Value& value, int& budget) const 
 // The candidates of a name come by file path, so the file's are found by halves.
 const NameCandidate* PreciseLinker::symbolIn(const FileEntry& file, std::string_view name, bool method,
                                              bool klass) const {
+    readName(name);
     std::span<const NameCandidate> candidates = index_.candidates(name);
     auto first = std::partition_point(candidates.begin(), candidates.end(),
                                       [&](const NameCandidate& c) { return c.filePath() < file.path; });
@@ -447,7 +468,7 @@ const NameCandidate* PreciseLinker::symbolIn(const FileEntry& file, std::string_
 
 const NameCandidate* PreciseLinker::constructorOf(ClassRef klass, int& budget) const {
     const std::string_view name = klass.file->python ? "__init__" : "constructor";
-    Found found = findMember(facts_, klass, name, true, budget);
+    Found found = findMember(klass, name, true, budget);
     if (found.entry) return symbolIn(*found.owner.file, name, true, false);
     if (found.external) return nullptr;  // built by a constructor outside the project
     return klass.file->python ? symbolIn(*klass.file, klass.facts->name, false, true) : nullptr;
@@ -477,10 +498,12 @@ const NameCandidate* PreciseLinker::resolve(CallForm form, std::string_view call
     const FileEntry* file = &caller;
     const std::string_view path = caller.path;
     int budget = kSiteBudget;
+    readFile(caller);
 
     switch (form) {
         case CallForm::superCall: {
             if (!self) return nullptr;
+            readFile(*self.file);
             const auto& bases = ProjectFacts::basesOf(self);
             if (bases.empty() || bases.front().external) return nullptr;
             return constructorOf(bases.front().klass, budget);
@@ -500,6 +523,7 @@ const NameCandidate* PreciseLinker::resolve(CallForm form, std::string_view call
             // across files (scripts that share globals) and the caller's own file. Its imports
             // step has nothing to add: an imported name is known to the file.
             static const std::map<std::string, std::string> noImports;
+            readName(callee);
             return resolveCallee(std::string(callee), noImports, path, index_);
         }
         return target(value, budget);
@@ -511,9 +535,10 @@ const NameCandidate* PreciseLinker::resolve(CallForm form, std::string_view call
         receiverText.find_first_of(".(") == std::string_view::npos) {
         // A local of unknown type named after a class (`subscriber` and `Subscriber`): that
         // class, when it is the only one so named and has the method.
+        readName(receiverText.substr(1));
         auto named = facts_.classesNamedLike(receiverText.substr(1), file->python);
         if (named.size() == 1) {
-            Found method = findMember(facts_, named.front(), name, true, budget);
+            Found method = findMember(named.front(), name, true, budget);
             if (method.entry) return symbolIn(*method.owner.file, name, true, false);
         }
     }
@@ -521,6 +546,7 @@ const NameCandidate* PreciseLinker::resolve(CallForm form, std::string_view call
         // The receiver's type is unknown: only a method name that one class declares links,
         // and none that the language's own types have.
         if (isBuiltinMethod(name, file->python)) return nullptr;
+        readName(name);
         if (auto sole = facts_.soleDeclarer(name, file->python)) return symbolIn(*sole->file, name, true, false);
         return nullptr;
     }

@@ -16,9 +16,11 @@
 // up in the graph.
 #pragma once
 
+#include <functional>
 #include <map>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "core/model/LinkFacts.h"
 #include "core/scan/internal/ProjectFacts.h"
@@ -26,11 +28,34 @@
 
 namespace vantrel::detail {
 
+// What resolutions read: the files whose facts they looked into, and the names they looked
+// up across the project (classes by name, with or without case, the sole declarer of a
+// method, the symbols of a name). Evaluation is a function of these alone, so a resolution
+// whose reads all stayed as they were gives what it gave before: live updates link again
+// only the sites whose reads a save touched. The files of the project as a set are not
+// recorded (what a binding's path names); a file added or removed is for the caller to see.
+struct LinkReads {
+    std::vector<const FileEntry*> files;
+    std::vector<std::string_view> names;  // as looked up: views into the facts, the sites or constants
+    void clear() {
+        files.clear();
+        names.clear();
+    }
+};
+
 class PreciseLinker {
 public:
+    // Given for each file with bases the reads that resolved them (over the linker's life,
+    // a file's bases depend on nothing else).
+    using BaseReadsSink = std::function<void(const FileEntry& file, const LinkReads& reads)>;
+
     // Resolves every class's bases into `facts` (finished); single-threaded. Both must
     // outlive the linker, which is then read-only and shared by the link walk's lanes.
-    PreciseLinker(ProjectFacts& facts, const SymbolNameIndex& index);
+    PreciseLinker(ProjectFacts& facts, const SymbolNameIndex& index, const BaseReadsSink& baseReads = {});
+
+    // From now on every resolution adds what it reads to `reads` (null: stop). While reads
+    // are collected, the linker serves one thread.
+    void collectReads(LinkReads* reads) { reads_ = reads; }
 
     // The caller's file among the facts; null for a file without facts.
     [[nodiscard]] const FileEntry* file(std::string_view path) const { return facts_.file(path); }
@@ -54,12 +79,22 @@ private:
     Value unwrapModule(const Value& value, int& budget) const;
     BaseRef resolveBase(const FileEntry& file, std::string_view expression) const;
 
+    struct Found;
+    Found findMember(ClassRef klass, std::string_view name, bool methods, int& budget) const;
+    void readFile(const FileEntry& file) const {
+        if (reads_) reads_->files.push_back(&file);
+    }
+    void readName(std::string_view name) const {
+        if (reads_) reads_->names.push_back(name);
+    }
+
     const NameCandidate* target(const Value& value, int& budget) const;
     const NameCandidate* constructorOf(ClassRef klass, int& budget) const;
     const NameCandidate* symbolIn(const FileEntry& file, std::string_view name, bool method, bool klass) const;
 
     ProjectFacts& facts_;
     const SymbolNameIndex& index_;
+    LinkReads* reads_ = nullptr;
 };
 
 }  // namespace vantrel::detail

@@ -187,12 +187,18 @@ public:
     // replaced some of them); the facts are empty afterwards.
     [[nodiscard]] std::vector<std::unique_ptr<FileEntry>> release();
     // Resolves every base expression of every class once, with `resolve(file, expression)`.
+    // `fileDone(file)` follows each file's bases, when given.
     template <typename Resolve>
     void resolveBases(Resolve&& resolve) {
+        resolveBases(std::forward<Resolve>(resolve), [](const FileEntry&) {});
+    }
+    template <typename Resolve, typename FileDone>
+    void resolveBases(Resolve&& resolve, FileDone&& fileDone) {
         for (auto& file : files_) {
             file->baseRefs.clear();
             file->baseRefs.reserve(file->bases.size());
             for (std::string_view base : file->bases) file->baseRefs.push_back(resolve(*file, base));
+            fileDone(*file);
         }
     }
 
