@@ -206,6 +206,7 @@ struct IncrementalScan::State {
     // Precise linking: the numbers of paths and of names in the files' reads. Known once
     // every file's sites have been resolved with their reads noted.
     std::unordered_map<std::string, std::uint32_t> pathNumbers, nameNumbers;
+    std::vector<std::string> numberedPaths;  // by number
     bool readsKnown = false;
 
     State(const SymbolScanner& s, std::string r, VantrelConfig c, std::int64_t p)
@@ -393,7 +394,11 @@ struct IncrementalScan::State {
     }
     // Names are compared without case, as the linker looks classes up both ways.
     std::uint32_t nameNumber(std::string_view name) { return number(nameNumbers, folded(name)); }
-    std::uint32_t pathNumber(std::string_view path) { return number(pathNumbers, std::string(path)); }
+    std::uint32_t pathNumber(std::string_view path) {
+        const std::uint32_t n = number(pathNumbers, std::string(path));
+        if (n == numberedPaths.size()) numberedPaths.emplace_back(path);
+        return n;
+    }
 
     Reads numbered(detail::LinkReads& reads) {
         sortUnique(reads.files);
@@ -414,13 +419,16 @@ struct IncrementalScan::State {
             if (entry) facts->add(std::move(entry));
         facts->finish();
         for (auto& [rel, state] : files) state.baseReads = {};
-        linker = std::make_unique<detail::PreciseLinker>(
-            *facts, index, [&](const detail::FileEntry& file, const detail::LinkReads& reads) {
-                auto state = files.find(std::string(file.path));
-                if (state == files.end()) return;
-                detail::LinkReads copy = reads;
-                state->second.baseReads = numbered(copy);
-            });
+        linker = std::make_unique<detail::PreciseLinker>(*facts, index, baseReadsSink());
+    }
+    // Notes what resolving a file's bases read.
+    detail::PreciseLinker::BaseReadsSink baseReadsSink() {
+        return [this](const detail::FileEntry& file, const detail::LinkReads& reads) {
+            auto state = files.find(std::string(file.path));
+            if (state == files.end()) return;
+            detail::LinkReads copy = reads;
+            state->second.baseReads = numbered(copy);
+        };
     }
 
     // A file's sites wired as the precise link walk wires them (or only resolved, for
@@ -452,6 +460,31 @@ struct IncrementalScan::State {
             });
         linker->collectReads(nullptr);
         state.siteReads = numbered(reads);
+    }
+
+    using NewIds = std::map<std::string, std::map<std::string, const Symbol*>>;  // file -> its ids now
+    using NamesIds = std::map<std::string, std::set<std::string>, std::less<>>;
+    // The index's groups of names whose ids an update changes are replaced, not the index
+    // made again. First, while the graph still holds the old ids, each name's ids are
+    // copied and its storage lent (see SymbolNameIndex::lendName) ...
+    NamesIds lendNames(const std::set<std::string>& names) {
+        NamesIds namesIds;
+        for (const auto& name : names) {
+            auto& ids = namesIds[name];
+            for (const auto& candidate : index.candidates(name)) ids.emplace(candidate.id);
+            index.lendName(name);
+        }
+        return namesIds;
+    }
+    // ... then, once the graph has the new ids, the groups are replaced.
+    void replaceNames(NamesIds& namesIds, const NewIds& newIds) {
+        for (const auto& [rel, ids] : newIds)
+            for (const auto& [id, symbol] : ids)
+                if (auto named = namesIds.find(nameOf(id)); named != namesIds.end()) named->second.insert(id);
+        bool patched = true;
+        for (const auto& [name, ids] : namesIds)
+            if (!(patched = index.replaceName(name, std::vector<std::string>(ids.begin(), ids.end()), ir))) break;
+        if (!patched) index = symbolNameIndex(ir);
     }
 
     using Entries = std::map<std::string, std::unique_ptr<detail::FileEntry>>;
@@ -522,31 +555,56 @@ struct IncrementalScan::State {
         }
         sortUnique(names);
         sortUnique(paths);
-        auto reads = [&](const Reads& r) { return intersects(r.files, paths) || intersects(r.names, names); };
-        // A class whose bases read what changed may stand on other bases now.
+
+        // The symbols, and the index's groups of the names of ids that came or went.
+        std::set<std::string> renamed;
+        NewIds newIds;
+        for (std::size_t i = 0; i < fresh.size(); ++i) {
+            const auto& before = files.at(fresh[i].rel).ids;
+            const auto& after = states[i].ids;
+            std::vector<std::string> differing;
+            std::set_symmetric_difference(before.begin(), before.end(), after.begin(), after.end(),
+                                          std::back_inserter(differing));
+            for (const auto& id : differing) renamed.emplace(nameOf(id));
+            newIds[fresh[i].rel] = symbolsById(records[i]);
+        }
+        NamesIds namesIds = lendNames(renamed);
+        for (const auto& [rel, ids] : newIds) placeSymbols(rel, &ids);
+        replaceNames(namesIds, newIds);
+
+        // The facts: the saved files' replaced, and the bases resolved again where they may
+        // differ now: the saved files', those that named their classes, and, until none is
+        // left, those whose resolution read a file among them or a name that changed.
         std::vector<std::uint32_t> changed = paths;
-        for (const auto& [rel, state] : files)
-            if (reads(state.baseReads)) changed.push_back(pathNumber(rel));
+        for (detail::FileEntry* file : facts->replace(std::move(made))) changed.push_back(pathNumber(file->path));
+        for (std::size_t i = 0; i < fresh.size(); ++i) {
+            forgetFile(fresh[i].rel);
+            indexFile(std::move(states[i]));
+        }
         sortUnique(changed);
+        for (bool grew = true; grew;) {
+            grew = false;
+            for (const auto& [rel, state] : files) {
+                if (state.baseReads.files.empty() && state.baseReads.names.empty()) continue;
+                if (!intersects(state.baseReads.files, changed) && !intersects(state.baseReads.names, names)) continue;
+                const std::uint32_t number = pathNumber(rel);
+                if (std::binary_search(changed.begin(), changed.end(), number)) continue;
+                changed.insert(std::lower_bound(changed.begin(), changed.end(), number), number);
+                grew = true;
+            }
+        }
+        std::vector<detail::FileEntry*> rebase;
+        for (std::uint32_t number : changed)
+            if (detail::FileEntry* file = facts->mutableFile(numberedPaths[number])) rebase.push_back(file);
+        linker->resolveBasesAgain(std::move(rebase), baseReadsSink());
+
+        // The sites that read what changed.
         std::vector<std::string> relink;
         for (const auto& [rel, state] : files)
             if (intersects(state.siteReads.files, changed) || intersects(state.siteReads.names, names))
                 relink.push_back(rel);
         for (const auto& f : fresh) relink.push_back(f.rel);
         sortUnique(relink);
-
-        for (std::size_t i = 0; i < fresh.size(); ++i) {
-            auto ids = symbolsById(records[i]);
-            placeSymbols(fresh[i].rel, &ids);
-        }
-        Entries entries = releaseFacts();
-        for (std::size_t i = 0; i < fresh.size(); ++i) {
-            entries[fresh[i].rel] = std::move(made[i]);
-            forgetFile(fresh[i].rel);
-            indexFile(std::move(states[i]));
-        }
-        index = symbolNameIndex(ir);
-        remakeLinker(entries);
         for (const auto& rel : relink)
             for (const auto& id : files.at(rel).ids) unlinkOutgoing(id);
         for (const auto& rel : relink) linkFile(files.at(rel));
@@ -823,7 +881,7 @@ IncrementalChanges IncrementalScan::update(const std::vector<std::string>& reque
     // 5. Names mode. The names whose set of symbols changed, and the files calling them.
     s.touched.clear();
     std::set<std::string> touchedNames;
-    std::map<std::string, std::map<std::string, const Symbol*>> newIds;  // file -> its ids now
+    State::NewIds newIds;
     for (std::size_t i = 0; i < fresh.size(); ++i) newIds[fresh[i].rel] = symbolsById(records[i]);
     std::set<std::string> relink;
     bool idsChanged = false;
@@ -850,14 +908,9 @@ IncrementalChanges IncrementalScan::update(const std::vector<std::string>& reque
     for (const auto& f : fresh) relink.erase(f.rel);  // wired from their new records below
 
     // The index's groups of those names are replaced below, once the graph has its new
-    // symbols; meanwhile their names live in `touchedNames`, and their ids are copied.
-    std::map<std::string, std::set<std::string>, std::less<>> namesIds;
-    if (idsChanged)
-        for (const auto& name : touchedNames) {
-            auto& ids = namesIds[name];
-            for (const auto& candidate : s.index.candidates(name)) ids.emplace(candidate.id);
-            s.index.lendName(name);
-        }
+    // symbols.
+    State::NamesIds namesIds;
+    if (idsChanged) namesIds = s.lendNames(touchedNames);
 
     // 6. Old edges out of every file to be wired again, and out of removed files.
     auto unlinkFile = [&](const std::string& rel) {
@@ -871,15 +924,7 @@ IncrementalChanges IncrementalScan::update(const std::vector<std::string>& reque
     // their new place in the file.
     for (const auto& rel : out.removed) s.placeSymbols(rel, nullptr);
     for (const auto& [rel, ids] : newIds) s.placeSymbols(rel, &ids);
-    if (idsChanged) {
-        for (const auto& [rel, ids] : newIds)
-            for (const auto& [id, symbol] : ids)
-                if (auto named = namesIds.find(nameOf(id)); named != namesIds.end()) named->second.insert(id);
-        bool patched = true;
-        for (const auto& [name, ids] : namesIds)
-            if (!(patched = s.index.replaceName(name, std::vector<std::string>(ids.begin(), ids.end()), s.ir))) break;
-        if (!patched) s.index = symbolNameIndex(s.ir);
-    }
+    if (idsChanged) s.replaceNames(namesIds, newIds);
 
     // 8. The index of files, then the edges.
     bool diagnosticsTouched = false;

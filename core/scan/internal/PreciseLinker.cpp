@@ -228,18 +228,44 @@ struct PreciseLinker::Found {
 
 PreciseLinker::PreciseLinker(ProjectFacts& facts, const SymbolNameIndex& index, const BaseReadsSink& baseReads)
     : facts_(facts), index_(index) {
-    if (!baseReads) {
-        facts_.resolveBases([&](const FileEntry& file, std::string_view base) { return resolveBase(file, base); });
-        return;
-    }
     LinkReads reads;
-    reads_ = &reads;
-    facts_.resolveBases([&](const FileEntry& file, std::string_view base) { return resolveBase(file, base); },
-                        [&](const FileEntry& file) {
-                            if (!file.bases.empty()) baseReads(file, reads);
-                            reads.clear();
-                        });
+    if (baseReads) reads_ = &reads;
+    facts_.resolveBases(
+        [&](const FileEntry& file, std::string_view base) {
+            resolving_ = &file;
+            return resolveBase(file, base);
+        },
+        [&](const FileEntry& file) {
+            if (baseReads && !file.bases.empty()) baseReads(file, reads);
+            reads.clear();
+        });
+    resolving_ = nullptr;
     reads_ = nullptr;
+}
+
+void PreciseLinker::resolveBasesAgain(std::vector<FileEntry*> files, const BaseReadsSink& baseReads) {
+    std::sort(files.begin(), files.end(), [](const FileEntry* a, const FileEntry* b) { return a->path < b->path; });
+    files.erase(std::unique(files.begin(), files.end()), files.end());
+    LinkReads reads;
+    LinkReads* outer = reads_;
+    reads_ = &reads;
+    for (FileEntry* file : files) resolveBasesOf(*file, baseReads, reads);
+    resolving_ = nullptr;
+    reads_ = outer;
+}
+
+void PreciseLinker::resolveBasesOf(FileEntry& file, const BaseReadsSink& baseReads, LinkReads& reads) {
+    resolving_ = &file;
+    file.baseRefs.clear();
+    file.baseRefs.reserve(file.bases.size());
+    for (std::string_view base : file.bases) file.baseRefs.push_back(resolveBase(file, base));
+    if (baseReads && !file.bases.empty()) baseReads(file, reads);
+    reads.clear();
+}
+
+std::span<const BaseRef> PreciseLinker::basesOf(ClassRef klass) const {
+    if (resolving_ && resolving_->path < klass.file->path) return {};
+    return ProjectFacts::basesOf(klass);
 }
 
 // `name` among the methods (or fields) of `klass` and then of its bases, depth first
@@ -252,7 +278,7 @@ PreciseLinker::Found PreciseLinker::findMember(ClassRef klass, std::string_view 
     const auto& list = methods ? klass.facts->methods : klass.facts->fields;
     for (const auto& entry : list)
         if (entry.name == name) return Found{klass, &entry, false};
-    for (const BaseRef& base : ProjectFacts::basesOf(klass)) {
+    for (const BaseRef& base : basesOf(klass)) {
         if (base.external) {
             found.external = true;
             continue;
@@ -319,7 +345,7 @@ PreciseLinker::Value PreciseLinker::head(std::string_view head, const FileEntry&
     if (head == "super") {
         if (!self) return Value::of(Kind::unknown);
         readFile(*self.file);
-        const auto& bases = ProjectFacts::basesOf(self);
+        const auto bases = basesOf(self);
         if (bases.empty()) return Value::of(Kind::external);  // `object`, or a base not written down
         if (bases.front().external) return Value::of(Kind::external);
         return Value::ofClass(Kind::instance, bases.front().klass);
@@ -504,7 +530,7 @@ const NameCandidate* PreciseLinker::resolve(CallForm form, std::string_view call
         case CallForm::superCall: {
             if (!self) return nullptr;
             readFile(*self.file);
-            const auto& bases = ProjectFacts::basesOf(self);
+            const auto bases = basesOf(self);
             if (bases.empty() || bases.front().external) return nullptr;
             return constructorOf(bases.front().klass, budget);
         }

@@ -18,6 +18,7 @@
 
 #include <functional>
 #include <map>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -56,6 +57,10 @@ public:
     // From now on every resolution adds what it reads to `reads` (null: stop). While reads
     // are collected, the linker serves one thread.
     void collectReads(LinkReads* reads) { reads_ = reads; }
+    // Resolves again the bases of `files` (in path order), as the constructor resolved
+    // every file's: after ProjectFacts::replace, for the new files, the ones it returned,
+    // and the ones whose bases read what changed.
+    void resolveBasesAgain(std::vector<FileEntry*> files, const BaseReadsSink& baseReads);
 
     // The caller's file among the facts; null for a file without facts.
     [[nodiscard]] const FileEntry* file(std::string_view path) const { return facts_.file(path); }
@@ -92,9 +97,16 @@ private:
     const NameCandidate* constructorOf(ClassRef klass, int& budget) const;
     const NameCandidate* symbolIn(const FileEntry& file, std::string_view name, bool method, bool klass) const;
 
+    // The bases of a class as its file has them resolved so far. While the bases of a
+    // file are resolved, those of files after it in path order count as not resolved yet,
+    // as in the one pass over all files, whether or not they are.
+    std::span<const BaseRef> basesOf(ClassRef klass) const;
+    void resolveBasesOf(FileEntry& file, const BaseReadsSink& baseReads, LinkReads& reads);
+
     ProjectFacts& facts_;
     const SymbolNameIndex& index_;
     LinkReads* reads_ = nullptr;
+    const FileEntry* resolving_ = nullptr;  // the file whose bases are being resolved
 };
 
 }  // namespace vantrel::detail

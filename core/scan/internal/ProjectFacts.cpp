@@ -230,7 +230,133 @@ std::vector<std::unique_ptr<FileEntry>> ProjectFacts::release() {
         classesByFoldedName_[python].clear();
         declarers_[python].clear();
     }
+    for (auto& list : allDeclarers_) list.clear();
+    allDeclarersMade_ = false;
+    // Resolved bases may name classes of files about to be replaced.
+    for (auto& file : files_) file->baseRefs.clear();
     return std::move(files_);
+}
+
+namespace {
+
+// The order of `finish`'s lists among classes of one name: path, then place in the file.
+bool byNameThenPath(const ClassRef& a, const ClassRef& b) {
+    if (a.facts->name != b.facts->name) return a.facts->name < b.facts->name;
+    return a.file->path < b.file->path;
+}
+bool byFoldedNameThenPath(const ClassRef& a, const ClassRef& b) {
+    if (foldedLess(a.facts->name, b.facts->name)) return true;
+    if (foldedLess(b.facts->name, a.facts->name)) return false;
+    return byNameThenPath(a, b);
+}
+
+}  // namespace
+
+std::vector<FileEntry*> ProjectFacts::replace(std::vector<std::unique_ptr<FileEntry>> fresh) {
+    auto methodLess = [](const Declarer& entry, std::string_view key) { return entry.method < key; };
+    if (!allDeclarersMade_) {
+        for (const auto& file : files_)
+            for (const auto& klass : file->classes)
+                for (const auto& method : klass.methods)
+                    allDeclarers_[file->python].push_back(Declarer{method.name, {file.get(), &klass}});
+        for (auto& list : allDeclarers_)
+            std::stable_sort(list.begin(), list.end(),
+                             [](const Declarer& a, const Declarer& b) { return a.method < b.method; });
+        allDeclarersMade_ = true;
+    }
+
+    std::vector<std::unique_ptr<FileEntry>> old;  // destroyed last: the methods' names below view them
+    std::vector<std::pair<const FileEntry*, FileEntry*>> replaced;  // old, new: a few
+    std::vector<std::string_view> methods[2];
+    for (auto& entry : fresh) {
+        auto slot = std::lower_bound(files_.begin(), files_.end(), entry->path,
+                                     [](const auto& file, std::string_view key) { return file->path < key; });
+        if (slot == files_.end() || (*slot)->path != entry->path) continue;
+        FileEntry* held = slot->get();
+        for (const FileEntry* file : {held, entry.get()})
+            for (const auto& klass : file->classes)
+                for (const auto& method : klass.methods) methods[file->python].push_back(method.name);
+        // The old file's pairs leave the list of all declarers; the new file's come in.
+        auto& all = allDeclarers_[held->python];
+        for (const auto& klass : held->classes)
+            for (const auto& method : klass.methods) {
+                auto from = std::lower_bound(all.begin(), all.end(), method.name, methodLess);
+                auto to = from;
+                while (to != all.end() && to->method == method.name) ++to;
+                all.erase(std::remove_if(from, to, [&](const Declarer& d) { return d.klass.file == held; }), to);
+            }
+        for (const auto& klass : entry->classes)
+            for (const auto& method : klass.methods) {
+                auto at = std::lower_bound(all.begin(), all.end(), method.name, methodLess);
+                all.insert(at, Declarer{method.name, {entry.get(), &klass}});
+            }
+        replaced.emplace_back(held, entry.get());
+        old.push_back(std::move(*slot));
+        *slot = std::move(entry);
+    }
+    auto newFor = [&](const FileEntry* file) -> FileEntry* {
+        for (const auto& [before, after] : replaced)
+            if (before == file) return after;
+        return nullptr;
+    };
+    auto isNew = [&](const FileEntry* file) {
+        return std::any_of(replaced.begin(), replaced.end(), [&](const auto& pair) { return pair.second == file; });
+    };
+
+    // Bindings naming a replaced file name its new facts; the new files' own are looked up.
+    std::vector<FileEntry*> stale;
+    for (const auto& owned : files_) {
+        FileEntry& file = *owned;
+        const bool made = isNew(&file);
+        for (auto* list : {&file.imports, &file.exports, &file.starImports, &file.starExports})
+            for (BindingRef& binding : *list) {
+                if (made) binding.module = binding.path.empty() ? nullptr : find(binding.path);
+                else if (FileEntry* after = binding.module ? newFor(binding.module) : nullptr) binding.module = after;
+            }
+        if (!made && std::any_of(file.baseRefs.begin(), file.baseRefs.end(),
+                                 [&](const BaseRef& base) { return base.klass.file && newFor(base.klass.file); }))
+            stale.push_back(&file);
+    }
+
+    for (int python = 0; python < 2; ++python) {
+        auto& byName = classesByName_[python];
+        auto& byFolded = classesByFoldedName_[python];
+        auto wasReplaced = [&](const ClassRef& ref) { return newFor(ref.file) != nullptr; };
+        std::erase_if(byName, wasReplaced);
+        std::erase_if(byFolded, wasReplaced);
+        for (const auto& [before, after] : replaced) {
+            if (after->python != (python == 1)) continue;
+            // In the file's order; among equal keys after the file's own earlier ones.
+            for (const auto& klass : after->classes) {
+                const ClassRef ref{after, &klass};
+                byName.insert(std::upper_bound(byName.begin(), byName.end(), ref, byNameThenPath), ref);
+                byFolded.insert(std::upper_bound(byFolded.begin(), byFolded.end(), ref, byFoldedNameThenPath), ref);
+            }
+        }
+
+        // Each method name the old or new facts declare: its one class, or none when several.
+        auto& names = methods[python];
+        std::sort(names.begin(), names.end());
+        names.erase(std::unique(names.begin(), names.end()), names.end());
+        auto& declarers = declarers_[python];
+        const auto& all = allDeclarers_[python];
+        for (std::string_view name : names) {
+            auto it = std::lower_bound(declarers.begin(), declarers.end(), name, methodLess);
+            const bool held = it != declarers.end() && it->method == name;
+            auto from = std::lower_bound(all.begin(), all.end(), name, methodLess);
+            auto to = from;
+            bool sole = true;
+            for (; to != all.end() && to->method == name; ++to) sole = sole && to->klass == from->klass;
+            if (from == to) {
+                if (held) declarers.erase(it);
+                continue;
+            }
+            const Declarer entry{from->method, sole ? from->klass : ClassRef{}};
+            if (held) *it = entry;
+            else declarers.insert(it, entry);
+        }
+    }
+    return stale;
 }
 
 void ProjectFacts::finish() {

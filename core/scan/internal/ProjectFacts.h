@@ -184,8 +184,15 @@ public:
     // Indexes what was added; once, unless `release` gives the files back first.
     void finish();
     // The files, handed back for a new round of `add` and `finish` (a live update that
-    // replaced some of them); the facts are empty afterwards.
+    // replaced some of them); the facts are empty afterwards, and every base unresolved.
     [[nodiscard]] std::vector<std::unique_ptr<FileEntry>> release();
+    // After `finish`, the facts of files already held (by path) become `files`, every list
+    // as `finish` would have made it, and the old facts are destroyed. The new files' bases
+    // are unresolved; returned are the other files whose resolved bases named a class of a
+    // replaced file, which the caller must resolve again (with any others it knows of).
+    [[nodiscard]] std::vector<FileEntry*> replace(std::vector<std::unique_ptr<FileEntry>> files);
+    // The file at `path`, to resolve its bases again.
+    [[nodiscard]] FileEntry* mutableFile(std::string_view path) const { return find(path); }
     // Resolves every base expression of every class once, with `resolve(file, expression)`.
     // `fileDone(file)` follows each file's bases, when given.
     template <typename Resolve>
@@ -229,6 +236,10 @@ private:
     std::vector<ClassRef> classesByName_[2];        // by name, then path
     std::vector<ClassRef> classesByFoldedName_[2];  // by name without case, then path
     std::vector<Declarer> declarers_[2];            // by method name, one each
+    // Every (method, class) pair, by method name: made by the first `replace`, which then
+    // keeps it, so that a method's declarers are found without a look at every class.
+    std::vector<Declarer> allDeclarers_[2];
+    bool allDeclarersMade_ = false;
 };
 
 }  // namespace vantrel::detail
