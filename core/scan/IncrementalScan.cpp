@@ -205,7 +205,13 @@ struct IncrementalScan::State {
     std::string siteScratch;
     // Precise linking: the numbers of paths and of names in the files' reads. Known once
     // every file's sites have been resolved with their reads noted.
-    std::unordered_map<std::string, std::uint32_t> pathNumbers, nameNumbers;
+    struct TextHash {
+        using is_transparent = void;
+        std::size_t operator()(std::string_view text) const { return std::hash<std::string_view>{}(text); }
+    };
+    using Numbers = std::unordered_map<std::string, std::uint32_t, TextHash, std::equal_to<>>;
+    Numbers pathNumbers, nameNumbers;
+    std::string foldScratch;
     std::vector<std::string> numberedPaths;  // by number
     bool readsKnown = false;
 
@@ -384,8 +390,10 @@ struct IncrementalScan::State {
         }
     }
 
-    static std::uint32_t number(std::unordered_map<std::string, std::uint32_t>& numbers, std::string text) {
-        return numbers.try_emplace(std::move(text), static_cast<std::uint32_t>(numbers.size())).first->second;
+    // Looked up without a copy of the text; copied the first time only.
+    static std::uint32_t number(Numbers& numbers, std::string_view text) {
+        if (auto it = numbers.find(text); it != numbers.end()) return it->second;
+        return numbers.emplace(std::string(text), static_cast<std::uint32_t>(numbers.size())).first->second;
     }
     static std::string folded(std::string_view name) {
         std::string out(name);
@@ -393,9 +401,13 @@ struct IncrementalScan::State {
         return out;
     }
     // Names are compared without case, as the linker looks classes up both ways.
-    std::uint32_t nameNumber(std::string_view name) { return number(nameNumbers, folded(name)); }
+    std::uint32_t nameNumber(std::string_view name) {
+        foldScratch.assign(name);
+        for (char& c : foldScratch) c = asciiLower(c);
+        return number(nameNumbers, foldScratch);
+    }
     std::uint32_t pathNumber(std::string_view path) {
-        const std::uint32_t n = number(pathNumbers, std::string(path));
+        const std::uint32_t n = number(pathNumbers, path);
         if (n == numberedPaths.size()) numberedPaths.emplace_back(path);
         return n;
     }
