@@ -7,8 +7,12 @@
 //   - in the names mode re-links only the call sites whose target their names can touch:
 //     those of the re-analysed files, and those calling a name whose set of symbols
 //     changed (a call's target depends on nothing else);
-//   - in precise linking, whose targets depend on the facts of the whole project, links
-//     again through the cache, which the re-analysed files have just refreshed.
+//   - in precise linking, whose targets depend on the facts of the whole project, keeps
+//     the facts, the sites and what each file's resolutions read (files and names, see
+//     LinkReads) in memory: a save that keeps a file's facts and ids re-links its own
+//     sites; one that changes them replaces its facts in place and re-links the files
+//     whose resolutions read a saved file, a file whose bases read one, or a name whose
+//     declarations changed; files coming or going re-link every file from memory.
 // The graph it leaves is the one a full scan of the same files, with no cache, gives.
 #pragma once
 

@@ -4,16 +4,26 @@
 // cache, in both linking modes. The projects are made to stress what an update can miss:
 // few names shared by many files (a symbol appearing or going changes how other files'
 // calls resolve), imports of files that do not exist yet, folder index files, Python
-// packages, classes whose methods call each other.
+// packages, and types that flow from file to file, which precise linking follows: classes
+// imported by name, by whole module, or through index and __init__ re-exports (named and
+// `*`); bases declared in other files, so that a call on a subclass reaches a method two
+// files away; fields, module-level values and function results holding instances; calls
+// on receivers of unknown type, which link when one class alone declares the method.
+// Most edits change declarations (a method, a base, a class's name, a result, an import),
+// which can change how call sites in other files resolve; the rest change only what the
+// bodies call.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <cstdlib>
 #include <filesystem>
+#include <map>
 #include <random>
 #include <set>
 #include <sstream>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "core/config/VantrelConfig.h"
@@ -27,12 +37,27 @@ namespace {
 using testing::TempDir;
 namespace fs = std::filesystem;
 
+// Few names of each kind, so that many files declare and call the same ones.
 const std::vector<std::string> kNames = {"load", "save", "render", "helper", "parse", "run", "make", "close"};
+const std::vector<std::string> kClasses = {"Store", "View", "Base", "Model"};
+// Some shared with the functions, some only methods; none a method of the languages' own
+// types, which a receiver of unknown type never links to.
+const std::vector<std::string> kMethods = {"load", "save", "render", "refresh", "validate", "draw"};
+const std::vector<std::string> kValues = {"store", "view", "shared"};  // module-level values
+const std::vector<std::string> kFields = {"store", "view", "model"};
+// `store` and `view` are also the names of classes but for the case of a letter.
+const std::vector<std::string> kParams = {"item", "store", "view"};
 // Where files may live; each one may be there or not at any step.
 const std::vector<std::string> kPaths = {
     "src/m0.ts",   "src/m1.ts",       "src/m2.js",        "src/m3.tsx",     "src/lib/index.ts",
     "src/lib/m4.ts", "src/lib/m5.js", "src/lib/deep/m6.ts", "pkg/__init__.py", "pkg/q0.py",
     "pkg/q1.py",   "pkg/sub/__init__.py", "pkg/sub/q2.py", "q3.py",          "src/m7.ts"};
+// Modules a Python file can import whole, wherever it is.
+const std::vector<std::string> kPyModules = {"pkg.q0", "pkg.q1", "pkg.sub.q2", "pkg", "pkg.sub", "q3"};
+
+bool contains(const std::vector<std::string>& list, const std::string& name) {
+    return std::find(list.begin(), list.end(), name) != list.end();
+}
 
 // Plain modulo rather than a distribution: the same projects on every standard library.
 class Rng {
@@ -41,93 +66,693 @@ public:
     std::uint32_t next() { return rng_(); }
     std::size_t below(std::size_t n) { return n == 0 ? 0 : rng_() % n; }
     bool chance(unsigned percent) { return rng_() % 100 < percent; }
-    const std::string& name() { return kNames[below(kNames.size())]; }
+    const std::string& pick(const std::vector<std::string>& from) { return from[below(from.size())]; }
+    const std::string& name() { return pick(kNames); }
+
+    // Imports by name only, without CommonJS: set for sequences in which files come and
+    // go, since imports of a whole module, by require or by re-export of a module that is
+    // not there leave no word by which a file appearing there finds its importers (left
+    // alone for now; the sequences that only edit files use every form).
+    bool plainImports = false;
 
 private:
     std::mt19937 rng_;
 };
 
-// A file as two seeds: its shape (imports, functions, classes and their methods) and
-// what its bodies call. A save that draws a new body seed changes only the calls, which
-// leaves the file's symbols and type facts as they were.
+// What a module-level value, a field or a result holds.
+struct Value {
+    enum class Kind { none, instance, result, self, field };
+    Kind kind = Kind::none;
+    std::string name;  // the class, the function, the field
+};
+
+struct Function {
+    std::string name;
+    std::string param;      // none when empty
+    std::string paramType;  // a class, written where the language has annotations
+    Value result;
+    bool declared = false;  // an instance result also written as the declared result type
+};
+
+// How a field comes to hold an instance of `klass`: assigned in the constructor, set in
+// the class body, declared with its type (TS, Python), or a typed constructor parameter.
+struct Field {
+    enum class Form { constructor, body, declared, parameter };
+    std::string name;
+    std::string klass;
+    Form form = Form::constructor;
+};
+
+struct ClassModel {
+    std::string name;
+    std::string base;  // none when empty
+    bool constructor = false;
+    std::vector<Field> fields;
+    std::vector<Function> methods;
+};
+
+// `from` picks among the modules the file's place can name, so that the same model
+// written at another place imports what that place reaches.
+struct Import {
+    enum class Kind { named, module, reexport, reexportAll };
+    Kind kind = Kind::named;
+    std::string name;
+    std::string alias;
+    std::uint32_t from = 0;
+    bool require = false;  // in a .js file, written as CommonJS
+    std::string local() const { return alias.empty() ? name : alias; }
+};
+
+struct Variable {
+    std::string name;
+    Value value;
+};
+
+// A file as its declarations and a seed for what its bodies call. A save that draws a new
+// body seed changes only the calls, which leaves the file's symbols and type facts as
+// they were.
 struct FileModel {
-    std::vector<std::string> functions;
-    std::uint32_t shape = 0;
+    std::vector<Import> imports;
+    std::vector<ClassModel> classes;
+    std::vector<Function> functions;
+    std::vector<Variable> variables;
+    bool external = false;  // an import of a package outside the project
     std::uint32_t body = 0;
     // Moved without rewriting: its imports were made for its old place, so the next save,
     // made for the new place, changes more than the bodies.
     bool moved = false;
 };
 
-FileModel newModel(Rng& rng) {
+using Files = std::map<std::string, FileModel>;
+
+bool isFolderModule(const std::string& path) { return path.ends_with("/index.ts") || path.ends_with("__init__.py"); }
+
+// The module specifiers a file at `path` can write, by every form of relative path; some
+// name files that do not exist yet.
+std::vector<std::string> jsSpecs(const std::string& path) {
+    if (path.starts_with("src/lib/deep/")) return {"../m4", "../m5", "..", "../../m0", "../../m7"};
+    if (path.starts_with("src/lib/")) return {"./m4", "./m5", "./deep/m6", "../m0", "../m1", "../m7", "."};
+    return {"./m0", "./m1", "./m2", "./m3", "./lib", "./lib/m4", "./m7", "./lib/index"};
+}
+
+std::vector<std::string> pyFroms(const std::string& path) {
+    if (path.starts_with("pkg/sub/")) return {"..q0", "..q1", ".q2", ".", "..", "pkg.q1"};
+    if (path.starts_with("pkg/")) return {".q0", ".q1", ".sub.q2", ".sub", ".", "pkg.q0"};
+    return {"pkg.q0", "pkg.q1", "pkg.sub.q2", "pkg", "pkg.sub"};
+}
+
+// The place among kPaths that a module written in the file at `path` names, or "": only
+// to aim imports at files that declare what they import, not how the scanner resolves.
+std::string placeOf(const std::string& path, const std::string& module, bool wholeModule) {
+    std::string base;
+    if (!path.ends_with(".py")) {
+        base = (fs::path(path).parent_path() / module).lexically_normal().generic_string();
+        if (base.ends_with('/')) base.pop_back();
+    } else {
+        std::string rest = module;
+        if (!wholeModule && module.starts_with('.')) {
+            const std::size_t dots = std::min(module.find_first_not_of('.'), module.size());
+            fs::path folder = fs::path(path).parent_path();
+            for (std::size_t i = 1; i < dots; ++i) folder = folder.parent_path();
+            base = folder.generic_string();
+            rest = module.substr(dots);
+        }
+        std::replace(rest.begin(), rest.end(), '.', '/');
+        base = base.empty() ? rest : rest.empty() ? base : base + "/" + rest;
+    }
+    for (const char* ending : {".ts", ".tsx", ".js", "/index.ts", ".py", "/__init__.py"})
+        if (contains(kPaths, base + ending)) return base + ending;
+    return {};
+}
+
+const std::vector<std::string>& poolOf(const std::string& name) {
+    return contains(kClasses, name) ? kClasses : contains(kNames, name) ? kNames : kValues;
+}
+
+Value randomResult(Rng& rng, bool method) {
+    switch (rng.below(method ? 10 : 8)) {
+        case 0:
+        case 1:
+        case 2: return {};
+        case 3:
+        case 4:
+        case 5: return {Value::Kind::instance, rng.pick(kClasses)};
+        case 6:
+        case 7: return {Value::Kind::result, rng.name()};
+        case 8: return {Value::Kind::self, {}};
+        default: return {Value::Kind::field, rng.pick(kFields)};
+    }
+}
+
+Function randomFunction(Rng& rng, const std::string& name, bool method) {
+    Function function;
+    function.name = name;
+    if (rng.chance(50)) function.param = rng.pick(kParams);
+    if (!function.param.empty() && rng.chance(40)) function.paramType = rng.pick(kClasses);
+    function.result = randomResult(rng, method);
+    function.declared = function.result.kind == Value::Kind::instance && rng.chance(30);
+    return function;
+}
+
+Field randomField(Rng& rng) {
+    return Field{rng.pick(kFields), rng.pick(kClasses), static_cast<Field::Form>(rng.below(4))};
+}
+
+// The classes a file's own code can name: its own and those it imports.
+std::vector<std::string> classesIn(const FileModel& model, bool python) {
+    std::vector<std::string> classes;
+    for (const auto& import : model.imports)
+        if ((import.kind == Import::Kind::named || (python && import.kind == Import::Kind::reexport)) &&
+            contains(kClasses, import.local()))
+            classes.push_back(import.local());
+    for (const auto& klass : model.classes) classes.push_back(klass.name);
+    return classes;
+}
+
+// Mostly a class the file names, so that bases lead to other files; now and then any.
+std::string randomBase(Rng& rng, const FileModel& model, bool python) {
+    const auto named = classesIn(model, python);
+    return !named.empty() && rng.chance(70) ? rng.pick(named) : rng.pick(kClasses);
+}
+
+ClassModel randomClass(Rng& rng, const std::string& name, const FileModel& model, bool python) {
+    ClassModel klass;
+    klass.name = name;
+    if (rng.chance(65)) klass.base = randomBase(rng, model, python);
+    klass.constructor = rng.chance(35);
+    for (std::size_t i = rng.below(3); i-- > 0;) klass.fields.push_back(randomField(rng));
+    for (std::size_t i = rng.below(3) + 1; i-- > 0;)
+        klass.methods.push_back(randomFunction(rng, rng.pick(kMethods), true));
+    return klass;
+}
+
+// An import, mostly of a name another file of the language declares, from a module that
+// names that file; the rest of anything from anywhere.
+Import randomImport(Rng& rng, const std::string& path, const Files& files) {
+    const bool python = path.ends_with(".py");
+    Import import;
+    using Kind = Import::Kind;
+    // Folder modules mostly pass on what their folder's files declare.
+    const std::size_t kind = rng.below(20);
+    if (isFolderModule(path)) import.kind = kind < 3 ? Kind::named : kind < 12 ? Kind::reexport : Kind::reexportAll;
+    else if (kind < 11) import.kind = Kind::named;
+    else if (kind < 13) import.kind = Kind::module;
+    else import.kind = kind < 17 ? Kind::reexport : Kind::reexportAll;
+    import.from = rng.next();
+    import.require = rng.chance(30);
+    if (rng.plainImports) {
+        import.kind = Kind::named;
+        import.require = false;
+    }
+    const bool wholeModule = import.kind == Kind::module;
+    const std::vector<std::string> modules = !python ? jsSpecs(path) : wholeModule ? kPyModules : pyFroms(path);
+    // What the other files of the language declare, with where.
+    std::vector<std::pair<std::string, std::string>> declared;
+    for (const auto& [other, model] : files) {
+        if (other == path || other.ends_with(".py") != python) continue;
+        for (const auto& klass : model.classes) declared.emplace_back(klass.name, other);
+        for (const auto& function : model.functions) declared.emplace_back(function.name, other);
+        for (const auto& variable : model.variables) declared.emplace_back(variable.name, other);
+    }
+    std::string target;
+    if (!declared.empty() && rng.chance(70)) {
+        const auto& [name, file] = declared[rng.below(declared.size())];
+        import.name = name;
+        target = file;
+    } else {
+        const std::size_t what = rng.below(10);
+        import.name = rng.pick(what < 5 ? kClasses : what < 8 ? kNames : kValues);
+    }
+    if (!target.empty()) {
+        std::vector<std::uint32_t> reaching;
+        for (std::uint32_t i = 0; i < modules.size(); ++i)
+            if (placeOf(path, modules[i], wholeModule) == target) reaching.push_back(i);
+        if (!reaching.empty()) import.from = reaching[rng.below(reaching.size())];
+    }
+    if (import.kind == Kind::named || import.kind == Kind::reexport) {
+        if (rng.chance(15)) {
+            import.alias = rng.pick(poolOf(import.name));
+            if (import.alias == import.name) import.alias.clear();
+        }
+    } else {
+        import.name.clear();
+    }
+    return import;
+}
+
+Variable randomVariable(Rng& rng, const FileModel& model, bool python) {
+    if (rng.chance(30)) return Variable{rng.pick(kValues), Value{Value::Kind::result, rng.name()}};
+    const auto named = classesIn(model, python);
+    return Variable{rng.pick(kValues), Value{Value::Kind::instance,
+                                             !named.empty() && rng.chance(70) ? rng.pick(named) : rng.pick(kClasses)}};
+}
+
+// One declaration of each name, and no import of a name the file declares: the files
+// stay valid code whatever the edits did.
+void tidy(FileModel& model) {
+    std::set<std::string> declared;
+    auto firstOf = [](auto& list, auto&& key) {
+        std::set<std::string> seen;
+        std::erase_if(list, [&](const auto& item) { return !seen.insert(key(item)).second; });
+    };
+    firstOf(model.classes, [](const ClassModel& c) { return c.name; });
+    firstOf(model.functions, [](const Function& f) { return f.name; });
+    firstOf(model.variables, [](const Variable& v) { return v.name; });
+    for (auto& klass : model.classes) {
+        if (klass.base == klass.name) klass.base.clear();
+        firstOf(klass.fields, [](const Field& f) { return f.name; });
+        firstOf(klass.methods, [](const Function& f) { return f.name; });
+        declared.insert(klass.name);
+    }
+    for (const auto& function : model.functions) declared.insert(function.name);
+    for (const auto& variable : model.variables) declared.insert(variable.name);
+    std::erase_if(model.imports, [&](const Import& import) {
+        if (import.kind == Import::Kind::module || import.kind == Import::Kind::reexportAll) return false;
+        return !declared.insert(import.local()).second;
+    });
+}
+
+FileModel newModel(Rng& rng, const std::string& path, const Files& files) {
+    const bool python = path.ends_with(".py");
+    const bool folderModule = isFolderModule(path);
     FileModel model;
+    for (std::size_t i = folderModule ? rng.below(3) + 1 : rng.below(4); i-- > 0;)
+        model.imports.push_back(randomImport(rng, path, files));
+    const std::size_t classes =
+        folderModule ? (rng.chance(25) ? 1 : 0) : std::vector<std::size_t>{0, 0, 1, 1, 1, 2, 2}[rng.below(7)];
+    for (std::size_t i = classes; i-- > 0;)
+        model.classes.push_back(randomClass(rng, rng.pick(kClasses), model, python));
     std::set<std::string> chosen;
-    for (std::size_t i = rng.below(3) + 1; i-- > 0;) chosen.insert(rng.name());
-    model.functions.assign(chosen.begin(), chosen.end());
-    model.shape = rng.next();
+    for (std::size_t i = folderModule ? (rng.chance(30) ? 1 : 0) : rng.below(3) + 1; i-- > 0;)
+        chosen.insert(rng.name());
+    for (const auto& name : chosen) model.functions.push_back(randomFunction(rng, name, false));
+    if (rng.chance(35)) model.variables.push_back(randomVariable(rng, model, python));
+    model.external = rng.chance(20);
     model.body = rng.next();
+    tidy(model);
     return model;
 }
 
-std::string jsFile(const std::string& path, const FileModel& model) {
-    Rng shape(model.shape), body(model.body);
-    const auto& functions = model.functions;
-    const bool inLib = path.starts_with("src/lib/");
-    const bool deep = path.starts_with("src/lib/deep/");
-    std::ostringstream out;
-    // Imports of files that may or may not exist, by every form of relative path.
-    const std::vector<std::string> specs =
-        deep    ? std::vector<std::string>{"../m4", "../m5", "..", "../../m0", "../../m7"}
-        : inLib ? std::vector<std::string>{"./m4", "./m5", "./deep/m6", "../m0", "../m1", "../m7", "."}
-                : std::vector<std::string>{"./m0", "./m1", "./m2", "./m3", "./lib", "./lib/m4", "./m7", "./lib/index"};
-    std::set<std::string> imported;
-    for (std::size_t i = shape.below(3); i-- > 0;) {
-        std::string local = shape.name();
-        if (imported.count(local) || std::count(functions.begin(), functions.end(), local)) continue;
-        imported.insert(local);
-        out << "import { " << local << " } from '" << specs[shape.below(specs.size())] << "';\n";
+// A first project: each place taken or not, then the imports and bases drawn again once
+// every file is known, so that the first files too import what others declare.
+Files initialProject(Rng& rng) {
+    Files files;
+    for (const auto& path : kPaths)
+        if (rng.chance(60)) files[path] = newModel(rng, path, files);
+    for (auto& [path, model] : files) {
+        for (auto& import : model.imports) import = randomImport(rng, path, files);
+        for (auto& klass : model.classes)
+            if (!klass.base.empty()) klass.base = randomBase(rng, model, path.ends_with(".py"));
+        tidy(model);
     }
-    if (shape.chance(20)) out << "import React from 'react';\n";
-    for (const auto& fn : functions) {
-        out << "export function " << fn << "() {\n";
-        for (std::size_t i = body.below(4); i-- > 0;) out << "  " << body.name() << "();\n";
+    return files;
+}
+
+// A change of declarations: a method, a base, a class's name, a result, a field, an
+// import, a value; each can change where calls of other files lead.
+void changeDeclarations(FileModel& model, Rng& rng, const std::string& path, const Files& files) {
+    const bool python = path.ends_with(".py");
+    auto anyClass = [&]() -> ClassModel& {
+        if (model.classes.empty()) model.classes.push_back(randomClass(rng, rng.pick(kClasses), model, python));
+        return model.classes[rng.below(model.classes.size())];
+    };
+    switch (rng.below(13)) {
+        case 0: {  // a method more
+            ClassModel& klass = anyClass();
+            klass.methods.push_back(randomFunction(rng, rng.pick(kMethods), true));
+            break;
+        }
+        case 1: {  // a method fewer
+            ClassModel& klass = anyClass();
+            if (!klass.methods.empty())
+                klass.methods.erase(klass.methods.begin() + static_cast<long>(rng.below(klass.methods.size())));
+            break;
+        }
+        case 2: {  // another base, or none
+            ClassModel& klass = anyClass();
+            klass.base = rng.chance(25) ? std::string() : randomBase(rng, model, python);
+            break;
+        }
+        case 3: anyClass().name = rng.pick(kClasses); break;
+        case 4:  // what a function returns
+            if (model.functions.empty()) model.functions.push_back(randomFunction(rng, rng.name(), false));
+            else {
+                Function& function = model.functions[rng.below(model.functions.size())];
+                function.result = randomResult(rng, false);
+                function.declared = function.result.kind == Value::Kind::instance && rng.chance(30);
+            }
+            break;
+        case 5: {  // what a method returns, or the type of its parameter
+            ClassModel& klass = anyClass();
+            if (klass.methods.empty()) break;
+            Function& method = klass.methods[rng.below(klass.methods.size())];
+            if (rng.chance(70)) method.result = randomResult(rng, true);
+            else {
+                if (method.param.empty()) method.param = rng.pick(kParams);
+                method.paramType = rng.chance(25) ? std::string() : rng.pick(kClasses);
+            }
+            break;
+        }
+        case 6: {  // a field holds another class, comes or goes
+            ClassModel& klass = anyClass();
+            const std::size_t what = rng.below(3);
+            if (what == 0 || klass.fields.empty()) klass.fields.push_back(randomField(rng));
+            else if (what == 1) klass.fields[rng.below(klass.fields.size())].klass = rng.pick(kClasses);
+            else klass.fields.erase(klass.fields.begin() + static_cast<long>(rng.below(klass.fields.size())));
+            break;
+        }
+        case 7: {
+            ClassModel& klass = anyClass();
+            klass.constructor = !klass.constructor;
+            break;
+        }
+        case 8: model.imports.push_back(randomImport(rng, path, files)); break;
+        case 9:  // an import fewer, or from elsewhere
+            if (model.imports.empty()) model.imports.push_back(randomImport(rng, path, files));
+            else if (rng.chance(50))
+                model.imports.erase(model.imports.begin() + static_cast<long>(rng.below(model.imports.size())));
+            else model.imports[rng.below(model.imports.size())].from = rng.next();
+            break;
+        case 10:  // a class more or fewer
+            if (!model.classes.empty() && rng.chance(50))
+                model.classes.erase(model.classes.begin() + static_cast<long>(rng.below(model.classes.size())));
+            else model.classes.push_back(randomClass(rng, rng.pick(kClasses), model, python));
+            break;
+        case 11:  // a module-level value comes, goes or holds something else
+            if (!model.variables.empty() && rng.chance(40)) model.variables.clear();
+            else if (model.variables.empty()) model.variables.push_back(randomVariable(rng, model, python));
+            else model.variables.front().value = randomVariable(rng, model, python).value;
+            break;
+        default:  // a function more or fewer
+            if (!model.functions.empty() && rng.chance(50))
+                model.functions.erase(model.functions.begin() + static_cast<long>(rng.below(model.functions.size())));
+            else model.functions.push_back(randomFunction(rng, rng.name(), false));
+            break;
+    }
+    tidy(model);
+}
+
+// What the bodies of a file can name, beside the pools' names.
+struct Known {
+    std::vector<std::string> functions, classes, values, modules;
+};
+
+// The calls of bodies, drawn from the body seed only. They never assign a field, declare
+// a module-level name or return, so that they leave the file's type facts alone.
+class BodyWriter {
+public:
+    BodyWriter(bool python, const Known& known, std::uint32_t seed) : python_(python), known_(known), rng_(seed) {}
+
+    // The statements of one body, each on its own line; gives how many. `klass` is the
+    // enclosing class, `param` the function's parameter.
+    std::size_t write(std::ostream& out, const std::string& indent, const ClassModel* klass, const std::string& param) {
+        std::size_t lines = 0;
+        for (std::size_t i = rng_.below(5); i-- > 0;) {
+            for (const auto& statement : statements(klass, param)) {
+                out << indent << statement << (python_ ? "\n" : ";\n");
+                ++lines;
+            }
+        }
+        return lines;
+    }
+
+private:
+    std::string pickFrom(const std::vector<std::string>& known, const std::vector<std::string>& pool) {
+        return !known.empty() && rng_.chance(75) ? rng_.pick(known) : rng_.pick(pool);
+    }
+    std::string klass() { return pickFrom(known_.classes, kClasses); }
+    std::string function() { return pickFrom(known_.functions, kNames); }
+    std::string method() { return rng_.chance(85) ? rng_.pick(kMethods) : rng_.name(); }
+    std::string instance(const std::string& klass) { return python_ ? klass + "()" : "new " + klass + "()"; }
+    std::string self() const { return python_ ? "self" : "this"; }
+
+    // A receiver whose type comes from elsewhere.
+    std::string receiver(const ClassModel* enclosing, const std::string& param) {
+        switch (rng_.below(6)) {
+            case 0: return instance(klass());
+            case 1: return pickFrom(known_.values, kValues);
+            case 2: return function() + "()";
+            case 3:
+                if (!param.empty()) return param;
+                [[fallthrough]];
+            default: return enclosing ? self() + "." + field(*enclosing) : instance(klass());
+        }
+    }
+
+    // Mostly a field the class declares; now and then one it may inherit, or none.
+    std::string field(const ClassModel& enclosing) {
+        std::vector<std::string> fields;
+        for (const auto& field : enclosing.fields) fields.push_back(field.name);
+        return pickFrom(fields, kFields);
+    }
+
+    std::vector<std::string> statements(const ClassModel* enclosing, const std::string& param) {
+        switch (rng_.below(enclosing ? 16 : 11)) {
+            case 0:
+            case 1: return {function() + "()"};
+            case 2: return {instance(klass())};
+            case 3: return {receiver(enclosing, param) + "." + method() + "()"};
+            case 4: return {receiver(enclosing, param) + "." + method() + "()." + method() + "()"};
+            case 5: {
+                // A local holding an instance or a result.
+                std::string local = "s" + std::to_string(locals_++);
+                std::string value = rng_.chance(60) ? instance(klass()) : function() + "()";
+                return {(python_ ? local + " = " : "const " + local + " = ") + value, local + "." + method() + "()"};
+            }
+            case 6:
+                if (!param.empty()) return {param + "." + method() + "()"};
+                return {pickFrom(known_.values, kValues) + "." + method() + "()"};
+            case 7: return {function() + "()." + method() + "()"};
+            case 8: {
+                // What a module imported whole holds.
+                if (known_.modules.empty()) return {instance(klass()) + "." + method() + "()"};
+                const std::string module = rng_.pick(known_.modules);
+                if (rng_.chance(50)) return {instance(module + "." + rng_.pick(kClasses)) + "." + method() + "()"};
+                return {module + "." + rng_.name() + "()" + (rng_.chance(50) ? "." + method() + "()" : "")};
+            }
+            case 9: return {pickFrom(known_.values, kValues) + "." + method() + "()"};
+            case 10: return {instance(klass()) + "." + method() + "()"};
+            case 11:
+            case 12: return {self() + "." + method() + "()"};
+            case 13:
+            case 14: return {self() + "." + field(*enclosing) + "." + method() + "()"};
+            default: return {(python_ ? "super()." : "super.") + method() + "()"};
+        }
+    }
+
+    bool python_;
+    const Known& known_;
+    Rng rng_;
+    int locals_ = 0;
+};
+
+Known knownNames(const std::string& path, const FileModel& model) {
+    const bool python = path.ends_with(".py");
+    Known known;
+    int namespaces = 0;
+    for (const auto& import : model.imports) {
+        if (import.kind == Import::Kind::module)
+            known.modules.push_back(python ? kPyModules[import.from % kPyModules.size()]
+                                           : "ns" + std::to_string(namespaces++));
+        // A JS re-export binds nothing in the file; a Python one is an import.
+        if (import.kind == Import::Kind::named || (python && import.kind == Import::Kind::reexport)) {
+            const std::string local = import.local();
+            if (contains(kClasses, local)) known.classes.push_back(local);
+            else if (contains(kNames, local)) known.functions.push_back(local);
+            else known.values.push_back(local);
+        }
+    }
+    for (const auto& klass : model.classes) known.classes.push_back(klass.name);
+    for (const auto& function : model.functions) known.functions.push_back(function.name);
+    for (const auto& variable : model.variables) known.values.push_back(variable.name);
+    return known;
+}
+
+bool declaresResult(const Function& function) {
+    return function.declared && function.result.kind == Value::Kind::instance;
+}
+
+std::string valueText(const Value& value, bool python) {
+    switch (value.kind) {
+        case Value::Kind::instance: return python ? value.name + "()" : "new " + value.name + "()";
+        case Value::Kind::result: return value.name + "()";
+        case Value::Kind::self: return python ? "self" : "this";
+        case Value::Kind::field: return (python ? "self." : "this.") + value.name;
+        default: return {};
+    }
+}
+
+std::string jsFile(const std::string& path, const FileModel& model) {
+    const bool typed = !path.ends_with(".js");
+    const bool commonJs = !typed;  // where `require` is written too
+    const auto specs = jsSpecs(path);
+    const Known known = knownNames(path, model);
+    BodyWriter body(false, known, model.body);
+    std::ostringstream out;
+    int namespaces = 0;
+    for (const auto& import : model.imports) {
+        const std::string spec = "'" + specs[import.from % specs.size()] + "'";
+        const std::string renamed = import.alias.empty() ? import.name : import.name + " as " + import.alias;
+        switch (import.kind) {
+            case Import::Kind::named:
+                if (commonJs && import.require)
+                    out << "const { " << (import.alias.empty() ? import.name : import.name + ": " + import.alias)
+                        << " } = require(" << spec << ");\n";
+                else out << "import { " << renamed << " } from " << spec << ";\n";
+                break;
+            case Import::Kind::module: {
+                const std::string local = "ns" + std::to_string(namespaces++);
+                if (commonJs && import.require) out << "const " << local << " = require(" << spec << ");\n";
+                else out << "import * as " << local << " from " << spec << ";\n";
+                break;
+            }
+            case Import::Kind::reexport: out << "export { " << renamed << " } from " << spec << ";\n"; break;
+            case Import::Kind::reexportAll: out << "export * from " << spec << ";\n"; break;
+        }
+    }
+    if (model.external) out << "import React from 'react';\n";
+    auto signature = [&](const Function& function) {
+        std::string text = function.name + "(" + function.param;
+        if (typed && !function.paramType.empty() && !function.param.empty()) text += ": " + function.paramType;
+        text += ")";
+        if (typed && declaresResult(function)) text += ": " + function.result.name;
+        return text;
+    };
+    auto bodyOf = [&](const Function& function, const ClassModel* klass, const std::string& indent) {
+        body.write(out, indent, klass, function.param);
+        if (function.result.kind != Value::Kind::none)
+            out << indent << "return " << valueText(function.result, false) << ";\n";
+    };
+    for (const auto& klass : model.classes) {
+        out << "export class " << klass.name << (klass.base.empty() ? "" : " extends " + klass.base) << " {\n";
+        std::vector<std::string> parameters, assigned;
+        for (const auto& field : klass.fields) {
+            const std::string value = "new " + field.klass + "()";
+            switch (field.form) {
+                case Field::Form::body: out << "  " << field.name << " = " << value << ";\n"; break;
+                case Field::Form::declared:
+                    if (typed) out << "  " << field.name << ": " << field.klass << ";\n";
+                    else out << "  " << field.name << " = " << value << ";\n";
+                    break;
+                case Field::Form::parameter:
+                    if (typed) {
+                        parameters.push_back("private " + field.name + ": " + field.klass);
+                        break;
+                    }
+                    [[fallthrough]];
+                case Field::Form::constructor: assigned.push_back("this." + field.name + " = " + value); break;
+            }
+        }
+        if (klass.constructor || !parameters.empty() || !assigned.empty()) {
+            out << "  constructor(";
+            for (std::size_t i = 0; i < parameters.size(); ++i) out << (i ? ", " : "") << parameters[i];
+            out << ") {\n";
+            if (!klass.base.empty()) out << "    super();\n";
+            for (const auto& line : assigned) out << "    " << line << ";\n";
+            body.write(out, "    ", &klass, {});
+            out << "  }\n";
+        }
+        for (const auto& method : klass.methods) {
+            out << "  " << signature(method) << " {\n";
+            bodyOf(method, &klass, "    ");
+            out << "  }\n";
+        }
         out << "}\n";
     }
-    if (shape.chance(50)) {
-        std::string klass = shape.chance(50) ? "Store" : "View";
-        out << "export class " << klass << " {\n  " << shape.name() << "() { this." << body.name() << "(); "
-            << body.name() << "(); }\n  " << shape.name() << "() { return new " << klass << "(); }\n}\n";
-        if (shape.chance(50))
-            out << "export function use" << klass << "() {\n  new " << klass << "()." << body.name() << "();\n}\n";
+    for (const auto& function : model.functions) {
+        out << "export function " << signature(function) << " {\n";
+        bodyOf(function, nullptr, "  ");
+        out << "}\n";
     }
+    for (const auto& variable : model.variables)
+        out << "export const " << variable.name << " = " << valueText(variable.value, false) << ";\n";
     return out.str();
 }
 
 std::string pyFile(const std::string& path, const FileModel& model) {
-    Rng shape(model.shape), body(model.body);
-    const auto& functions = model.functions;
+    const auto froms = pyFroms(path);
+    const Known known = knownNames(path, model);
+    BodyWriter body(true, known, model.body);
     std::ostringstream out;
-    const bool inPkg = path.starts_with("pkg/");
-    const std::vector<std::string> froms = inPkg ? std::vector<std::string>{".q0", ".q1", ".sub.q2", ".sub", "."}
-                                                 : std::vector<std::string>{"pkg.q0", "pkg.q1", "pkg.sub.q2", "pkg"};
-    std::set<std::string> imported;
-    for (std::size_t i = shape.below(3); i-- > 0;) {
-        std::string local = shape.name();
-        if (imported.count(local) || std::count(functions.begin(), functions.end(), local)) continue;
-        imported.insert(local);
-        out << "from " << froms[shape.below(froms.size())] << " import " << local << "\n";
+    for (const auto& import : model.imports) {
+        const std::string from = froms[import.from % froms.size()];
+        switch (import.kind) {
+            case Import::Kind::named:
+            case Import::Kind::reexport:
+                out << "from " << from << " import " << import.name
+                    << (import.alias.empty() ? "" : " as " + import.alias) << "\n";
+                break;
+            case Import::Kind::module: out << "import " << kPyModules[import.from % kPyModules.size()] << "\n"; break;
+            case Import::Kind::reexportAll: out << "from " << from << " import *\n"; break;
+        }
     }
-    if (shape.chance(20)) out << "import os\n";
-    for (const auto& fn : functions) {
-        out << "def " << fn << "():\n";
-        std::size_t calls = body.below(4);
-        if (calls == 0) out << "    pass\n";
-        for (std::size_t i = calls; i-- > 0;) out << "    " << body.name() << "()\n";
+    if (model.external) out << "import os\n";
+    auto signature = [&](const Function& function, bool method) {
+        std::string text = "def " + function.name + "(" + (method ? "self" : "");
+        if (!function.param.empty()) {
+            text += (method ? ", " : "") + function.param;
+            if (!function.paramType.empty()) text += ": " + function.paramType;
+        }
+        text += ")";
+        if (declaresResult(function)) text += " -> " + function.result.name;
+        return text + ":\n";
+    };
+    auto bodyOf = [&](const Function& function, const ClassModel* klass, const std::string& indent) {
+        std::size_t lines = body.write(out, indent, klass, function.param);
+        if (function.result.kind != Value::Kind::none) {
+            out << indent << "return " << valueText(function.result, true) << "\n";
+            ++lines;
+        }
+        if (lines == 0) out << indent << "pass\n";
+    };
+    for (const auto& klass : model.classes) {
+        out << "class " << klass.name << (klass.base.empty() ? "" : "(" + klass.base + ")") << ":\n";
+        std::size_t members = 0;
+        std::vector<std::string> parameters, assigned;
+        for (const auto& field : klass.fields) {
+            switch (field.form) {
+                case Field::Form::body: out << "    " << field.name << " = " << field.klass << "()\n"; break;
+                case Field::Form::declared: out << "    " << field.name << ": " << field.klass << "\n"; break;
+                case Field::Form::parameter:
+                    parameters.push_back(field.name + ": " + field.klass);
+                    assigned.push_back("self." + field.name + " = " + field.name);
+                    break;
+                case Field::Form::constructor:
+                    assigned.push_back("self." + field.name + " = " + field.klass + "()");
+                    break;
+            }
+            ++members;
+        }
+        if (klass.constructor || !assigned.empty()) {
+            out << "    def __init__(self";
+            for (const auto& parameter : parameters) out << ", " << parameter;
+            out << "):\n";
+            std::size_t lines = 0;
+            if (!klass.base.empty()) {
+                out << "        super().__init__()\n";
+                ++lines;
+            }
+            for (const auto& line : assigned) {
+                out << "        " << line << "\n";
+                ++lines;
+            }
+            lines += body.write(out, "        ", &klass, {});
+            if (lines == 0) out << "        pass\n";
+            ++members;
+        }
+        for (const auto& method : klass.methods) {
+            out << "    " << signature(method, true);
+            bodyOf(method, &klass, "        ");
+            ++members;
+        }
+        if (members == 0) out << "    pass\n";
     }
-    if (shape.chance(40)) {
-        out << "class Store:\n    def " << shape.name() << "(self):\n        self." << body.name() << "()\n        "
-            << body.name() << "()\n    def " << shape.name() << "(self):\n        return Store()\n";
+    for (const auto& function : model.functions) {
+        out << signature(function, false);
+        bodyOf(function, nullptr, "    ");
     }
+    for (const auto& variable : model.variables)
+        out << variable.name << " = " << valueText(variable.value, true) << "\n";
     return out.str();
 }
 
@@ -137,7 +762,7 @@ std::string fileText(const std::string& path, const FileModel& model) {
 
 struct Project {
     const TempDir& dir;
-    std::map<std::string, FileModel> files;
+    Files files;
 
     void write(const std::string& path, const std::string& content) const { dir.write("project/" + path, content); }
     void remove(const std::string& path) const { fs::remove(dir.at("project/" + path)); }
@@ -175,16 +800,14 @@ std::string firstDifference(const ProjectIR& live, const ProjectIR& full) {
     return {};
 }
 
-void runSequence(std::uint32_t seed, LinkingMode linking, int steps) {
+// `filesStay`: every step edits a file, none is added, deleted or renamed.
+void runSequence(std::uint32_t seed, LinkingMode linking, int steps, bool filesStay = false) {
     TempDir dir;
     TempDir support;
     Rng gen(seed);
-    Project project{dir, {}};
-    for (const auto& path : kPaths)
-        if (gen.chance(60)) {
-            project.files[path] = newModel(gen);
-            project.write(path, fileText(path, project.files[path]));
-        }
+    gen.plainImports = !filesStay;
+    Project project{dir, initialProject(gen)};
+    for (const auto& [path, model] : project.files) project.write(path, fileText(path, model));
     const std::string root = dir.at("project");
     fs::create_directories(root);
     LiveProjectOptions options;
@@ -205,27 +828,37 @@ void runSequence(std::uint32_t seed, LinkingMode linking, int steps) {
         std::vector<std::string> touched;
         std::string what;
         bool bodyOnly = false;
-        const std::size_t op = gen.below(10);
+        const std::size_t op = filesStay ? 0 : gen.below(20);
         auto absent = project.absent();
-        if ((op < 4 || absent.empty()) && !project.files.empty()) {
-            // An edit: half of them change only what the bodies call.
+        if ((op < 10 || absent.empty()) && !project.files.empty()) {
+            // An edit: most change declarations, some only what the bodies call, a few the
+            // whole file.
             auto it = std::next(project.files.begin(), static_cast<long>(gen.below(project.files.size())));
-            if (gen.chance(50)) it->second = newModel(gen);
-            else {
+            const std::size_t kind = gen.below(20);
+            if (kind < 6) {
                 it->second.body = gen.next();
                 bodyOnly = !it->second.moved;
+                what = "body edit of ";
+            } else if (kind < 17) {
+                for (std::size_t i = gen.chance(40) ? 2 : 1; i-- > 0;)
+                    changeDeclarations(it->second, gen, it->first, project.files);
+                what = "declarations edit of ";
+            } else {
+                it->second = newModel(gen, it->first, project.files);
+                what = "rewrite of ";
             }
             it->second.moved = false;
             project.write(it->first, fileText(it->first, it->second));
             touched.push_back(it->first);
-            what = "edit " + it->first;
-        } else if (op < 6 && !absent.empty()) {
+            what += it->first;
+        } else if (op < 14 && !absent.empty()) {
             std::string path = absent[gen.below(absent.size())];
-            project.files[path] = newModel(gen);
-            project.write(path, fileText(path, project.files[path]));
+            FileModel model = newModel(gen, path, project.files);
+            project.write(path, fileText(path, model));
+            project.files[path] = std::move(model);
             touched.push_back(path);
             what = "add " + path;
-        } else if (op < 8 && !project.files.empty()) {
+        } else if (op < 17 && !project.files.empty()) {
             auto it = std::next(project.files.begin(), static_cast<long>(gen.below(project.files.size())));
             project.remove(it->first);
             touched.push_back(it->first);
@@ -259,8 +892,8 @@ void runSequence(std::uint32_t seed, LinkingMode linking, int steps) {
         const LiveUpdate update = live.update(touched);
         if (bodyOnly && update.changed.size() == 1) {
             // Only what the bodies call changed: that file alone is analysed and linked again.
-            EXPECT_EQ(update.reanalysed, update.changed) << what;
-            EXPECT_EQ(update.relinkedFiles, 1u) << what;
+            EXPECT_EQ(update.reanalysed, update.changed) << "seed " << seed << ", step " << step << ": " << what;
+            EXPECT_EQ(update.relinkedFiles, 1u) << "seed " << seed << ", step " << step << ": " << what;
         }
         const ProjectIR full = fullScanWithoutCache(root, linking);
         const std::string difference = firstDifference(live.graph(), full);
@@ -290,6 +923,13 @@ TEST(LiveProjectPropertyTest, NamesModeMatchesAFullScanAfterEveryStep) {
 
 TEST(LiveProjectPropertyTest, PreciseModeMatchesAFullScanAfterEveryStep) {
     for (std::uint32_t seed = 1001; seed <= 1000 + sequences(3); ++seed) runSequence(seed, LinkingMode::precise, 30);
+}
+
+// Edits alone, with every import form: in precise linking nearly all of them change
+// declarations, which re-link only the files whose resolutions read what changed.
+TEST(LiveProjectPropertyTest, PreciseModeMatchesAFullScanAfterEveryEdit) {
+    for (std::uint32_t seed = 2001; seed <= 2000 + sequences(3); ++seed)
+        runSequence(seed, LinkingMode::precise, 30, true);
 }
 
 }  // namespace
