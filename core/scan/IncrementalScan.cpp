@@ -93,6 +93,42 @@ std::vector<std::string> importWords(const CachedFileResult& record) {
     return words;
 }
 
+// The words of the module names a file's source writes, read from its text: the strings
+// on lines that import, require or re-export (`import * as ns from './b'`, `import './b'`,
+// `require('./b')`, `export * from './b'`), and Python's `from`/`import` lines whole.
+// Imports of these forms may leave no word in the analysis (a whole module bound, a module
+// not there yet), yet a file appearing or going there changes how they resolve. Words too
+// many only cost an analysis more.
+std::vector<std::string> sourceImportWords(std::string_view source) {
+    std::vector<std::string> words;
+    std::size_t start = 0;
+    while (start < source.size()) {
+        std::size_t end = source.find('\n', start);
+        if (end == std::string_view::npos) end = source.size();
+        const std::string_view line = source.substr(start, end - start);
+        start = end + 1;
+        const std::size_t text = line.find_first_not_of(" \t");
+        if (text == std::string_view::npos) continue;
+        const std::string_view rest = line.substr(text);
+        if (rest.starts_with("from ") || rest.starts_with("import ")) {
+            addWords(rest, words);
+            continue;
+        }
+        if (line.find("import") == std::string_view::npos && line.find("require") == std::string_view::npos &&
+            line.find("from") == std::string_view::npos)
+            continue;
+        for (std::size_t at = 0; at < line.size(); ++at) {
+            const char quote = line[at];
+            if (quote != '\'' && quote != '"' && quote != '`') continue;
+            const std::size_t close = line.find(quote, at + 1);
+            if (close == std::string_view::npos) break;
+            addWords(line.substr(at + 1, close - at - 1), words);
+            at = close;
+        }
+    }
+    return words;
+}
+
 bool isFolderModule(const std::string& relPath) {
     std::string name = lastPathComponent(relPath);
     std::string stem = name.substr(0, name.find('.'));
@@ -144,7 +180,7 @@ std::string factsKeyOf(CachedFileResult& record) {
     return sha256Hex(encoded);
 }
 
-FileState stateOf(const std::string& relPath, CachedFileResult& record) {
+FileState stateOf(const std::string& relPath, CachedFileResult& record, std::string_view source) {
     FileState state;
     state.relPath = relPath;
     state.hash = record.fileHash;
@@ -153,6 +189,9 @@ FileState stateOf(const std::string& relPath, CachedFileResult& record) {
     for (const auto& call : record.calls) state.callees.push_back(call.calleeName);
     sortUnique(state.callees);
     state.words = importWords(record);
+    auto written = sourceImportWords(source);
+    state.words.insert(state.words.end(), written.begin(), written.end());
+    sortUnique(state.words);
     if (!record.facts.empty()) state.factsKey = factsKeyOf(record);
     return state;
 }
@@ -266,6 +305,14 @@ struct IncrementalScan::State {
         return EnumeratedFile{appendPathComponent(root, rel), rel, lowercased(pathExtension(rel))};
     }
 
+    // Whether a known file other than those of `going` lies below `folder`.
+    bool holdsOtherFiles(const std::string& folder, const std::set<std::string>& going) const {
+        const std::string below = folder + "/";
+        for (auto it = files.lower_bound(below); it != files.end() && it->first.starts_with(below); ++it)
+            if (!going.count(it->first)) return true;
+        return false;
+    }
+
     // The known files whose imports may resolve otherwise now that `added` appeared and
     // `removed` went: their import words hold the stem of one of them (or, for a folder's
     // own module, the folder's name), or they lie inside such a folder, whose module `.`
@@ -274,10 +321,19 @@ struct IncrementalScan::State {
                                           const std::vector<std::string>& removed) const {
         std::vector<std::string> words;
         std::vector<std::string> folders;  // of folder modules: "" the root, else with a "/" after
+        const std::set<std::string> going(removed.begin(), removed.end());
         for (const auto* list : {&added, &removed})
             for (const auto& rel : *list) {
                 auto naming = namingWords(rel);
                 words.insert(words.end(), naming.begin(), naming.end());
+                // A folder that comes with its first file or goes with its last: Python
+                // resolves a dotted module otherwise when a package folder of its name is there.
+                for (std::string folder = rel;;) {
+                    std::string up = deletingLastPathComponent(folder);
+                    if (up.empty() || up == folder || holdsOtherFiles(up, going)) break;
+                    addWords(lastPathComponent(up), words);
+                    folder = std::move(up);
+                }
                 if (isFolderModule(rel)) {
                     std::string folder = deletingLastPathComponent(rel);
                     folders.push_back(folder.empty() || folder == rel ? std::string() : folder + "/");
@@ -663,10 +719,13 @@ void IncrementalScan::scanAll(const ProgressCallback& progress, const CancelChec
     const bool precise = s.linking == LinkingMode::precise;
     const std::size_t lanes = s.pool.threadCount() + 1;
     std::vector<detail::SiteWriter> writers(lanes);
-    std::vector<std::string> scratch(lanes);
+    std::vector<std::string> scratch(lanes), sources(lanes);
     parallelFor(s.pool, paths.size(), lanes, [&](std::size_t i, std::size_t lane) {
         if (auto record = s.cache.loadFile(s.root, paths[i], RecordFields::all)) {
-            states[i] = stateOf(paths[i], *record);
+            // The source again, for the words its imports write (a file that cannot be read
+            // now fails the update that reads it).
+            if (!readWholeFileInto(appendPathComponent(s.root, paths[i]), sources[lane])) sources[lane].clear();
+            states[i] = stateOf(paths[i], *record, sources[lane]);
             if (!precise) return;
             entries[i] = detail::FileEntry::make(paths[i], record->facts);
             states[i]->sites = detail::FileSites(record->sites, paths[i], scratch[lane], writers[lane]);
@@ -817,7 +876,8 @@ IncrementalChanges IncrementalScan::update(const std::vector<std::string>& reque
         // save left both as they were (the common save: a body changed), only the saved
         // files' own sites can link otherwise.
         std::vector<FileState> states;
-        for (std::size_t i = 0; i < fresh.size(); ++i) states.push_back(stateOf(fresh[i].rel, records[i]));
+        for (std::size_t i = 0; i < fresh.size(); ++i)
+            states.push_back(stateOf(fresh[i].rel, records[i], fresh[i].bytes));
         bool same = out.added.empty() && out.removed.empty();
         for (std::size_t i = 0; same && i < fresh.size(); ++i) {
             const FileState& before = s.files.at(fresh[i].rel);
@@ -951,7 +1011,7 @@ IncrementalChanges IncrementalScan::update(const std::vector<std::string>& reque
         } else {
             diagnosticsTouched = diagnosticsTouched || !records[i].diagnostics.empty();
         }
-        s.indexFile(stateOf(fresh[i].rel, records[i]));
+        s.indexFile(stateOf(fresh[i].rel, records[i], fresh[i].bytes));
     }
     for (std::size_t i = 0; i < fresh.size(); ++i) s.wire(records[i].calls, records[i].imports, fresh[i].rel);
     for (const auto& rel : relink) {

@@ -69,12 +69,6 @@ public:
     const std::string& pick(const std::vector<std::string>& from) { return from[below(from.size())]; }
     const std::string& name() { return pick(kNames); }
 
-    // Imports by name only, without CommonJS: set for sequences in which files come and
-    // go, since imports of a whole module, by require or by re-export of a module that is
-    // not there leave no word by which a file appearing there finds its importers (left
-    // alone for now; the sequences that only edit files use every form).
-    bool plainImports = false;
-
 private:
     std::mt19937 rng_;
 };
@@ -260,10 +254,6 @@ Import randomImport(Rng& rng, const std::string& path, const Files& files) {
     else import.kind = kind < 17 ? Kind::reexport : Kind::reexportAll;
     import.from = rng.next();
     import.require = rng.chance(30);
-    if (rng.plainImports) {
-        import.kind = Kind::named;
-        import.require = false;
-    }
     const bool wholeModule = import.kind == Kind::module;
     const std::vector<std::string> modules = !python ? jsSpecs(path) : wholeModule ? kPyModules : pyFroms(path);
     // What the other files of the language declare, with where.
@@ -805,7 +795,6 @@ void runSequence(std::uint32_t seed, LinkingMode linking, int steps, bool filesS
     TempDir dir;
     TempDir support;
     Rng gen(seed);
-    gen.plainImports = !filesStay;
     Project project{dir, initialProject(gen)};
     for (const auto& [path, model] : project.files) project.write(path, fileText(path, model));
     const std::string root = dir.at("project");
@@ -1045,6 +1034,65 @@ TEST(LiveProjectTest, PreciseDeclarationSavesRelinkOnlyTheFilesThatReadThem) {
     EXPECT_EQ(root.relinkedFiles, 2u);
     EXPECT_EQ(live.graph().symbols.at("call.ts:call:function").refsOut, IdSet{"root.ts:wave:method"});
     EXPECT_EQ(firstDifference(live.graph(), fullScanWithoutCache(dir.at("p"), LinkingMode::precise)), "");
+}
+
+// Imports that bind no name the analysis keeps (a whole module, a bare import, a
+// re-export of a module not there yet) and a Python package folder that comes with its
+// first file: the files they concern are found and analysed again.
+TEST(LiveProjectTest, FilesComingAndGoingReachImportsThatNameNoSymbol) {
+    testing::TempDir dir;
+    testing::TempDir support;
+    auto open = [&](const std::string& root, LinkingMode linking) {
+        LiveProjectOptions options;
+        options.root = dir.at(root);
+        options.loadConfig = [linking] {
+            VantrelConfig config;
+            config.linking = linking;
+            return config;
+        };
+        return std::make_unique<LiveProject>(SymbolScanner(SymbolScanner::defaultPlugins(), ProjectCache(support.path())),
+                                             options);
+    };
+    auto reports = [](const LiveProject& live, const std::string& importPath) {
+        return std::count_if(live.graph().diagnostics.begin(), live.graph().diagnostics.end(),
+                             [&](const ResolutionDiagnostic& d) { return d.importPath == importPath; });
+    };
+
+    dir.write("n/a.ts", "import * as ns from './b';\nexport function a() {\n  return ns.b();\n}\n");
+    dir.write("n/b.ts", "export function b() {}\n");
+    dir.write("n/c.ts", "import './d';\nexport function c() {}\n");
+    dir.write("n/app.py", "from pkg.q0 import x\n\ndef main():\n    x()\n");
+    auto names = open("n", LinkingMode::names);
+    names->open();
+    EXPECT_EQ(reports(*names, "./b"), 0);
+    EXPECT_GT(reports(*names, "./d"), 0);
+    const auto pythonBefore = names->graph().diagnostics;
+
+    std::filesystem::remove(dir.at("n/b.ts"));
+    dir.write("n/d.ts", "export function d() {}\n");
+    LiveUpdate swapped = names->update({"b.ts", "d.ts"});
+    EXPECT_EQ(swapped.reanalysed, (std::vector<std::string>{"a.ts", "c.ts", "d.ts"}));
+    EXPECT_GT(reports(*names, "./b"), 0);
+    EXPECT_EQ(reports(*names, "./d"), 0);
+    EXPECT_EQ(firstDifference(names->graph(), fullScanWithoutCache(dir.at("n"), LinkingMode::names)), "");
+
+    // pkg/ did not exist, so pkg.q0 was a module outside the project; now it is one of the
+    // project that is not there.
+    dir.write("n/pkg/sub/q2.py", "def y():\n    pass\n");
+    LiveUpdate folder = names->update({"pkg"});
+    EXPECT_EQ(folder.reanalysed, (std::vector<std::string>{"app.py", "pkg/sub/q2.py"}));
+    EXPECT_NE(names->graph().diagnostics, pythonBefore);
+    EXPECT_EQ(firstDifference(names->graph(), fullScanWithoutCache(dir.at("n"), LinkingMode::names)), "");
+
+    dir.write("p/index.ts", "export * from './shapes';\n");
+    dir.write("p/use.ts", "import { Circle } from './index';\nexport function draw() {\n  new Circle().area();\n}\n");
+    auto precise = open("p", LinkingMode::precise);
+    precise->open();
+    EXPECT_TRUE(precise->graph().symbols.at("use.ts:draw:function").refsOut.empty());
+    dir.write("p/shapes.ts", "export class Circle {\n  area() {}\n}\n");
+    LiveUpdate shapes = precise->update({"shapes.ts"});
+    EXPECT_EQ(shapes.reanalysed, (std::vector<std::string>{"index.ts", "shapes.ts"}));
+    EXPECT_EQ(precise->graph().symbols.at("use.ts:draw:function").refsOut, IdSet{"shapes.ts:area:method"});
 }
 
 // Files added and removed while nothing watched: the records of the files importing them
