@@ -3,8 +3,8 @@
 // quoted). After a full scan it saves files one at a time, spread over the project, in
 // two ways, and times each LiveProject::update:
 //   - "body": a file's bytes change but not its symbols (the common save);
-//   - "new function": a function of a fresh name is added (the set of ids changes, so the
-//     name index is made again).
+//   - "new function": a function of a fresh name is added (the set of ids changes);
+// and it times a new file with one function written beside the saved one (removed again).
 // It also times the immutable copy of the graph that readers on other threads take, and,
 // last, the whole path through a live session: a file written, the watcher's quiet period
 // (300 ms), the update and the copy handed to the session's handler.
@@ -91,7 +91,7 @@ int main(int argc, char** argv) {
     std::printf("%s linking, %zu symbols: open (full scan and index) %.0f ms\n",
                 linking == LinkingMode::precise ? "precise" : "names", live.graph().symbols.size(), msSince(start));
 
-    Figures body, added, copy;
+    Figures body, added, newFile, copy;
     for (int round = 0; round < saves; ++round) {
         const std::int64_t index = (files / saves) * round + 7;
         const std::string rel = bench::syntheticRelPath(index % files, files, bench::Mix::mixed);
@@ -130,6 +130,17 @@ int main(int argc, char** argv) {
 
         writeFileAtomically(path, original);
         live.update({rel});
+
+        // A new file beside it, then gone again (untimed).
+        const std::string newRel = rel.substr(0, rel.rfind('/') + 1) + "live_new_" + std::to_string(round) +
+                                   (python ? ".py" : ".ts");
+        writeFileAtomically(project + "/" + newRel, python ? "def " + name + "():\n    return 1\n"
+                                                           : "export function " + name + "() { return 1; }\n");
+        start = std::chrono::steady_clock::now();
+        live.update({newRel});
+        newFile.ms.push_back(msSince(start));
+        std::filesystem::remove(project + "/" + newRel);
+        live.update({newRel});
     }
     // Through a live session: from the write to the end of its update, less the quiet period.
     Figures session;
@@ -175,6 +186,7 @@ int main(int argc, char** argv) {
 
     body.print("one-file save, body");
     added.print("one-file save, new function");
+    newFile.print("new file");
     copy.print("copy for readers");
     session.print("session, after quiet period");
     return 0;

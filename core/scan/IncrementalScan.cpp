@@ -235,15 +235,13 @@ struct IncrementalScan::State {
     std::set<std::string> touched;  // of the update under way
     std::filesystem::file_time_type scanStarted{};
     bool trackTouched = true;       // off while every edge is made again
-    // Precise linking: every file's facts and the linker over them, kept for saves that
-    // leave all facts and ids as they were; made again (from the records) after a save
-    // that changed them.
+    // Precise linking: every file's facts and the linker over them, made at the full scan
+    // and changed in place by updates (ProjectFacts::change).
     std::unique_ptr<detail::ProjectFacts> facts;
     std::unique_ptr<detail::PreciseLinker> linker;
     detail::SiteWriter siteWriter;  // the sites of files analysed by updates
     std::string siteScratch;
-    // Precise linking: the numbers of paths and of names in the files' reads. Known once
-    // every file's sites have been resolved with their reads noted.
+    // Precise linking: the numbers of paths and of names in the files' reads.
     struct TextHash {
         using is_transparent = void;
         std::size_t operator()(std::string_view text) const { return std::hash<std::string_view>{}(text); }
@@ -252,7 +250,6 @@ struct IncrementalScan::State {
     Numbers pathNumbers, nameNumbers;
     std::string foldScratch;
     std::vector<std::string> numberedPaths;  // by number
-    bool readsKnown = false;
 
     State(const SymbolScanner& s, std::string r, VantrelConfig c, std::int64_t p)
         : scanner(s),
@@ -555,25 +552,6 @@ struct IncrementalScan::State {
         if (!patched) index = symbolNameIndex(ir);
     }
 
-    using Entries = std::map<std::string, std::unique_ptr<detail::FileEntry>>;
-
-    // The facts' files by path, handed back for a new index (the linker goes with them).
-    Entries releaseFacts() {
-        linker.reset();
-        Entries entries;
-        for (auto& entry : facts->release()) {
-            std::string path(entry->path);
-            entries.emplace(std::move(path), std::move(entry));
-        }
-        return entries;
-    }
-    void remakeLinker(Entries& entries) {
-        std::vector<std::unique_ptr<detail::FileEntry>> all;
-        all.reserve(entries.size());
-        for (auto& [path, entry] : entries) all.push_back(std::move(entry));
-        makeLinker(all);
-    }
-
     // What a file declares to the project-wide look-ups, by name: its classes, each
     // class's methods (the sole declarer of a method), its symbols (the name index). A look-up's answer can change only with a
     // name whose entries came or went; one whose entries stayed leads to the same classes
@@ -605,21 +583,41 @@ struct IncrementalScan::State {
         }
     }
 
-    // A save changed the facts or ids of existing files, and no file came or went. A site
-    // resolves otherwise only if it read a saved file, a file whose bases read one, or a
-    // name whose declarations the save changed (see declarations): only
+    // A save changed the facts or ids of files, or files came or went. A site resolves
+    // otherwise only if it read a saved or removed file, a file whose bases or bindings
+    // changed with them, or a name whose declarations changed (see declarations): only
     // those files' sites are linked again. Names no site has read have no number yet, and
     // need none. Returns how many files were linked again.
     std::size_t relinkAfterDeclarationsChanged(const std::vector<FreshFile>& fresh,
+                                               const std::vector<std::string>& removed,
                                                std::vector<CachedFileResult>& records,
                                                std::vector<FileState>& states) {
+        static const std::vector<std::string> noIds;
+        auto idsBefore = [&](const std::string& rel) -> const std::vector<std::string>& {
+            auto known = files.find(rel);
+            return known == files.end() ? noIds : known->second.ids;
+        };
         std::vector<std::unique_ptr<detail::FileEntry>> made(fresh.size());
         std::vector<std::uint32_t> names, paths;
+        std::vector<std::string> cameOrWent(removed);
         for (std::size_t i = 0; i < fresh.size(); ++i) {
             made[i] = detail::FileEntry::make(fresh[i].rel, records[i].facts);
-            namesThatDiffer(declarations(facts->file(fresh[i].rel), files.at(fresh[i].rel).ids),
+            namesThatDiffer(declarations(facts->file(fresh[i].rel), idsBefore(fresh[i].rel)),
                             declarations(made[i].get(), states[i].ids), names);
             paths.push_back(pathNumber(fresh[i].rel));
+            if (!files.count(fresh[i].rel)) cameOrWent.push_back(fresh[i].rel);
+        }
+        for (const auto& rel : removed) {
+            namesThatDiffer(declarations(facts->file(rel), idsBefore(rel)), {}, names);
+            paths.push_back(pathNumber(rel));
+        }
+        // A Python package offers its folder's modules by path: what its __init__ (and the
+        // parent package's, for a package that came or went) stands for changes with them.
+        for (const auto& rel : cameOrWent) {
+            const std::string folder = deletingLastPathComponent(rel);
+            paths.push_back(pathNumber(appendPathComponent(folder, "__init__.py")));
+            if (lastPathComponent(rel) == "__init__.py" && !folder.empty())
+                paths.push_back(pathNumber(appendPathComponent(deletingLastPathComponent(folder), "__init__.py")));
         }
         sortUnique(names);
         sortUnique(paths);
@@ -628,7 +626,7 @@ struct IncrementalScan::State {
         std::set<std::string> renamed;
         NewIds newIds;
         for (std::size_t i = 0; i < fresh.size(); ++i) {
-            const auto& before = files.at(fresh[i].rel).ids;
+            const auto& before = idsBefore(fresh[i].rel);
             const auto& after = states[i].ids;
             std::vector<std::string> differing;
             std::set_symmetric_difference(before.begin(), before.end(), after.begin(), after.end(),
@@ -636,7 +634,10 @@ struct IncrementalScan::State {
             for (const auto& id : differing) renamed.emplace(nameOf(id));
             newIds[fresh[i].rel] = symbolsById(records[i]);
         }
+        for (const auto& rel : removed)
+            for (const auto& id : idsBefore(rel)) renamed.emplace(nameOf(id));
         NamesIds namesIds = lendNames(renamed);
+        for (const auto& rel : removed) placeSymbols(rel, nullptr);
         for (const auto& [rel, ids] : newIds) placeSymbols(rel, &ids);
         replaceNames(namesIds, newIds);
 
@@ -644,7 +645,10 @@ struct IncrementalScan::State {
         // differ now: the saved files', those that named their classes, and, until none is
         // left, those whose resolution read a file among them or a name that changed.
         std::vector<std::uint32_t> changed = paths;
-        for (detail::FileEntry* file : facts->replace(std::move(made))) changed.push_back(pathNumber(file->path));
+        const detail::FactsChange change = facts->change(std::move(made), removed);
+        for (const auto* list : {&change.staleBases, &change.rebound})
+            for (const detail::FileEntry* file : *list) changed.push_back(pathNumber(file->path));
+        for (const auto& rel : removed) forgetFile(rel);
         for (std::size_t i = 0; i < fresh.size(); ++i) {
             forgetFile(fresh[i].rel);
             indexFile(std::move(states[i]));
@@ -741,11 +745,9 @@ void IncrementalScan::scanAll(const ProgressCallback& progress, const CancelChec
     s.index = symbolNameIndex(s.ir);
     s.linker.reset();
     s.facts.reset();
-    s.readsKnown = false;
     if (precise) {
         s.makeLinker(entries);
         for (auto& [rel, state] : s.files) s.linkFile(state, false);
-        s.readsKnown = true;
     }
 
     // Files that came or went since the index last saw the project: the records of the files
@@ -909,39 +911,9 @@ IncrementalChanges IncrementalScan::update(const std::vector<std::string>& reque
             for (const auto& f : fresh) s.linkFile(s.files.at(f.rel));
             out.relinkedFiles = fresh.size();
             out.touchedIds.assign(s.touched.begin(), s.touched.end());
-        } else if (s.readsKnown && out.added.empty() && out.removed.empty()) {
-            out.relinkedFiles = s.relinkAfterDeclarationsChanged(fresh, records, states);
-            out.touchedIds.assign(s.touched.begin(), s.touched.end());
         } else {
-            // Otherwise the facts are indexed again, with the saved files' new ones, and every
-            // file's sites (kept compactly in memory) are linked again.
-            s.trackTouched = false;  // every symbol counts as touched
-            for (const auto& rel : out.removed) s.placeSymbols(rel, nullptr);
-            for (std::size_t i = 0; i < fresh.size(); ++i) {
-                auto ids = symbolsById(records[i]);
-                s.placeSymbols(fresh[i].rel, &ids);
-            }
-            auto entries = s.releaseFacts();
-            for (const auto& rel : out.removed) {
-                entries.erase(rel);
-                s.forgetFile(rel);
-            }
-            for (std::size_t i = 0; i < fresh.size(); ++i) {
-                entries[fresh[i].rel] = detail::FileEntry::make(fresh[i].rel, records[i].facts);
-                s.forgetFile(fresh[i].rel);
-                s.indexFile(std::move(states[i]));
-            }
-            s.index = symbolNameIndex(s.ir);
-            s.remakeLinker(entries);
-            for (auto& [id, symbol] : s.ir.symbols) {
-                symbol.refsIn.clear();
-                symbol.refsOut.clear();
-            }
-            for (auto& [rel, state] : s.files) s.linkFile(state);
-            s.readsKnown = true;
-            s.trackTouched = true;
-            out.relinkedFiles = s.files.size();
-            out.allTouched = true;
+            out.relinkedFiles = s.relinkAfterDeclarationsChanged(fresh, out.removed, records, states);
+            out.touchedIds.assign(s.touched.begin(), s.touched.end());
         }
         if (diagnosticsTouched) s.rebuildDiagnostics();
         out.diagnosticsChanged = diagnosticsTouched;

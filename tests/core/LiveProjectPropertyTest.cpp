@@ -1033,6 +1033,18 @@ TEST(LiveProjectTest, PreciseDeclarationSavesRelinkOnlyTheFilesThatReadThem) {
     LiveUpdate root = live.update({"root.ts"});
     EXPECT_EQ(root.relinkedFiles, 2u);
     EXPECT_EQ(live.graph().symbols.at("call.ts:call:function").refsOut, IdSet{"root.ts:wave:method"});
+
+    // A file that comes declaring a name no site looked up is linked alone; one that goes
+    // that nobody's resolution read links nothing again.
+    dir.write("p/extra.ts", "export function lone() {}\n");
+    LiveUpdate extra = live.update({"extra.ts"});
+    EXPECT_EQ(extra.added, std::vector<std::string>{"extra.ts"});
+    EXPECT_EQ(extra.relinkedFiles, 1u);
+    std::filesystem::remove(dir.at("p/far.ts"));
+    LiveUpdate far = live.update({"far.ts"});
+    EXPECT_EQ(far.removed, std::vector<std::string>{"far.ts"});
+    EXPECT_EQ(far.relinkedFiles, 0u);
+    EXPECT_EQ(live.graph().symbols.count("far.ts:far:function"), 0u);
     EXPECT_EQ(firstDifference(live.graph(), fullScanWithoutCache(dir.at("p"), LinkingMode::precise)), "");
 }
 
@@ -1086,6 +1098,8 @@ TEST(LiveProjectTest, FilesComingAndGoingReachImportsThatNameNoSymbol) {
 
     dir.write("p/index.ts", "export * from './shapes';\n");
     dir.write("p/use.ts", "import { Circle } from './index';\nexport function draw() {\n  new Circle().area();\n}\n");
+    dir.write("p/pkg/__init__.py", "");
+    dir.write("p/app.py", "import pkg\n\ndef main():\n    pkg.q0.Store()\n");
     auto precise = open("p", LinkingMode::precise);
     precise->open();
     EXPECT_TRUE(precise->graph().symbols.at("use.ts:draw:function").refsOut.empty());
@@ -1093,6 +1107,13 @@ TEST(LiveProjectTest, FilesComingAndGoingReachImportsThatNameNoSymbol) {
     LiveUpdate shapes = precise->update({"shapes.ts"});
     EXPECT_EQ(shapes.reanalysed, (std::vector<std::string>{"index.ts", "shapes.ts"}));
     EXPECT_EQ(precise->graph().symbols.at("use.ts:draw:function").refsOut, IdSet{"shapes.ts:area:method"});
+
+    // A package's module that comes: app.py names it through the package, on no import line.
+    EXPECT_TRUE(precise->graph().symbols.at("app.py:main:function").refsOut.empty());
+    dir.write("p/pkg/q0.py", "class Store:\n    def __init__(self):\n        pass\n");
+    precise->update({"pkg/q0.py"});
+    EXPECT_EQ(precise->graph().symbols.at("app.py:main:function").refsOut, IdSet{"pkg/q0.py:__init__:method"});
+    EXPECT_EQ(firstDifference(precise->graph(), fullScanWithoutCache(dir.at("p"), LinkingMode::precise)), "");
 }
 
 // Files added and removed while nothing watched: the records of the files importing them

@@ -224,19 +224,6 @@ const BindingRef* FileEntry::exported(std::string_view name) const { return find
 
 void ProjectFacts::add(std::unique_ptr<FileEntry> file) { files_.push_back(std::move(file)); }
 
-std::vector<std::unique_ptr<FileEntry>> ProjectFacts::release() {
-    for (int python = 0; python < 2; ++python) {
-        classesByName_[python].clear();
-        classesByFoldedName_[python].clear();
-        declarers_[python].clear();
-    }
-    for (auto& list : allDeclarers_) list.clear();
-    allDeclarersMade_ = false;
-    // Resolved bases may name classes of files about to be replaced.
-    for (auto& file : files_) file->baseRefs.clear();
-    return std::move(files_);
-}
-
 namespace {
 
 // The order of `finish`'s lists among classes of one name: path, then place in the file.
@@ -252,8 +239,10 @@ bool byFoldedNameThenPath(const ClassRef& a, const ClassRef& b) {
 
 }  // namespace
 
-std::vector<FileEntry*> ProjectFacts::replace(std::vector<std::unique_ptr<FileEntry>> fresh) {
+FactsChange ProjectFacts::change(std::vector<std::unique_ptr<FileEntry>> fresh,
+                                 const std::vector<std::string>& removed) {
     auto methodLess = [](const Declarer& entry, std::string_view key) { return entry.method < key; };
+    auto pathLess = [](const auto& file, std::string_view key) { return file->path < key; };
     if (!allDeclarersMade_) {
         for (const auto& file : files_)
             for (const auto& klass : file->classes)
@@ -266,69 +255,117 @@ std::vector<FileEntry*> ProjectFacts::replace(std::vector<std::unique_ptr<FileEn
     }
 
     std::vector<std::unique_ptr<FileEntry>> old;  // destroyed last: the methods' names below view them
-    std::vector<std::pair<const FileEntry*, FileEntry*>> replaced;  // old, new: a few
+    // Old and new facts of each path: a file that came has no old, one that went no new.
+    std::vector<std::pair<const FileEntry*, FileEntry*>> changed;
     std::vector<std::string_view> methods[2];
-    for (auto& entry : fresh) {
-        auto slot = std::lower_bound(files_.begin(), files_.end(), entry->path,
-                                     [](const auto& file, std::string_view key) { return file->path < key; });
-        if (slot == files_.end() || (*slot)->path != entry->path) continue;
-        FileEntry* held = slot->get();
-        for (const FileEntry* file : {held, entry.get()})
-            for (const auto& klass : file->classes)
-                for (const auto& method : klass.methods) methods[file->python].push_back(method.name);
-        // The old file's pairs leave the list of all declarers; the new file's come in.
-        auto& all = allDeclarers_[held->python];
-        for (const auto& klass : held->classes)
+    auto noteMethods = [&](const FileEntry& file) {
+        for (const auto& klass : file.classes)
+            for (const auto& method : klass.methods) methods[file.python].push_back(method.name);
+    };
+    auto dropDeclarers = [&](const FileEntry& file) {
+        auto& all = allDeclarers_[file.python];
+        for (const auto& klass : file.classes)
             for (const auto& method : klass.methods) {
                 auto from = std::lower_bound(all.begin(), all.end(), method.name, methodLess);
                 auto to = from;
                 while (to != all.end() && to->method == method.name) ++to;
-                all.erase(std::remove_if(from, to, [&](const Declarer& d) { return d.klass.file == held; }), to);
+                all.erase(std::remove_if(from, to, [&](const Declarer& d) { return d.klass.file == &file; }), to);
             }
-        for (const auto& klass : entry->classes)
+    };
+    auto addDeclarers = [&](const FileEntry& file) {
+        auto& all = allDeclarers_[file.python];
+        for (const auto& klass : file.classes)
             for (const auto& method : klass.methods) {
                 auto at = std::lower_bound(all.begin(), all.end(), method.name, methodLess);
-                all.insert(at, Declarer{method.name, {entry.get(), &klass}});
+                all.insert(at, Declarer{method.name, {&file, &klass}});
             }
-        replaced.emplace_back(held, entry.get());
+    };
+    for (const auto& path : removed) {
+        auto slot = std::lower_bound(files_.begin(), files_.end(), path, pathLess);
+        if (slot == files_.end() || (*slot)->path != path) continue;
+        noteMethods(**slot);
+        dropDeclarers(**slot);
+        changed.emplace_back(slot->get(), nullptr);
         old.push_back(std::move(*slot));
-        *slot = std::move(entry);
+        files_.erase(slot);
     }
-    auto newFor = [&](const FileEntry* file) -> FileEntry* {
-        for (const auto& [before, after] : replaced)
-            if (before == file) return after;
+    for (auto& entry : fresh) {
+        auto slot = std::lower_bound(files_.begin(), files_.end(), entry->path, pathLess);
+        noteMethods(*entry);
+        addDeclarers(*entry);
+        if (slot != files_.end() && (*slot)->path == entry->path) {
+            noteMethods(**slot);
+            dropDeclarers(**slot);
+            changed.emplace_back(slot->get(), entry.get());
+            old.push_back(std::move(*slot));
+            *slot = std::move(entry);
+        } else {
+            changed.emplace_back(nullptr, entry.get());
+            files_.insert(slot, std::move(entry));
+        }
+    }
+    auto after = [&](const FileEntry* file, bool& gone) -> FileEntry* {
+        for (const auto& [before, now] : changed)
+            if (before && before == file) {
+                gone = !now;
+                return now;
+            }
         return nullptr;
     };
     auto isNew = [&](const FileEntry* file) {
-        return std::any_of(replaced.begin(), replaced.end(), [&](const auto& pair) { return pair.second == file; });
+        return std::any_of(changed.begin(), changed.end(), [&](const auto& pair) { return pair.second == file; });
+    };
+    auto cameAt = [&](std::string_view path) {
+        return std::any_of(changed.begin(), changed.end(),
+                           [&](const auto& pair) { return !pair.first && pair.second->path == path; });
     };
 
-    // Bindings naming a replaced file name its new facts; the new files' own are looked up.
-    std::vector<FileEntry*> stale;
+    // Bindings naming a replaced file name its new facts, and those naming a file that came
+    // or went, it or nothing; the new files' own are looked up.
+    FactsChange out;
     for (const auto& owned : files_) {
         FileEntry& file = *owned;
         const bool made = isNew(&file);
+        bool rebound = false;
         for (auto* list : {&file.imports, &file.exports, &file.starImports, &file.starExports})
             for (BindingRef& binding : *list) {
-                if (made) binding.module = binding.path.empty() ? nullptr : find(binding.path);
-                else if (FileEntry* after = binding.module ? newFor(binding.module) : nullptr) binding.module = after;
+                if (made) {
+                    binding.module = binding.path.empty() ? nullptr : find(binding.path);
+                } else if (binding.module) {
+                    bool gone = false;
+                    if (FileEntry* now = after(binding.module, gone)) binding.module = now;
+                    else if (gone) {
+                        binding.module = nullptr;
+                        rebound = true;
+                    }
+                } else if (!binding.path.empty() && cameAt(binding.path)) {
+                    binding.module = find(binding.path);
+                    rebound = true;
+                }
             }
-        if (!made && std::any_of(file.baseRefs.begin(), file.baseRefs.end(),
-                                 [&](const BaseRef& base) { return base.klass.file && newFor(base.klass.file); }))
-            stale.push_back(&file);
+        if (made) continue;
+        if (rebound) out.rebound.push_back(&file);
+        if (std::any_of(file.baseRefs.begin(), file.baseRefs.end(), [&](const BaseRef& base) {
+                bool gone = false;
+                return base.klass.file && (after(base.klass.file, gone) || gone);
+            }))
+            out.staleBases.push_back(&file);
     }
 
     for (int python = 0; python < 2; ++python) {
         auto& byName = classesByName_[python];
         auto& byFolded = classesByFoldedName_[python];
-        auto wasReplaced = [&](const ClassRef& ref) { return newFor(ref.file) != nullptr; };
-        std::erase_if(byName, wasReplaced);
-        std::erase_if(byFolded, wasReplaced);
-        for (const auto& [before, after] : replaced) {
-            if (after->python != (python == 1)) continue;
+        auto wasChanged = [&](const ClassRef& ref) {
+            return std::any_of(changed.begin(), changed.end(),
+                               [&](const auto& pair) { return pair.first && pair.first == ref.file; });
+        };
+        std::erase_if(byName, wasChanged);
+        std::erase_if(byFolded, wasChanged);
+        for (const auto& [before, now] : changed) {
+            if (!now || now->python != (python == 1)) continue;
             // In the file's order; among equal keys after the file's own earlier ones.
-            for (const auto& klass : after->classes) {
-                const ClassRef ref{after, &klass};
+            for (const auto& klass : now->classes) {
+                const ClassRef ref{now, &klass};
                 byName.insert(std::upper_bound(byName.begin(), byName.end(), ref, byNameThenPath), ref);
                 byFolded.insert(std::upper_bound(byFolded.begin(), byFolded.end(), ref, byFoldedNameThenPath), ref);
             }
@@ -356,7 +393,7 @@ std::vector<FileEntry*> ProjectFacts::replace(std::vector<std::unique_ptr<FileEn
             else declarers.insert(it, entry);
         }
     }
-    return stale;
+    return out;
 }
 
 void ProjectFacts::finish() {

@@ -177,20 +177,27 @@ struct FileEntry {
     FileSites sites;
 };
 
+// What a change of some files' facts did to the other files.
+struct FactsChange {
+    // Resolved bases named a class of a replaced or removed file: to resolve again.
+    std::vector<FileEntry*> staleBases;
+    // A binding's module came or went (its path names a file that appeared or was removed):
+    // what the file's names stand for may differ.
+    std::vector<FileEntry*> rebound;
+};
+
 class ProjectFacts {
 public:
     // The facts of one file; one caller at a time, before `finish`.
     void add(std::unique_ptr<FileEntry> file);
     // Indexes what was added; once, unless `release` gives the files back first.
     void finish();
-    // The files, handed back for a new round of `add` and `finish` (a live update that
-    // replaced some of them); the facts are empty afterwards, and every base unresolved.
-    [[nodiscard]] std::vector<std::unique_ptr<FileEntry>> release();
-    // After `finish`, the facts of files already held (by path) become `files`, every list
-    // as `finish` would have made it, and the old facts are destroyed. The new files' bases
-    // are unresolved; returned are the other files whose resolved bases named a class of a
-    // replaced file, which the caller must resolve again (with any others it knows of).
-    [[nodiscard]] std::vector<FileEntry*> replace(std::vector<std::unique_ptr<FileEntry>> files);
+    // After `finish`: the facts of `files` come in (replacing those of the same path) and
+    // those of `removed` go, every list as `finish` would have made it; the old facts are
+    // destroyed. The new files' bases are unresolved. See FactsChange for what the caller
+    // must do about the other files.
+    [[nodiscard]] FactsChange change(std::vector<std::unique_ptr<FileEntry>> files,
+                                     const std::vector<std::string>& removed);
     // The file at `path`, to resolve its bases again.
     [[nodiscard]] FileEntry* mutableFile(std::string_view path) const { return find(path); }
     // Resolves every base expression of every class once, with `resolve(file, expression)`.
