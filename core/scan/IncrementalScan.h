@@ -10,9 +10,9 @@
 //   - in precise linking, whose targets depend on the facts of the whole project, keeps
 //     the facts, the sites and what each file's resolutions read (files and names, see
 //     LinkReads) in memory: a save that keeps a file's facts and ids re-links its own
-//     sites; one that changes them replaces its facts in place and re-links the files
-//     whose resolutions read a saved file, a file whose bases read one, or a name whose
-//     declarations changed; files coming or going re-link every file from memory.
+//     sites; any other change (facts or ids changed, files come or go) changes the facts
+//     in place and re-links the files whose resolutions read a changed file, a file whose
+//     bases or bindings changed with it, or a name whose declarations changed.
 // The graph it leaves is the one a full scan of the same files, with no cache, gives.
 #pragma once
 
