@@ -790,6 +790,19 @@ std::string firstDifference(const ProjectIR& live, const ProjectIR& full) {
     return {};
 }
 
+// A live project of `root` in the given mode, its cache in `support`, not yet opened.
+std::unique_ptr<LiveProject> liveProject(const std::string& root, const std::string& support, LinkingMode linking) {
+    LiveProjectOptions options;
+    options.root = root;
+    options.loadConfig = [linking] {
+        VantrelConfig config;
+        config.linking = linking;
+        return config;
+    };
+    options.maxConcurrentParses = 2;
+    return std::make_unique<LiveProject>(SymbolScanner(SymbolScanner::defaultPlugins(), ProjectCache(support)), options);
+}
+
 // `filesStay`: every step edits a file, none is added, deleted or renamed.
 void runSequence(std::uint32_t seed, LinkingMode linking, int steps, bool filesStay = false) {
     TempDir dir;
@@ -799,15 +812,8 @@ void runSequence(std::uint32_t seed, LinkingMode linking, int steps, bool filesS
     for (const auto& [path, model] : project.files) project.write(path, fileText(path, model));
     const std::string root = dir.at("project");
     fs::create_directories(root);
-    LiveProjectOptions options;
-    options.root = root;
-    options.loadConfig = [linking] {
-        VantrelConfig config;
-        config.linking = linking;
-        return config;
-    };
-    options.maxConcurrentParses = 2;
-    LiveProject live(SymbolScanner(SymbolScanner::defaultPlugins(), ProjectCache(support.path())), options);
+    auto opened = liveProject(root, support.path(), linking);
+    LiveProject& live = *opened;
     live.open();
     // A copy a reader holds must never change under it.
     std::shared_ptr<const ProjectIR> held;
@@ -994,14 +1000,8 @@ TEST(LiveProjectTest, PreciseDeclarationSavesRelinkOnlyTheFilesThatReadThem) {
     dir.write("p/root.ts", "export function unrelated() {}\n");
     dir.write("p/kid.ts", "import { Root } from './root';\nexport class Kid extends Root {}\n");
     dir.write("p/call.ts", "import { Kid } from './kid';\nexport function call() {\n  new Kid().wave();\n}\n");
-    LiveProjectOptions options;
-    options.root = dir.at("p");
-    options.loadConfig = [] {
-        VantrelConfig config;
-        config.linking = LinkingMode::precise;
-        return config;
-    };
-    LiveProject live(SymbolScanner(SymbolScanner::defaultPlugins(), ProjectCache(support.path())), options);
+    auto opened = liveProject(dir.at("p"), support.path(), LinkingMode::precise);
+    LiveProject& live = *opened;
     live.open();
     const auto& symbols = live.graph().symbols;
     EXPECT_EQ(symbols.at("use.ts:draw:function").refsOut, IdSet{"base.ts:greet:method"});
@@ -1055,15 +1055,7 @@ TEST(LiveProjectTest, FilesComingAndGoingReachImportsThatNameNoSymbol) {
     testing::TempDir dir;
     testing::TempDir support;
     auto open = [&](const std::string& root, LinkingMode linking) {
-        LiveProjectOptions options;
-        options.root = dir.at(root);
-        options.loadConfig = [linking] {
-            VantrelConfig config;
-            config.linking = linking;
-            return config;
-        };
-        return std::make_unique<LiveProject>(SymbolScanner(SymbolScanner::defaultPlugins(), ProjectCache(support.path())),
-                                             options);
+        return liveProject(dir.at(root), support.path(), linking);
     };
     auto reports = [](const LiveProject& live, const std::string& importPath) {
         return std::count_if(live.graph().diagnostics.begin(), live.graph().diagnostics.end(),
