@@ -123,6 +123,7 @@ LiveUpdate LiveProject::update(const std::vector<std::string>& paths) {
     const auto start = std::chrono::steady_clock::now();
     LiveUpdate result;
     static_cast<IncrementalChanges&>(result) = state_->scan->update(paths);
+    if (result.needsFullScan) return rescan();
     result.graphChanged = result.allTouched || result.diagnosticsChanged || !result.touchedIds.empty();
     if (result.graphChanged) state_->touched(result.touchedIds, result.allTouched, result.diagnosticsChanged);
     result.seconds = secondsSince(start);

@@ -95,34 +95,44 @@ std::vector<std::string> importWords(const CachedFileResult& record) {
 
 // The words of the module names a file's source writes, read from its text: the strings
 // on lines that import, require or re-export (`import * as ns from './b'`, `import './b'`,
-// `require('./b')`, `export * from './b'`), and Python's `from`/`import` lines whole.
-// Imports of these forms may leave no word in the analysis (a whole module bound, a module
-// not there yet), yet a file appearing or going there changes how they resolve. Words too
-// many only cost an analysis more.
+// `require('./b')`, `export * from './b'`), strings that read as paths wherever they stand
+// (a statement's module name on a line of its own), and Python's `from`/`import` lines
+// whole, with their parenthesised continuation. Imports of these forms may leave no word
+// in the analysis (a whole module bound, a module not there yet), yet a file appearing or
+// going there changes how they resolve. Words too many only cost an analysis more.
 std::vector<std::string> sourceImportWords(std::string_view source) {
     std::vector<std::string> words;
+    bool continued = false;  // inside the parentheses of a Python import
     std::size_t start = 0;
     while (start < source.size()) {
         std::size_t end = source.find('\n', start);
         if (end == std::string_view::npos) end = source.size();
         const std::string_view line = source.substr(start, end - start);
         start = end + 1;
+        if (continued) {
+            addWords(line, words);
+            continued = line.find(')') == std::string_view::npos;
+            continue;
+        }
         const std::size_t text = line.find_first_not_of(" \t");
         if (text == std::string_view::npos) continue;
         const std::string_view rest = line.substr(text);
         if (rest.starts_with("from ") || rest.starts_with("import ")) {
             addWords(rest, words);
+            continued = rest.find('(') != std::string_view::npos && rest.find(')') == std::string_view::npos;
             continue;
         }
-        if (line.find("import") == std::string_view::npos && line.find("require") == std::string_view::npos &&
-            line.find("from") == std::string_view::npos)
-            continue;
+        const bool importing = line.find("import") != std::string_view::npos ||
+                               line.find("require") != std::string_view::npos || line.find("from") != std::string_view::npos;
         for (std::size_t at = 0; at < line.size(); ++at) {
             const char quote = line[at];
             if (quote != '\'' && quote != '"' && quote != '`') continue;
             const std::size_t close = line.find(quote, at + 1);
             if (close == std::string_view::npos) break;
-            addWords(line.substr(at + 1, close - at - 1), words);
+            const std::string_view literal = line.substr(at + 1, close - at - 1);
+            const bool pathLike = literal.starts_with('.') || literal.starts_with('@') ||
+                                  literal.find('/') != std::string_view::npos || at == text;
+            if (importing || pathLike) addWords(literal, words);
             at = close;
         }
     }
@@ -832,6 +842,15 @@ IncrementalChanges IncrementalScan::update(const std::vector<std::string>& reque
         if (known && !s.pending.count(rel) && s.files.at(rel).hash == hash) continue;
         (known ? out.changed : out.added).push_back(rel);
         fresh.push_back({rel, std::move(bytes), std::move(hash)});
+    }
+
+    // Precise linking resolves imports of the project's own packages through entries found
+    // at the full scan; a file that came or went may be one.
+    if (s.packages && (!out.added.empty() || !out.removed.empty()) &&
+        ProjectPackages::load(s.root).fingerprint() != s.packages->fingerprint()) {
+        IncrementalChanges full;
+        full.needsFullScan = true;
+        return full;
     }
 
     // 3. Files whose imports may resolve otherwise now that files appeared or went.

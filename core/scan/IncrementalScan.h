@@ -39,6 +39,10 @@ struct IncrementalChanges {
     std::vector<std::string> touchedIds;
     bool allTouched = false;
     bool diagnosticsChanged = false;
+    // Precise linking: a file that came or went changed how the project's own packages
+    // resolve (an entry such as src/index.ts). Nothing was updated; only a full scan gives
+    // the graph a full scan gives.
+    bool needsFullScan = false;
 };
 
 class IncrementalScan {

@@ -1108,6 +1108,152 @@ TEST(LiveProjectTest, FilesComingAndGoingReachImportsThatNameNoSymbol) {
     EXPECT_EQ(firstDifference(precise->graph(), fullScanWithoutCache(dir.at("p"), LinkingMode::precise)), "");
 }
 
+// A project opened live in precise linking; after each save the live graph is compared
+// with a full scan of the folder with an empty cache.
+class PreciseLiveProject {
+public:
+    explicit PreciseLiveProject(const std::map<std::string, std::string>& files) {
+        for (const auto& [path, text] : files) dir_.write("p/" + path, text);
+        live_ = liveProject(dir_.at("p"), support_.path(), LinkingMode::precise);
+        live_->open();
+    }
+    // Writes the files and tells the live project of them, in one update.
+    LiveUpdate save(const std::map<std::string, std::string>& files) {
+        std::vector<std::string> paths;
+        for (const auto& [path, text] : files) {
+            dir_.write("p/" + path, text);
+            paths.push_back(path);
+        }
+        return live_->update(paths);
+    }
+    std::string difference() const {
+        return firstDifference(live_->graph(), fullScanWithoutCache(dir_.at("p"), LinkingMode::precise));
+    }
+    IdSet callees(const std::string& id) const { return live_->graph().symbols.at(id).refsOut; }
+
+private:
+    testing::TempDir dir_, support_;
+    std::unique_ptr<LiveProject> live_;
+};
+
+// The one pass over the files resolves bases in path order, and a base that reads the
+// bases of a class in a later file finds them unresolved (z.py comes after a.py, before
+// zz.py). A save that resolves a.py's bases again must see them so too; a save of z.py
+// that gives Z a field of its own changes what a.py's base reads.
+TEST(LiveProjectTest, PreciseBasesResolvedAgainSeeLaterFilesUnresolved) {
+    PreciseLiveProject project({{"a.py", "from z import Z\n\nclass A(Z.Inner):\n    pass\n\ndef f():\n    A().m()\n"},
+                                {"z.py", "from foo import Foo\n\nclass Z(Foo):\n    pass\n"},
+                                {"foo.py", "from bar import Bar\n\nclass Foo:\n    Inner = Bar\n"},
+                                {"bar.py", "class Bar:\n    def m(self):\n        pass\n"},
+                                {"zz.py", "from z import Z\n\nclass C(Z.Inner):\n    pass\n\ndef h():\n    C().m()\n"}});
+    // A's base is not found (Inner is Foo's, through a base not resolved yet): taken as
+    // outside the project. C's is Bar.
+    const IdSet none;
+    const IdSet cBar{"bar.py:m:method", "zz.py:C:class"};
+    EXPECT_EQ(project.callees("a.py:f:function"), none);
+    EXPECT_EQ(project.callees("zz.py:h:function"), cBar);
+
+    project.save({{"a.py", "from z import Z\n\nclass A(Z.Inner):\n    def k(self):\n        pass\n\ndef f():\n    A().m()\n"}});
+    EXPECT_EQ(project.callees("a.py:f:function"), none);
+    EXPECT_EQ(project.callees("zz.py:h:function"), cBar);
+    EXPECT_EQ(project.difference(), "");
+
+    project.save({{"z.py", "from bar import Bar\n\nclass Z:\n    Inner = Bar\n"}});
+    EXPECT_EQ(project.callees("a.py:f:function"), (IdSet{"bar.py:m:method", "a.py:A:class"}));
+    EXPECT_EQ(project.callees("zz.py:h:function"), cBar);
+    EXPECT_EQ(project.difference(), "");
+}
+
+// E1's base is found by its name alone (no import), F1's through E1's bases: a second
+// class of that name in another file makes E1's base unknown, and with it F1's, though
+// neither e.py nor f.py was saved.
+TEST(LiveProjectTest, PreciseBasesResolvedAgainThroughANameAndAnotherFilesBases) {
+    PreciseLiveProject project({{"e.py", "class E1(Foo):\n    pass\n"},
+                                {"f.py", "from e import E1\n\nclass F1(E1.Inner):\n    pass\n\ndef f():\n    F1().m()\n"},
+                                {"foo.py", "from bar import Bar\n\nclass Foo:\n    Inner = Bar\n"},
+                                {"bar.py", "class Bar:\n    def m(self):\n        pass\n"},
+                                {"z.py", "class Other:\n    pass\n"}});
+    const IdSet reached{"bar.py:m:method", "f.py:F1:class"};
+    EXPECT_EQ(project.callees("f.py:f:function"), reached);
+
+    project.save({{"z.py", "class Foo:\n    pass\n"}});
+    EXPECT_TRUE(project.callees("f.py:f:function").empty());
+    EXPECT_EQ(project.difference(), "");
+
+    project.save({{"z.py", "class Other:\n    pass\n"}});
+    EXPECT_EQ(project.callees("f.py:f:function"), reached);
+    EXPECT_EQ(project.difference(), "");
+}
+
+// Two classes of one name in a file: the first counts for the file's name, each is the
+// sole declarer of its method. Swapping their bodies changes no name, so c.py, which
+// asked only who declares `m` and `n`, keeps its edges; b.py and d.py read a.py.
+TEST(LiveProjectTest, PreciseClassesOfOneNameSwapped) {
+    PreciseLiveProject project(
+        {{"a.py", "class K:\n    def m(self):\n        pass\n\nclass K:\n    def n(self):\n        pass\n"},
+         {"b.py", "from a import K\n\ndef f():\n    K().m()\n    K().n()\n"},
+         {"c.py", "def g(x):\n    x.m()\n    x.n()\n"},
+         {"d.py", "from a import K\n\nclass D(K):\n    pass\n\ndef h():\n    D().m()\n    D().n()\n"}});
+    EXPECT_EQ(project.callees("b.py:f:function"), (IdSet{"a.py:K:class", "a.py:m:method"}));
+    EXPECT_EQ(project.callees("c.py:g:function"), (IdSet{"a.py:m:method", "a.py:n:method"}));
+    EXPECT_EQ(project.callees("d.py:h:function"), (IdSet{"a.py:m:method", "d.py:D:class"}));
+
+    const LiveUpdate swapped =
+        project.save({{"a.py", "class K:\n    def n(self):\n        pass\n\nclass K:\n    def m(self):\n        pass\n"}});
+    EXPECT_EQ(swapped.relinkedFiles, 3u);  // a, b, d
+    EXPECT_EQ(project.callees("b.py:f:function"), (IdSet{"a.py:K:class", "a.py:n:method"}));
+    EXPECT_EQ(project.callees("c.py:g:function"), (IdSet{"a.py:m:method", "a.py:n:method"}));
+    EXPECT_EQ(project.callees("d.py:h:function"), (IdSet{"a.py:n:method", "d.py:D:class"}));
+    EXPECT_EQ(project.difference(), "");
+}
+
+// An import whose module name stands on a line of its own (a namespace import leaves the
+// analysis no word in the names mode): b.ts going still reaches a.ts.
+TEST(LiveProjectTest, ModuleNameOnALineOfItsOwnGoes) {
+    testing::TempDir dir;
+    testing::TempDir support;
+    dir.write("n/a.ts", "import * as ns from\n  './b';\nexport function a() {\n  return ns.b();\n}\n");
+    dir.write("n/b.ts", "export function b() {}\n");
+    auto live = liveProject(dir.at("n"), support.path(), LinkingMode::names);
+    live->open();
+    ASSERT_EQ(firstDifference(live->graph(), fullScanWithoutCache(dir.at("n"), LinkingMode::names)), "");
+
+    std::filesystem::remove(dir.at("n/b.ts"));
+    const LiveUpdate removed = live->update({"b.ts"});
+    EXPECT_EQ(removed.reanalysed, std::vector<std::string>{"a.ts"});
+    EXPECT_EQ(firstDifference(live->graph(), fullScanWithoutCache(dir.at("n"), LinkingMode::names)), "");
+}
+
+// A workspace package's entry (src/index.ts) that appears changes how the project's own
+// packages resolve, as an edit of a package.json does: the project is scanned again.
+TEST(LiveProjectTest, WorkspacePackageEntryAppears) {
+    const std::map<std::string, std::string> files{
+        {"package.json", "{\"name\": \"root\", \"workspaces\": [\"packages/*\"]}\n"},
+        {"packages/mylib/package.json", "{\"name\": \"mylib\"}\n"},
+        {"packages/mylib/src/util.ts", "export function util() {}\n"},
+        {"app.ts", "import { x } from 'mylib';\nexport function a() {\n  x();\n}\n"}};
+    {
+        PreciseLiveProject project(files);
+        ASSERT_EQ(project.difference(), "");
+        const LiveUpdate added = project.save({{"packages/mylib/src/index.ts", "export function x() {}\n"}});
+        EXPECT_TRUE(added.fullScan);
+        EXPECT_EQ(project.callees("app.ts:a:function"), IdSet{"packages/mylib/src/index.ts:x:function"});
+        EXPECT_EQ(project.difference(), "");
+        // Another file in the package leaves its entry as it was: no full scan.
+        const LiveUpdate other = project.save({{"packages/mylib/src/more.ts", "export function more() {}\n"}});
+        EXPECT_FALSE(other.fullScan);
+        EXPECT_EQ(project.difference(), "");
+    }
+    {
+        // With app.ts saved in the same update.
+        PreciseLiveProject project(files);
+        project.save({{"packages/mylib/src/index.ts", "export function x() {}\n"},
+                      {"app.ts", "import { x } from 'mylib';\n\nexport function a() {\n  x();\n}\n"}});
+        EXPECT_EQ(project.callees("app.ts:a:function"), IdSet{"packages/mylib/src/index.ts:x:function"});
+        EXPECT_EQ(project.difference(), "");
+    }
+}
+
 // Files added and removed while nothing watched: the records of the files importing them
 // were kept for their bytes, so opening the project again must analyse those afresh.
 TEST(LiveProjectTest, OpeningAgainCatchesUpWithFilesThatCameOrWentMeanwhile) {
