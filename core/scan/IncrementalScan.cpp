@@ -757,6 +757,7 @@ void IncrementalScan::scanAll(const ProgressCallback& progress, const CancelChec
     s.facts.reset();
     if (precise) {
         s.makeLinker(entries);
+        s.facts->prepareChanges();
         for (auto& [rel, state] : s.files) s.linkFile(state, false);
     }
 

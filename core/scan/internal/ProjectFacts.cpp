@@ -239,20 +239,22 @@ bool byFoldedNameThenPath(const ClassRef& a, const ClassRef& b) {
 
 }  // namespace
 
+void ProjectFacts::prepareChanges() {
+    if (allDeclarersMade_) return;
+    for (const auto& file : files_)
+        for (const auto& klass : file->classes)
+            for (const auto& method : klass.methods)
+                allDeclarers_[file->python].push_back(Declarer{method.name, {file.get(), &klass}});
+    for (auto& list : allDeclarers_)
+        std::stable_sort(list.begin(), list.end(), [](const Declarer& a, const Declarer& b) { return a.method < b.method; });
+    allDeclarersMade_ = true;
+}
+
 FactsChange ProjectFacts::change(std::vector<std::unique_ptr<FileEntry>> fresh,
                                  const std::vector<std::string>& removed) {
     auto methodLess = [](const Declarer& entry, std::string_view key) { return entry.method < key; };
     auto pathLess = [](const auto& file, std::string_view key) { return file->path < key; };
-    if (!allDeclarersMade_) {
-        for (const auto& file : files_)
-            for (const auto& klass : file->classes)
-                for (const auto& method : klass.methods)
-                    allDeclarers_[file->python].push_back(Declarer{method.name, {file.get(), &klass}});
-        for (auto& list : allDeclarers_)
-            std::stable_sort(list.begin(), list.end(),
-                             [](const Declarer& a, const Declarer& b) { return a.method < b.method; });
-        allDeclarersMade_ = true;
-    }
+    prepareChanges();
 
     std::vector<std::unique_ptr<FileEntry>> old;  // destroyed last: the methods' names below view them
     // Old and new facts of each path: a file that came has no old, one that went no new.

@@ -198,6 +198,9 @@ public:
     // must do about the other files.
     [[nodiscard]] FactsChange change(std::vector<std::unique_ptr<FileEntry>> files,
                                      const std::vector<std::string>& removed);
+    // Makes what `change` keeps besides the lists `finish` makes (every method's declarers),
+    // so that the first change costs what the others do; `change` makes it otherwise.
+    void prepareChanges();
     // The file at `path`, to resolve its bases again.
     [[nodiscard]] FileEntry* mutableFile(std::string_view path) const { return find(path); }
     // Resolves every base expression of every class once, with `resolve(file, expression)`.
@@ -243,8 +246,9 @@ private:
     std::vector<ClassRef> classesByName_[2];        // by name, then path
     std::vector<ClassRef> classesByFoldedName_[2];  // by name without case, then path
     std::vector<Declarer> declarers_[2];            // by method name, one each
-    // Every (method, class) pair, by method name: made by the first `replace`, which then
-    // keeps it, so that a method's declarers are found without a look at every class.
+    // Every (method, class) pair, by method name: made by `prepareChanges` (or the first
+    // `change`), which then keeps it, so that a method's declarers are found without a look
+    // at every class.
     std::vector<Declarer> allDeclarers_[2];
     bool allDeclarersMade_ = false;
 };
