@@ -16,6 +16,7 @@
 #include <string>
 #include <vector>
 
+#include "bench/GraphDifferences.h"
 #include "core/live/LiveProject.h"
 #include "core/scan/SymbolScanner.h"
 #include "core/util/FileIO.h"
@@ -47,20 +48,6 @@ ProjectIR fullScan(const std::string& root, LinkingMode linking, const std::stri
     options.config.linking = linking;
     options.maxConcurrentParses = 2;
     return scanner.scanProject(options);
-}
-
-std::string firstDifference(const ProjectIR& live, const ProjectIR& full) {
-    for (const auto& [id, symbol] : full.symbols) {
-        auto it = live.symbols.find(id);
-        if (it == live.symbols.end()) return "missing symbol " + id;
-        if (it->second.refsOut != symbol.refsOut) return "other callees of " + id;
-        if (it->second.refsIn != symbol.refsIn) return "other callers of " + id;
-        if (!(it->second == symbol)) return "other range or kind of " + id;
-    }
-    for (const auto& [id, symbol] : live.symbols)
-        if (!full.symbols.count(id)) return "extra symbol " + id;
-    if (live.diagnostics != full.diagnostics) return "other diagnostics";
-    return {};
 }
 
 bool isSource(const fs::path& path) {
@@ -172,7 +159,8 @@ int main(int argc, char** argv) {
         const LiveUpdate update = live.update(paths);
         const double ms = std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - start).count();
         const ProjectIR full = fullScan(root.string(), linking, (scratch.path / "full").string());
-        const std::string difference = firstDifference(live.graph(), full);
+        const auto differences = bench::graphDifferences(live.graph(), full, 1);
+        const std::string difference = differences.empty() ? std::string() : differences.front();
         std::printf("step %2d  %-28s %-44s %7.2f ms  analysed %zu  linked %zu%s\n", step, what.c_str(),
                     paths.front().c_str(), ms, update.reanalysed.size(), update.relinkedFiles,
                     difference.empty() ? "" : "  DIFFERENT");

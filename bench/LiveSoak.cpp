@@ -21,6 +21,7 @@
 #include <string>
 #include <thread>
 
+#include "bench/GraphDifferences.h"
 #include "bench/SyntheticProject.h"
 #include "core/config/GlobalDefaults.h"
 #include "core/live/LiveSession.h"
@@ -175,29 +176,6 @@ private:
     long next_ = 0;
 };
 
-// The differences between two graphs, a few lines at most.
-std::vector<std::string> differences(const ProjectIR& live, const ProjectIR& fresh) {
-    std::vector<std::string> out;
-    auto add = [&](std::string line) {
-        if (out.size() < 12) out.push_back(std::move(line));
-    };
-    for (const auto& [id, symbol] : fresh.symbols) {
-        auto it = live.symbols.find(id);
-        if (it == live.symbols.end()) add("missing in the session: " + id);
-        else if (!(it->second == symbol)) {
-            add("differs: " + id + " (callers " + std::to_string(it->second.refsIn.size()) + " vs " +
-                std::to_string(symbol.refsIn.size()) + ", callees " + std::to_string(it->second.refsOut.size()) +
-                " vs " + std::to_string(symbol.refsOut.size()) + ")");
-        }
-    }
-    for (const auto& [id, symbol] : live.symbols)
-        if (!fresh.symbols.contains(id)) add("only in the session: " + id);
-    if (live.diagnostics != fresh.diagnostics)
-        add("diagnostics differ: " + std::to_string(live.diagnostics.size()) + " vs " +
-            std::to_string(fresh.diagnostics.size()));
-    return out;
-}
-
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -265,7 +243,7 @@ int main(int argc, char** argv) {
     auto live = session.graph();
     ProjectIR fresh = SymbolScanner(SymbolScanner::defaultPlugins(), ProjectCache(base + "/cache-fresh"))
                           .scanProject(root, config, 200, 2, std::nullopt, {}, {});
-    auto diffs = differences(*live, fresh);
+    auto diffs = bench::graphDifferences(*live, fresh);
 
     // Memory after the warm-up (10 s, or half of a shorter run) against its highest later.
     std::size_t warm = std::min<std::size_t>(10, rss.size() / 2);

@@ -141,9 +141,9 @@ using Files = std::map<std::string, FileModel>;
 
 bool isFolderModule(const std::string& path) { return path.ends_with("/index.ts") || path.ends_with("__init__.py"); }
 
-// The module specifiers a file at `path` can write, by every form of relative path; some
+// The module paths a file at `path` can write, by every form of relative path; some
 // name files that do not exist yet.
-std::vector<std::string> jsSpecs(const std::string& path) {
+std::vector<std::string> jsModules(const std::string& path) {
     if (path.starts_with("src/lib/deep/")) return {"../m4", "../m5", "..", "../../m0", "../../m7"};
     if (path.starts_with("src/lib/")) return {"./m4", "./m5", "./deep/m6", "../m0", "../m1", "../m7", "."};
     return {"./m0", "./m1", "./m2", "./m3", "./lib", "./lib/m4", "./m7", "./lib/index"};
@@ -255,7 +255,7 @@ Import randomImport(Rng& rng, const std::string& path, const Files& files) {
     import.from = rng.next();
     import.require = rng.chance(30);
     const bool wholeModule = import.kind == Kind::module;
-    const std::vector<std::string> modules = !python ? jsSpecs(path) : wholeModule ? kPyModules : pyFroms(path);
+    const std::vector<std::string> modules = !python ? jsModules(path) : wholeModule ? kPyModules : pyFroms(path);
     // What the other files of the language declare, with where.
     std::vector<std::pair<std::string, std::string>> declared;
     for (const auto& [other, model] : files) {
@@ -575,29 +575,29 @@ std::string valueText(const Value& value, bool python) {
 std::string jsFile(const std::string& path, const FileModel& model) {
     const bool typed = !path.ends_with(".js");
     const bool commonJs = !typed;  // where `require` is written too
-    const auto specs = jsSpecs(path);
+    const auto modules = jsModules(path);
     const Known known = knownNames(path, model);
     BodyWriter body(false, known, model.body);
     std::ostringstream out;
     int namespaces = 0;
     for (const auto& import : model.imports) {
-        const std::string spec = "'" + specs[import.from % specs.size()] + "'";
+        const std::string quoted = "'" + modules[import.from % modules.size()] + "'";
         const std::string renamed = import.alias.empty() ? import.name : import.name + " as " + import.alias;
         switch (import.kind) {
             case Import::Kind::named:
                 if (commonJs && import.require)
                     out << "const { " << (import.alias.empty() ? import.name : import.name + ": " + import.alias)
-                        << " } = require(" << spec << ");\n";
-                else out << "import { " << renamed << " } from " << spec << ";\n";
+                        << " } = require(" << quoted << ");\n";
+                else out << "import { " << renamed << " } from " << quoted << ";\n";
                 break;
             case Import::Kind::module: {
                 const std::string local = "ns" + std::to_string(namespaces++);
-                if (commonJs && import.require) out << "const " << local << " = require(" << spec << ");\n";
-                else out << "import * as " << local << " from " << spec << ";\n";
+                if (commonJs && import.require) out << "const " << local << " = require(" << quoted << ");\n";
+                else out << "import * as " << local << " from " << quoted << ";\n";
                 break;
             }
-            case Import::Kind::reexport: out << "export { " << renamed << " } from " << spec << ";\n"; break;
-            case Import::Kind::reexportAll: out << "export * from " << spec << ";\n"; break;
+            case Import::Kind::reexport: out << "export { " << renamed << " } from " << quoted << ";\n"; break;
+            case Import::Kind::reexportAll: out << "export * from " << quoted << ";\n"; break;
         }
     }
     if (model.external) out << "import React from 'react';\n";
